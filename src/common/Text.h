@@ -1,0 +1,24 @@
+// Small operations on UTF-8 text that several rooms share.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ods {
+
+/// `text` with every occurrence of `from` replaced by `to`, left to right; unchanged when `from` is empty.
+[[nodiscard]] std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to);
+/// The pieces of `text` between the occurrences of `separator`; empty pieces are kept, so there is at least one.
+[[nodiscard]] std::vector<std::string> Split(std::string_view text, std::string_view separator);
+/// `text` without the blanks (code 32) at both ends.
+[[nodiscard]] std::string_view Trim(std::string_view text);
+/// ASCII letters in upper, lower case; every other byte stays.
+[[nodiscard]] std::string ToUpper(std::string_view text);
+[[nodiscard]] std::string ToLower(std::string_view text);
+/// An XPath 1.0 string expression that evaluates to exactly `text`: in apostrophes, or a concat() when it holds one.
+[[nodiscard]] std::string XPathLiteral(std::string_view text);
+/// True when `text` is well-formed UTF-8 (Unicode standard, table 3-7).
+[[nodiscard]] bool IsValidUtf8(std::string_view text);
+
+}  // namespace ods

@@ -1,0 +1,89 @@
+// A data session: everything that belongs to one open connection, made anew at every connect and lent to the handlers
+// for one call.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "common/ComponentRegistry.h"
+#include "common/Dictionary.h"
+#include "common/UserInterface.h"
+#include "common/Value.h"
+#include "log/Trace.h"
+#include "platform/ado/Ado.h"
+
+namespace ods {
+
+/// The database product behind the connection.
+enum class DatabaseKind : std::int32_t {
+  DbUnknown = 0,
+  DbSqlServer = 1,
+  DbAccess = 2,
+  DbNavision = 3,
+  DbConcorde = 4,
+  DbMySql = 5,
+  DbPervasive = 6,
+  DbExcel = 7,
+  DbUnnamed = 8,
+};
+
+/// How a column type is written as a literal and how a filter text for it is normalised.
+struct TypeEntry {
+  std::string TypeName;
+  std::string SafeValFunction;
+  std::string SafeFilterFunction;
+  std::vector<Value> SafeValParameters;
+};
+
+/// The type table: ADO data type number to entry.
+using TypeTable = std::unordered_map<std::int32_t, TypeEntry>;
+
+/// What is known of a column.
+struct FieldDescription {
+  std::string Name;
+  std::int64_t DefinedSize = 0;
+  std::int32_t Type = ado_type::kEmpty;
+};
+
+/// Columns by exact name.
+using TableFields = std::unordered_map<std::string, FieldDescription>;
+
+/// The state of the process that outlives every connection. Owned by start-up.
+struct ProcessState {
+  UserInterface* ui = nullptr;
+  Tracer* tracer = nullptr;
+  const ComponentRegistry* components = nullptr;
+  std::string configFolder;
+  /// Multiplies every decimal number that is written; 0 until the first `TableData` request settles it.
+  double decimalFactor = 0;
+};
+
+struct DataSession {
+  explicit DataSession(ProcessState& state) : process(&state) {}
+
+  void Trace(std::string_view text, double elapsed = -1, std::int32_t severity = severity::kInformation) const {
+    process->tracer->Trace(text, elapsed, severity);
+  }
+
+  ProcessState* process;
+  std::shared_ptr<Connection> connection;
+  DatabaseKind kind = DatabaseKind::DbUnknown;
+  std::string QuotePrefix;
+  std::string QuoteSuffix;
+  /// "1" when a Microsoft SQL Server database is a Navision one, else "0".
+  std::string navisionOnSqlServer = "0";
+  TypeTable typeTable;
+  /// Table identifier, exactly as the request gave it, to its columns.
+  std::unordered_map<std::string, TableFields> fieldCache;
+  std::shared_ptr<Dictionary> providerTypes;
+  std::shared_ptr<Dictionary> literals;
+  /// Made anew at every connect, for whatever a handler keeps per connection.
+  std::shared_ptr<Dictionary> cache;
+};
+
+}  // namespace ods

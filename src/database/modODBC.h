@@ -1,0 +1,31 @@
+// The database helpers that every request handler uses.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "database/DataSession.h"
+
+namespace ods {
+
+/// What a caller of `ExecuteSQL` may give besides the statement.
+struct ExecuteOptions {
+  /// Numbers of errors that the caller foresees: they are traced as warnings.
+  std::span<const std::int32_t> expectedErrors;
+  /// Placeholder texts and their values: every occurrence is replaced, pair by pair.
+  std::span<const std::pair<std::string, std::string>> parameters;
+};
+
+/// Runs a statement, tracing it, and returns its record set. `maxRecords` bounds the records read (0: no bound); on
+/// MySQL a record set is never bounded this way. A failure is traced and raised again with its number and its
+/// description + " SQL: " + the statement.
+[[nodiscard]] std::shared_ptr<RecordSet> ExecuteSQL(const DataSession& session, std::string sql,
+                                                    std::int32_t maxRecords, const ExecuteOptions& options = {});
+
+/// True when the tables schema lists a table of exactly this name. Raises the driver's errors.
+[[nodiscard]] bool TableExists(const DataSession& session, const std::string& name);
+
+}  // namespace ods

@@ -1,0 +1,55 @@
+// The message queue component: a folder that any language can take part in (docs/queue.md tells its rules).
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "common/Object.h"
+
+namespace ods {
+
+/// The largest message that is taken, in bytes.
+inline constexpr std::size_t kMaxMessageBytes = std::size_t{16} * 1024 * 1024;
+
+/// One end of a message queue. Not shared between threads.
+class Queue : public Object {
+ public:
+  [[nodiscard]] std::string TypeName() const override { return "IHalvikQueue"; }
+
+  /// The folder of the queue; set before `Create`.
+  virtual void SetFolder(const std::string& folder) = 0;
+  /// Prepares the folder, and puts back what a dead server had taken. Raises error 1000 naming the folder.
+  virtual void Create() = 0;
+  /// Takes the oldest waiting message, or the one of `id` when that is not empty, and returns its id; "" when there is
+  /// none after `waitMilliseconds`. Returns at once when a message arrives, and early when a signal arrives. Removes
+  /// the message of the poll before.
+  virtual std::string Poll(const std::string& id, int waitMilliseconds) = 0;
+  /// The text of the message that was taken. Raises error 1000 that says why, when it could not be taken as a message
+  /// (too large, unreadable, not a plain file, given up after three tries): it then lies in `failed`.
+  [[nodiscard]] virtual std::string Package() const = 0;
+  /// The text of the next message to send.
+  virtual void SetPackage(std::string text) = 0;
+  /// Sends the text as the message `id`. Raises error 58 when a message of that id is waiting, error 1000 naming what
+  /// is wrong for an id that cannot be a name and for a folder that cannot be written.
+  virtual void Send(const std::string& id) = 0;
+  /// Tells the queue that the message taken was answered: it is then removed also when the queue object ends before
+  /// the next `Poll`. Without this the message stays taken, and the next `Create` puts it back.
+  virtual void Answered() = 0;
+};
+
+/// A new queue over a folder: the component "Halvik.Queue".
+[[nodiscard]] std::shared_ptr<Queue> CreateFolderQueue();
+
+/// The file name of a message: its id, percent-encoded outside A-Z a-z 0-9 . _ - (a leading dot too), and ".xml".
+/// Nothing for an empty id and for one of more than 200 encoded bytes.
+[[nodiscard]] std::optional<std::string> MessageFileName(const std::string& id);
+
+/// What a client does with the answer: waits up to `timeout` for the message `id` in the queue folder, reads it and
+/// removes it; nothing when it has not come. Raises error 1000 naming the folder when it cannot be read.
+[[nodiscard]] std::optional<std::string> ReceiveMessage(const std::string& folder, const std::string& id,
+                                                        std::chrono::milliseconds timeout);
+
+}  // namespace ods

@@ -1,0 +1,68 @@
+// What the operating system tells and does: the process, its signals, GUIDs, private files.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "common/Value.h"
+
+namespace ods {
+
+[[nodiscard]] std::uint32_t CurrentProcessId();
+/// The name of the user that the process runs as, "" when the system does not know it.
+[[nodiscard]] std::string CurrentUserName();
+[[nodiscard]] std::string ComputerName();
+/// The path of the running executable.
+[[nodiscard]] std::string ExecutablePath();
+/// An environment variable, "" when it is not set.
+[[nodiscard]] std::string EnvironmentVariable(const char* name);
+/// The system's folder for temporary files.
+[[nodiscard]] std::string SystemTempFolder();
+
+/// Now, local time.
+[[nodiscard]] Date LocalNow();
+/// The modification time of a file with the file system's full resolution, as an opaque number that changes with it;
+/// nothing is 0 (no such file).
+[[nodiscard]] std::int64_t FileModificationStamp(const std::string& path);
+/// The modification time of a file, local time; the zero date when there is no such file.
+[[nodiscard]] Date FileModificationTime(const std::string& path);
+
+/// Sleeps; a signal ends the sleep early.
+void SleepMilliseconds(int milliseconds);
+
+/// A new random GUID (RFC 9562, version 4) in the form of `FormatGuid`. Raises error 1000 "Error generating guid.
+/// Function did not return S_OK" when the system gives none.
+[[nodiscard]] std::string NewGuidText();
+/// The sixteen bytes of a GUID, in the order of its text, as 8-4-4-4-12 upper-case hexadecimal digits without braces.
+[[nodiscard]] std::string FormatGuid(const std::uint8_t (&bytes)[16]);
+
+/// Appends to a file, creating it with mode 0600, and returns its size in bytes afterwards. Raises error 1000
+/// "Unable to get file handle in function PreLog" when the process has no handle left, else error 1000 naming the path.
+std::uint64_t AppendToPrivateFile(const std::string& path, std::string_view text);
+/// True when a file can be opened for appending.
+[[nodiscard]] bool CanAppendTo(const std::string& path);
+/// Replaces the content of a file in one step (written beside it, then renamed over it), mode 0600.
+/// Raises error 1000 naming the path.
+void WriteFileAtomically(const std::string& path, std::string_view text);
+
+/// Watches for a stop from outside: SIGTERM and SIGINT are held back and seen here. One per process.
+class StopSignals {
+ public:
+  StopSignals();
+  ~StopSignals();
+  StopSignals(const StopSignals&) = delete;
+  StopSignals& operator=(const StopSignals&) = delete;
+  StopSignals(StopSignals&&) = delete;
+  StopSignals& operator=(StopSignals&&) = delete;
+
+  /// True once a stop was asked for; stays true.
+  [[nodiscard]] bool Requested();
+
+ private:
+  struct Implementation;
+  std::unique_ptr<Implementation> implementation_;
+};
+
+}  // namespace ods

@@ -1,0 +1,1 @@
+#include "sqlformat/modTypes.h"

@@ -1,0 +1,1 @@
+#include "tabledata/modTableData.h"
