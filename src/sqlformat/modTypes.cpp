@@ -1,1 +1,151 @@
 #include "sqlformat/modTypes.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "common/Conversions.h"
+#include "common/Error.h"
+#include "database/modODBC.h"
+#include "database/modSelect.h"
+
+namespace ods {
+namespace {
+
+/// The parameters that an entry carries.
+enum class Parameters { kNone, kSize1, kSize2, kSize4, kSize8, kApostrophes, kZeroOne, kHexPrefix };
+
+struct TypeRow {
+  std::int32_t type;
+  std::string_view typeName;
+  std::string_view safeVal;
+  std::string_view safeFilter;
+  Parameters parameters;
+};
+
+constexpr std::array kTypeRows = {
+    TypeRow{0, "Empty", "Empty", "Empty", Parameters::kNone},
+    TypeRow{2, "SmallInt", "Integer", "Integer", Parameters::kSize2},
+    TypeRow{3, "Integer", "Integer", "Integer", Parameters::kSize4},
+    TypeRow{4, "Single", "Float", "Float", Parameters::kNone},
+    TypeRow{5, "Double", "Float", "Float", Parameters::kNone},
+    TypeRow{6, "Currency", "Float", "Float", Parameters::kNone},
+    TypeRow{7, "Date", "Date", "Date", Parameters::kNone},
+    TypeRow{8, "BSTR", "String", "String", Parameters::kApostrophes},
+    TypeRow{10, "Error", "Integer", "Integer", Parameters::kNone},
+    TypeRow{11, "Boolean", "Boolean", "Boolean", Parameters::kZeroOne},
+    TypeRow{14, "Decimal", "Float", "Float", Parameters::kNone},
+    TypeRow{16, "TinyInt", "Integer", "Integer", Parameters::kSize1},
+    TypeRow{17, "UnsignedTinyInt", "Integer", "Integer", Parameters::kSize1},
+    TypeRow{18, "UnsignedSmallInt", "Integer", "Integer", Parameters::kSize2},
+    TypeRow{19, "UnsignedInt", "Integer", "Integer", Parameters::kSize4},
+    TypeRow{20, "BigInt", "Integer", "Integer", Parameters::kSize8},
+    TypeRow{21, "UnsignedBigInt", "Integer", "Integer", Parameters::kSize8},
+    TypeRow{64, "FileTime", "Integer", "Integer", Parameters::kNone},
+    TypeRow{72, "GUID", "String", "String", Parameters::kApostrophes},
+    TypeRow{128, "Binary", "BinaryHex", "BinaryHex", Parameters::kHexPrefix},
+    TypeRow{129, "Char", "String", "String", Parameters::kNone},
+    TypeRow{130, "WChar", "String", "String", Parameters::kNone},
+    TypeRow{131, "Numeric", "Float", "Float", Parameters::kNone},
+    TypeRow{133, "DBDate", "Date", "Date", Parameters::kNone},
+    TypeRow{134, "DBTime", "Time", "Time", Parameters::kNone},
+    TypeRow{135, "DBTimeStamp", "DBTimeStamp", "DateTime", Parameters::kNone},
+    TypeRow{200, "VarChar", "String", "String", Parameters::kNone},
+    TypeRow{201, "LongVarChar", "String", "String", Parameters::kNone},
+    TypeRow{202, "VarWChar", "String", "String", Parameters::kNone},
+    TypeRow{203, "LongVarWChar", "String", "String", Parameters::kNone},
+    TypeRow{204, "VarBinary", "BinaryHex", "BinaryHex", Parameters::kHexPrefix},
+    TypeRow{205, "LongVarBinary", "BinaryHex", "BinaryHex", Parameters::kHexPrefix},
+};
+
+std::vector<Value> MakeParameters(Parameters parameters) {
+  switch (parameters) {
+    case Parameters::kSize1:
+      return {Value(1)};
+    case Parameters::kSize2:
+      return {Value(2)};
+    case Parameters::kSize4:
+      return {Value(4)};
+    case Parameters::kSize8:
+      return {Value(8)};
+    case Parameters::kApostrophes:
+      return {Value("'"), Value("'")};
+    case Parameters::kZeroOne:
+      return {Value(0), Value(1)};
+    case Parameters::kHexPrefix:
+      return {Value("0x"), Value("")};
+    case Parameters::kNone:
+      break;
+  }
+  return {};
+}
+
+/// Every row of a schema rowset as a dictionary of its columns, by the text of the column `keyColumn`.
+std::shared_ptr<Dictionary> ReadSchema(const DataSession& session, Schema schema, std::string_view keyColumn) {
+  auto result = CreateHalvikDictionary(*session.process->components);
+  const auto rows = session.connection->OpenSchema(schema);
+  for (; !rows->AtEnd(); rows->MoveNext()) {
+    auto row = CreateHalvikDictionary(*session.process->components);
+    for (std::size_t i = 0; i < rows->Fields().size(); ++i) row->Set(rows->Fields()[i].name, rows->Item(i));
+    result->Set(SafeStr(rows->Item(keyColumn)), Value(std::shared_ptr<Object>(std::move(row))));
+  }
+  return result;
+}
+
+/// Clients may name a table in many ways; the cache starts afresh rather than growing without bound.
+constexpr std::size_t kMaxCachedTables = 10'000;
+
+}  // namespace
+
+TypeTable CreateTypeTable(DatabaseKind kind) {
+  TypeTable table;
+  if (kind < DatabaseKind::DbUnknown || kind > DatabaseKind::DbUnnamed) return table;
+  for (const TypeRow& row : kTypeRows) {
+    table.emplace(row.type, TypeEntry{std::string(row.typeName), std::string(row.safeVal), std::string(row.safeFilter),
+                                      MakeParameters(row.parameters)});
+  }
+  if (kind == DatabaseKind::DbPervasive) {
+    table[ado_type::kBinary].SafeValParameters = {Value("'"), Value("'"), Value(-1)};
+  }
+  return table;
+}
+
+TableFields GetTableFields(DataSession& session, const std::string& table) {
+  bool fieldsFixed = false;
+  const std::string sql = BuildSelectOne(session, table, {.where = kNoRows, .orderBy = "", .fields = "*"}, fieldsFixed);
+  const auto rows = ExecuteSQL(session, sql, 1);
+  TableFields fields;
+  for (const Field& field : rows->Fields()) {
+    fields.insert_or_assign(field.name, FieldDescription{field.name, field.definedSize, field.type});
+  }
+  return fields;
+}
+
+std::shared_ptr<Dictionary> GetProviderTypes(const DataSession& session) {
+  return ReadSchema(session, Schema::kProviderTypes, "TYPE_NAME");
+}
+
+std::shared_ptr<Dictionary> GetLiterals(const DataSession& session) {
+  return ReadSchema(session, Schema::kDBInfoLiterals, "LiteralName");
+}
+
+const FieldDescription* LookupField(DataSession& session, const std::string& table, const std::string& field) {
+  auto cached = session.fieldCache.find(table);
+  if (cached == session.fieldCache.end()) {
+    TableFields fields = GetTableFields(session, table);
+    if (session.fieldCache.size() >= kMaxCachedTables) session.fieldCache.clear();
+    cached = session.fieldCache.emplace(table, std::move(fields)).first;
+  }
+  const auto found = cached->second.find(field);
+  return found == cached->second.end() ? nullptr : &found->second;
+}
+
+const TypeEntry& GetTypeEntry(const DataSession& session, std::int32_t type) {
+  const auto found = session.typeTable.find(type);
+  if (found == session.typeTable.end()) {
+    throw Error(error_number::kOwn, "The data type " + std::to_string(type) + " is not in the type table.");
+  }
+  return found->second;
+}
+
+}  // namespace ods

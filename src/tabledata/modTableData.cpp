@@ -1,1 +1,367 @@
 #include "tabledata/modTableData.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "catalogue/modKeys.h"
+#include "common/Conversions.h"
+#include "common/Error.h"
+#include "common/Hex.h"
+#include "database/modODBC.h"
+#include "database/modSelect.h"
+#include "sqlformat/modSafeFilter.h"
+#include "sqlformat/modSafeVal.h"
+#include "tabledata/modKeyCondition.h"
+#include "tabledata/modRecord.h"
+
+namespace ods {
+namespace {
+
+constexpr std::string_view kGoToFirst = "gotofirst";
+constexpr std::string_view kGoToNext = "gotonext";
+constexpr std::string_view kGoToPrev = "gotoprev";
+constexpr std::string_view kGoToLast = "gotolast";
+
+/// Which position a navigation starts from and which rows it wants, for ascending order.
+struct Navigation {
+  enum class From { kNone, kFirst, kLast };
+  std::string_view name;
+  From from;
+  bool reverse;
+  KeyComparison comparison;
+};
+
+constexpr std::array kNavigations = {
+    Navigation{kGoToFirst, Navigation::From::kNone, false, {}},
+    Navigation{kGoToLast, Navigation::From::kNone, true, {}},
+    Navigation{kGoToNext, Navigation::From::kLast, false, {.greater = true, .inclusive = false}},
+    Navigation{kGoToPrev, Navigation::From::kFirst, true, {.greater = false, .inclusive = false}},
+    Navigation{"", Navigation::From::kFirst, false, {.greater = true, .inclusive = true}},
+};
+
+/// An unknown navigation reads from the start like the first page.
+const Navigation& FindNavigation(std::string_view name) {
+  const auto* const found = std::ranges::find(kNavigations, name, &Navigation::name);
+  return found == kNavigations.end() ? kNavigations.front() : *found;
+}
+
+/// Collects names in order, each once.
+class NameList {
+ public:
+  void Add(const std::string& name) {
+    if (seen_.insert(name).second) names_.push_back(name);
+  }
+  void Add(const std::vector<std::string>& names) {
+    for (const std::string& name : names) Add(name);
+  }
+  [[nodiscard]] const std::vector<std::string>& Names() const { return names_; }
+
+ private:
+  std::vector<std::string> names_;
+  std::unordered_set<std::string> seen_;
+};
+
+/// The rows of one page, in reading order, and what the record set told besides.
+struct Page {
+  std::vector<std::vector<Value>> rows;
+  std::vector<std::int32_t> types;  ///< ADO type of each select-list field
+  bool moreRows = false;
+};
+
+/// One `TableData` request on its way. `Answer` runs it; `Step` tells where it stands.
+class TableDataRequest {
+ public:
+  TableDataRequest(const XmlDocument& request, DataSession& session)
+      : session_(session), root_(request.SelectSingleNode("/XML")) {}
+
+  void Answer(XmlDocument& response);
+  [[nodiscard]] const std::string& Step() const { return step_; }
+
+ private:
+  [[nodiscard]] std::string Text(const char* field) const { return GetNodeText(root_, field); }
+  void ReadRequest();
+  bool FindPrimaryKey();
+  void CalculateTotalKey();
+  void ReadConditions();
+  void ReadPositions();
+  void ReadFields();
+  Page ReadPage();
+  Page NavigateOnce();
+  [[nodiscard]] std::string KeyCondition(const Navigation& navigation);
+  [[nodiscard]] std::string OrderBy(bool reverse);
+  [[nodiscard]] static std::string Where(const std::string& filter, const std::string& keyCondition);
+  void SettleDecimalFactor();
+  [[nodiscard]] Page ReadRows(RecordSet& rows, bool fieldsFixed);
+  void WriteFlags(XmlDocument& response, const Page& page) const;
+  void WritePage(XmlDocument& response, Page& page);
+  [[nodiscard]] std::string MakePosition(const std::vector<Value>& row) const;
+
+  DataSession& session_;
+  XmlNode root_;
+  std::string step_ = "Initialize";
+
+  std::string table_;
+  std::string navigate_;
+  std::int32_t pageSize_ = 0;
+  std::string sortColumn_;
+  bool descending_ = false;
+  std::string searchString_;
+  std::vector<std::string> primaryKey_;
+  std::vector<std::string> totalKey_;
+  std::string filter_;
+  std::shared_ptr<Dictionary> firstPosition_;
+  std::shared_ptr<Dictionary> lastPosition_;
+  std::vector<std::string> fields_;
+  std::string fieldList_;
+};
+
+void TableDataRequest::ReadRequest() {
+  table_ = Text("TableId");
+  navigate_ = Text("Navigate");
+  pageSize_ = SafeLng(Text("PageSize"));
+  sortColumn_ = Text("SortColumn");
+  descending_ = Text("SortDirection") == "desc";
+  searchString_ = Text("SearchString");
+  if (pageSize_ == std::numeric_limits<std::int32_t>::max()) throw Error(error_number::kOverflow, "Overflow");
+}
+
+/// False when no primary key is given and none can be detected.
+bool TableDataRequest::FindPrimaryKey() {
+  step_ = "Get primary key";
+  if (const std::string text = Text("PrimaryKey"); !text.empty()) {
+    primaryKey_ = TextToKey(text);
+    return true;
+  }
+  step_ = "Detect primary key";
+  const TableKeys keys = GetTableKeys(session_, table_);
+  const Key* primary = keys.PrimaryKey.empty() ? nullptr : keys.Find(keys.PrimaryKey);
+  if (primary == nullptr) return false;
+  primaryKey_ = primary->fields;
+  return true;
+}
+
+void TableDataRequest::CalculateTotalKey() {
+  step_ = "Get selected key";
+  const std::vector<std::string> selectedKey = TextToKey(Text("Key"));
+  step_ = "Calc total key";
+  NameList total;
+  if (!sortColumn_.empty()) total.Add(sortColumn_);
+  total.Add(selectedKey);
+  total.Add(primaryKey_);
+  totalKey_ = total.Names();
+}
+
+void TableDataRequest::ReadConditions() {
+  step_ = "Read filter";
+  filter_ = BuildFilter(session_, table_, root_, step_);
+  step_ = "Read filter";
+  if (searchString_.empty()) return;
+  if (!filter_.empty()) filter_ += " AND ";
+  filter_ += BuildSearch(session_, table_, root_, searchString_);
+}
+
+void TableDataRequest::ReadPositions() {
+  step_ = "Get positions";
+  const ComponentRegistry& components = *session_.process->components;
+  firstPosition_ = UnmarshalDictionary(components, Text("FirstPos"));
+  lastPosition_ = UnmarshalDictionary(components, Text("LastPos"));
+
+  step_ = "Validate navigation request";
+  const Navigation::From from = FindNavigation(navigate_).from;
+  const bool lacksFirst = from == Navigation::From::kFirst && !firstPosition_;
+  const bool lacksLast = from == Navigation::From::kLast && !lastPosition_;
+  if (lacksFirst || lacksLast) navigate_ = kGoToFirst;
+}
+
+void TableDataRequest::ReadFields() {
+  step_ = "Get fields from form definition";
+  NameList fields;
+  for (const XmlNode& field : root_.SelectNodes("Fields/Field")) fields.Add(GetNodeText(field, "Id"));
+  if (fields.Names().empty()) throw Error(error_number::kOwn, "No fields specified on this form");
+  step_ = "Add fields from the total key";
+  fields.Add(totalKey_);
+  fields_ = fields.Names();
+  step_ = "Make field list for the select statement";
+  fieldList_ = QuotedFieldList(session_, table_, fields_);
+}
+
+std::string TableDataRequest::KeyCondition(const Navigation& navigation) {
+  const bool fromFirst = navigation.from == Navigation::From::kFirst;
+  if (navigation.from == Navigation::From::kNone) return "";
+  KeyComparison comparison = navigation.comparison;
+  if (descending_) comparison.greater = !comparison.greater;
+  return BuildKeyCondition(session_, table_, fromFirst ? *firstPosition_ : *lastPosition_, primaryKey_, totalKey_,
+                           comparison);
+}
+
+std::string TableDataRequest::OrderBy(bool reverse) {
+  const std::string direction = descending_ != reverse ? " DESC" : "";
+  std::string ordering;
+  const auto add = [&](const std::string& field) {
+    if (!ordering.empty()) ordering += ", ";
+    ordering += SafeQuote(session_, table_, field) + direction;
+  };
+  // The sort column, when there is one, is the first field of the total key.
+  std::ranges::for_each(totalKey_, add);
+  return ordering;
+}
+
+std::string TableDataRequest::Where(const std::string& filter, const std::string& keyCondition) {
+  std::string where;
+  if (!filter.empty()) where = "(" + filter + ")";
+  if (!keyCondition.empty()) where += std::string(where.empty() ? "" : " AND") + " (" + keyCondition + ")";
+  return where;
+}
+
+void TableDataRequest::SettleDecimalFactor() {
+  if (session_.process->decimalFactor != 0) return;
+  double& factor = session_.process->decimalFactor;
+  if (session_.kind != DatabaseKind::DbNavision) {
+    factor = 1;
+    return;
+  }
+  constexpr double kProbe = 1.1;
+  const auto rows = ExecuteSQL(session_, "SELECT 1.1 FROM Integer WHERE Number=1", 1);
+  if (rows->AtEnd()) return;
+  factor = SafeDbl(rows->Item(0)) == kProbe ? 1 : kScaledDecimalFactor;
+  if (factor != 1) session_.Trace("Decimal factor set to " + FormatDouble(factor));
+}
+
+/// Some drivers hand out an empty text as the single character with code 2.
+Value Cleaned(const Value& value) {
+  const auto* text = value.GetIf<std::string>();
+  return text != nullptr && *text == "\x02" ? Value(std::string()) : value;
+}
+
+Page TableDataRequest::ReadRows(RecordSet& rows, bool fieldsFixed) {
+  step_ = "Read the records";
+  Page page;
+  std::vector<std::size_t> columns(fields_.size());
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    columns[i] = fieldsFixed ? rows.IndexOf(fields_[i]) : i;
+    page.types.push_back(rows.Fields().at(columns[i]).type);
+  }
+  for (std::int32_t count = 0; count < pageSize_ && !rows.AtEnd(); ++count, rows.MoveNext()) {
+    std::vector<Value>& row = page.rows.emplace_back();
+    row.reserve(columns.size());
+    for (const std::size_t column : columns) row.push_back(Cleaned(rows.Item(column)));
+  }
+  page.moreRows = !rows.AtEnd();
+  return page;
+}
+
+Page TableDataRequest::NavigateOnce() {
+  session_.process->ui->LetEventsRun();
+  step_ = "Navigate";
+  const Navigation& navigation = FindNavigation(navigate_);
+  const std::string keyCondition = KeyCondition(navigation);
+  step_ = "Order by";
+  const std::string orderBy = OrderBy(navigation.reverse);
+  step_ = "Assemble the sql statement";
+  const std::string where = Where(filter_, keyCondition);
+  std::int32_t limit = pageSize_ + 1;
+  bool fieldsFixed = false;
+  const std::string sql =
+      BuildSelect(session_, table_, limit, {.where = where, .orderBy = orderBy, .fields = fieldList_}, fieldsFixed);
+  step_ = "Execute SQL: " + sql;
+  const auto rows = ExecuteSQL(session_, sql, limit);
+  SettleDecimalFactor();
+  return ReadRows(*rows, fieldsFixed);
+}
+
+Page TableDataRequest::ReadPage() {
+  while (true) {
+    Page page = NavigateOnce();
+    step_ = "TableData - navigate";
+    if (!page.rows.empty() || navigate_ == kGoToFirst || navigate_ == kGoToLast) return page;
+    navigate_ = navigate_ == kGoToNext ? kGoToLast : kGoToFirst;
+  }
+}
+
+void TableDataRequest::WriteFlags(XmlDocument& response, const Page& page) const {
+  const bool reverse = FindNavigation(navigate_).reverse;
+  const bool next = reverse ? navigate_ != kGoToLast : page.moreRows;
+  const bool previous = reverse ? page.moreRows : navigate_ != kGoToFirst;
+  response.SelectSingleNode("/XML/HasNextPage").SetText(next ? "1" : "0");
+  response.SelectSingleNode("/XML/HasPreviousPage").SetText(previous ? "1" : "0");
+}
+
+std::string TableDataRequest::MakePosition(const std::vector<Value>& row) const {
+  const auto position = CreateHalvikDictionary(*session_.process->components);
+  const auto add = [&](const std::string& field) {
+    const auto found = std::ranges::find(fields_, field);
+    position->Set(field, row[static_cast<std::size_t>(found - fields_.begin())]);
+  };
+  if (!sortColumn_.empty()) add(sortColumn_);
+  std::ranges::for_each(primaryKey_, add);
+  return BytesToHex(position->marshalldictionary());
+}
+
+void TableDataRequest::WritePage(XmlDocument& response, Page& page) {
+  if (FindNavigation(navigate_).reverse) std::ranges::reverse(page.rows);
+
+  step_ = "Get new outer positions";
+  response.SelectSingleNode("/XML/FirstPosition").SetText(MakePosition(page.rows.front()));
+  response.SelectSingleNode("/XML/LastPosition").SetText(MakePosition(page.rows.back()));
+
+  step_ = "Column info";
+  XmlNode columns = response.SelectSingleNode("/XML/Columns");
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    XmlNode column = columns.AppendElement("Column");
+    column.AppendElement("Id", fields_[i]);
+    column.AppendElement("DataType", std::to_string(page.types[i]));
+  }
+
+  step_ = "Column data";
+  XmlNode records = response.SelectSingleNode("/XML/Records");
+  for (const std::vector<Value>& row : page.rows) {
+    XmlNode record = records.AppendElement("R");
+    for (std::size_t i = 0; i < fields_.size(); ++i) {
+      try {
+        AppendFieldValue(record, "V", row[i], page.types[i], session_).SetAttribute("Id", fields_[i]);
+      } catch (const Error&) {
+        step_ = "Get data for field " + std::to_string(i + 1) + " \"" + fields_[i] + "\"";
+        throw;
+      }
+    }
+  }
+}
+
+void TableDataRequest::Answer(XmlDocument& response) {
+  ReadRequest();
+  if (!FindPrimaryKey()) {
+    response.LoadXML("<XML><Error>2</Error><Message>No primary key defined</Message></XML>");
+    return;
+  }
+  CalculateTotalKey();
+  ReadConditions();
+  ReadPositions();
+  ReadFields();
+  Page page = ReadPage();
+
+  step_ = "Set the records in the message";
+  response.LoadXML("<XML><FirstPosition/><LastPosition/><HasNextPage/><HasPreviousPage/><Columns/><Records/></XML>");
+  WriteFlags(response, page);
+  if (!page.rows.empty()) WritePage(response, page);
+}
+
+}  // namespace
+
+void TableData(const XmlDocument& request, XmlDocument& response, DataSession& session) {
+  TableDataRequest tableData(request, session);
+  try {
+    tableData.Answer(response);
+  } catch (const Error& error) {
+    throw Error(error.Number(), error.Description() + " TableData[" + tableData.Step() + "]");
+  }
+}
+
+}  // namespace ods

@@ -1,0 +1,149 @@
+#include "database/modSelect.h"
+
+#include <array>
+#include <utility>
+
+#include "common/Error.h"
+#include "common/Text.h"
+#include "database/modViews.h"
+
+namespace ods {
+namespace {
+
+enum class RowLimit { kNone, kTop, kLimit };
+
+RowLimit RowLimitOf(DatabaseKind kind) {
+  switch (kind) {
+    case DatabaseKind::DbSqlServer:
+    case DatabaseKind::DbAccess:
+    case DatabaseKind::DbPervasive:
+      return RowLimit::kTop;
+    case DatabaseKind::DbMySql:
+      return RowLimit::kLimit;
+    default:
+      return RowLimit::kNone;
+  }
+}
+
+/// True for one to three parts in brackets joined by ".", every "]" inside a part doubled.
+bool IsBracketedName(std::string_view name) {
+  constexpr int kMaxParts = 3;
+  std::size_t at = 0;
+  for (int part = 0; part < kMaxParts; ++part) {
+    if (at >= name.size() || name[at] != '[') return false;
+    std::size_t end = at + 1;
+    while (true) {
+      end = name.find(']', end);
+      if (end == std::string_view::npos) return false;
+      if (end + 1 >= name.size() || name[end + 1] != ']') break;
+      end += 2;
+    }
+    if (end == at + 1) return false;
+    at = end + 1;
+    if (at == name.size()) return true;
+    if (name[at] != '.') return false;
+    ++at;
+  }
+  return false;
+}
+
+/// The statement over `source`, which is a quoted table name or a derived table.
+std::string AssembleSelect(const DataSession& session, std::string_view source, std::int32_t top,
+                           const SelectParts& parts) {
+  const RowLimit limit = RowLimitOf(session.kind);
+  std::string sql = "SELECT";
+  if (limit == RowLimit::kTop) sql += " TOP " + std::to_string(top);
+  sql.append(" ").append(parts.fields).append(" FROM ").append(source);
+  if (!parts.where.empty()) sql.append(" WHERE (").append(parts.where).append(")");
+  if (!parts.orderBy.empty()) sql.append(" ORDER BY ").append(parts.orderBy);
+  if (limit == RowLimit::kLimit) sql += " LIMIT " + std::to_string(top);
+  return sql;
+}
+
+/// Fills a view's own markers. Two passes, so that a value is never mistaken for another marker.
+std::string FillMacros(const ViewQuery& view, std::int32_t top, const SelectParts& parts) {
+  constexpr std::string_view kTopMacro = "$$$$TOP_MACRO$$$$";
+  constexpr std::string_view kWhereMacro = "$$$$WHERE_MACRO$$$$";
+  constexpr std::string_view kOrderByMacro = "$$$$ORDERBY_MACRO$$$$";
+  constexpr std::string_view kFieldListMacro = "$$$$FIELDLIST_MACRO$$$$";
+
+  const bool hasTop = !view.top.empty();
+  const bool hasWhere = !parts.where.empty() && !view.where.empty();
+  const bool hasOrderBy = !parts.orderBy.empty() && !view.orderBy.empty();
+  const bool hasFields = !parts.fields.empty() && !view.fields.empty();
+
+  std::string sql = view.text;
+  const auto replace = [&sql](bool wanted, std::string_view from, std::string_view to) {
+    if (wanted) sql = ReplaceAll(sql, from, to);
+  };
+  replace(hasTop, view.top, kTopMacro);
+  replace(hasWhere, view.where, kWhereMacro);
+  replace(hasOrderBy, view.orderBy, kOrderByMacro);
+  replace(hasFields, view.fields, kFieldListMacro);
+  replace(hasTop, kTopMacro, std::to_string(top));
+  replace(hasWhere, kWhereMacro, parts.where);
+  replace(hasFields, kFieldListMacro, parts.fields);
+  replace(hasOrderBy, kOrderByMacro, parts.orderBy);
+  return sql;
+}
+
+}  // namespace
+
+std::string_view GetBareName(std::string_view identifier) {
+  const std::size_t end = identifier.find(']');
+  return end == std::string_view::npos ? identifier : identifier.substr(end + 1);
+}
+
+std::string_view GetTableType(std::string_view identifier) {
+  const std::size_t end = identifier.find(']');
+  if (!identifier.starts_with('[') || end == std::string_view::npos) return kTypeTable;
+  return identifier.substr(1, end - 1);
+}
+
+SchemaAndName SplitTableName(std::string_view identifier, DatabaseKind kind) {
+  const std::string_view name = GetBareName(identifier);
+  if (kind == DatabaseKind::DbSqlServer && name.starts_with('[')) {
+    const std::vector<std::string> parts = Split(name, "].[");
+    if (parts.size() == 2) {
+      std::string_view last = parts[1];
+      if (last.ends_with(']')) last.remove_suffix(1);
+      return {parts[0].substr(1), std::string(last)};
+    }
+  }
+  return {"", std::string(name)};
+}
+
+std::string QuoteIdentifier(const DataSession& session, std::string_view name) {
+  return session.QuotePrefix + ReplaceAll(name, session.QuoteSuffix, session.QuoteSuffix + session.QuoteSuffix) +
+         session.QuoteSuffix;
+}
+
+std::string QuoteTableName(const DataSession& session, std::string_view name) {
+  if (session.kind == DatabaseKind::DbSqlServer && IsBracketedName(name)) return std::string(name);
+  return QuoteIdentifier(session, name);
+}
+
+std::string BuildSelect(const DataSession& session, const std::string& table, std::int32_t& top,
+                        const SelectParts& parts, bool& fieldsFixed) {
+  constexpr std::string_view kSubqueryAlias = "KORVANTASUBQUERYNAME";
+  if (top < 1) top = 1;
+  const std::string_view bareName = GetBareName(table);
+  if (GetTableType(table) != kTypeAppView) {
+    return AssembleSelect(session, QuoteTableName(session, bareName), top, parts);
+  }
+  const std::optional<ViewQuery> view = FindViewQuery(session.process->configFolder, bareName);
+  if (!view) throw Error(error_number::kOwn, "Unable to locate the view with id " + table + ".");
+  if (!view->isMacro) {
+    return AssembleSelect(session, "(" + view->text + ") AS " + QuoteIdentifier(session, kSubqueryAlias), top, parts);
+  }
+  fieldsFixed = view->fields.empty();
+  return FillMacros(*view, top, parts);
+}
+
+std::string BuildSelectOne(const DataSession& session, const std::string& table, const SelectParts& parts,
+                           bool& fieldsFixed) {
+  std::int32_t top = 1;
+  return BuildSelect(session, table, top, parts, fieldsFixed);
+}
+
+}  // namespace ods

@@ -1,0 +1,56 @@
+// Table identifiers, and the one builder of every SELECT statement.
+//
+// A table identifier is what `TableList` hands out: a kind word in brackets ("[TABLE]", "[VIEW]", "[APPVIEW]") and the
+// name.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "database/DataSession.h"
+
+namespace ods {
+
+inline constexpr std::string_view kTypeTable = "TABLE";
+inline constexpr std::string_view kTypeView = "VIEW";
+inline constexpr std::string_view kTypeAppView = "APPVIEW";
+/// The condition of a statement that describes columns and returns no rows.
+inline constexpr std::string_view kNoRows = "1=2";
+
+/// The text after the first "]"; the whole identifier when it has none.
+[[nodiscard]] std::string_view GetBareName(std::string_view identifier);
+/// The text between a leading "[" and the first "]" when there is any; otherwise "TABLE".
+[[nodiscard]] std::string_view GetTableType(std::string_view identifier);
+
+struct SchemaAndName {
+  std::string schema;
+  std::string name;
+};
+/// Schema and name of an identifier. Only Microsoft SQL Server's have a schema; a doubled "]]" stays doubled.
+[[nodiscard]] SchemaAndName SplitTableName(std::string_view identifier, DatabaseKind kind);
+
+/// `name` in the connection's identifier quotes, every closing quote inside doubled.
+[[nodiscard]] std::string QuoteIdentifier(const DataSession& session, std::string_view name);
+/// The name of a table as it stands in a statement. On Microsoft SQL Server a name of one to three parts in brackets,
+/// joined by ".", each with its "]" doubled, stands as it is; every other name is quoted as one.
+[[nodiscard]] std::string QuoteTableName(const DataSession& session, std::string_view name);
+
+/// What `BuildSelect` puts into a statement besides the table and the row limit. Empty parts are left out.
+struct SelectParts {
+  std::string_view where;    ///< condition without WHERE
+  std::string_view orderBy;  ///< ordering without ORDER BY
+  std::string_view fields;   ///< field list
+};
+
+/// Builds the SELECT statement over a table or a server-side view.
+/// @param top row limit; below 1 it is raised to 1 in the caller's variable. Products without TOP and LIMIT get none.
+/// @param fieldsFixed set for a view in macro mode only: true when its field list cannot be chosen.
+/// Raises error 1000 "Unable to locate the view with id " + identifier + "." for a view that there is not.
+[[nodiscard]] std::string BuildSelect(const DataSession& session, const std::string& table, std::int32_t& top,
+                                      const SelectParts& parts, bool& fieldsFixed);
+/// The same with a row limit that the caller does not need back, for a statement whose columns count, or one row.
+[[nodiscard]] std::string BuildSelectOne(const DataSession& session, const std::string& table, const SelectParts& parts,
+                                         bool& fieldsFixed);
+
+}  // namespace ods

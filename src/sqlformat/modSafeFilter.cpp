@@ -1,0 +1,147 @@
+#include "sqlformat/modSafeFilter.h"
+
+#include <algorithm>
+#include <array>
+
+#include "common/Conversions.h"
+#include "common/Text.h"
+#include "database/modSelect.h"
+#include "sqlformat/modSafeVal.h"
+#include "sqlformat/modTypes.h"
+
+namespace ods {
+namespace {
+
+struct Normaliser {
+  std::string_view name;
+  std::string (*routine)(const Value& value);
+};
+
+constexpr std::array kNormalisers = {
+    Normaliser{"Boolean", SafeFilter_Boolean},     Normaliser{"String", SafeFilter_String},
+    Normaliser{"Integer", SafeFilter_Integer},     Normaliser{"Float", SafeFilter_Float},
+    Normaliser{"Date", SafeFilter_Date},           Normaliser{"DateTime", SafeFilter_Date},
+    Normaliser{"BinaryHex", SafeFilter_BinaryHex},
+};
+
+struct FilterOperator {
+  std::string_view keyword;
+  std::string_view sqlOperator;
+  std::string_view joiner;
+};
+
+constexpr std::array kOperators = {
+    FilterOperator{"eq", "=", "OR"},
+    FilterOperator{"", "=", "OR"},
+    FilterOperator{"lt", "<", "OR"},
+    FilterOperator{"gt", ">", "OR"},
+    FilterOperator{"lteq", "<=", "OR"},
+    FilterOperator{"gteq", ">=", "OR"},
+    FilterOperator{"not", "<>", "AND"},
+    FilterOperator{"like", " LIKE ", "OR"},
+    FilterOperator{kFlowFilter, kFlowFilter, "OR"},
+};
+
+/// The SQL function that folds case on a product, "" where there is none.
+std::string_view CaseFolding(DatabaseKind kind) {
+  switch (kind) {
+    case DatabaseKind::DbSqlServer:
+      return "UPPER";
+    case DatabaseKind::DbUnnamed:
+      return "";
+    default:
+      return "UCASE";
+  }
+}
+
+std::string Folded(std::string_view function, const std::string& expression) {
+  return function.empty() ? expression : std::string(function) + "(" + expression + ")";
+}
+
+std::string FlowFilterEscape(const DataSession& session, const std::string& table, const std::string& field,
+                             const std::string& value) {
+  return "{pred SetFlowFilter, " + SafeVal_String(session.kind, GetBareName(table)) + ", " +
+         SafeVal_String(session.kind, field) + ", " + SafeVal_String(session.kind, value) + "}";
+}
+
+}  // namespace
+
+std::string SafeFilter(DataSession& session, const std::string& table, const std::string& field, const Value& value) {
+  const TypeEntry& type = GetTypeEntry(session, RequireField(session, table, field).Type);
+  const auto* const normaliser = std::ranges::find(kNormalisers, type.SafeFilterFunction, &Normaliser::name);
+  return normaliser == kNormalisers.end() ? std::string() : normaliser->routine(value);
+}
+
+std::string SafeFilter_String(const Value& value) { return SafeStr(value); }
+
+std::string SafeFilter_BinaryHex(const Value& value) { return SafeFilter_String(value); }
+
+std::string SafeFilter_Integer(const Value& value) { return std::to_string(SafeLng(value)); }
+
+std::string SafeFilter_Float(const Value& value) { return FormatDouble(SafeDbl(value)); }
+
+std::string SafeFilter_Boolean(const Value& value) { return SafeBool(value) ? "1" : "0"; }
+
+std::string SafeFilter_Date(const Value& value) { return FormatDate(SafeDate(value)); }
+
+std::string BuildFilterCondition(std::string_view sqlOperator, DataSession& session, const std::string& table,
+                                 const std::string& field, const std::string& values, std::string_view joiner) {
+  const auto comparison = [&](const std::string& value) {
+    return SafeQuote(session, table, field) + " " + std::string(sqlOperator) + " " +
+           SafeVal(session, table, field, value);
+  };
+  if (values.empty()) return comparison(values);
+  std::string text;
+  for (const std::string& value : Split(values, "|")) {
+    if (!text.empty()) text.append(" ").append(joiner).append(" ");
+    text += sqlOperator == kFlowFilter ? FlowFilterEscape(session, table, field, value) : comparison(value);
+  }
+  return text;
+}
+
+std::string BuildCondition(DataSession& session, const std::string& table, const XmlNode& condition,
+                           std::string& step) {
+  const std::string field = GetNodeText(condition, "FieldId");
+  const std::string keyword = GetNodeText(condition, "FilterOp");
+  std::string values = GetNodeText(condition, "Filter");
+  if (keyword == kFlowFilter) {
+    values = SafeFilter_String(values);
+  } else {
+    step = "Modify filter value";
+    values = SafeFilter(session, table, field, values);
+  }
+  const auto* const filterOperator = std::ranges::find(kOperators, keyword, &FilterOperator::keyword);
+  std::string text = " AND (";
+  if (filterOperator != kOperators.end()) {
+    text += BuildFilterCondition(filterOperator->sqlOperator, session, table, field, values, filterOperator->joiner);
+  }
+  return text + ")";
+}
+
+std::string BuildFilter(DataSession& session, const std::string& table, const XmlNode& request, std::string& step) {
+  constexpr std::size_t kLeadingAnd = std::string_view(" AND ").size();
+  std::string text;
+  for (const XmlNode& condition : request.SelectNodes("Filter/Condition")) {
+    step = "Read filter";
+    text += BuildCondition(session, table, condition, step);
+  }
+  return text.empty() ? text : text.substr(kLeadingAnd);
+}
+
+std::string BuildSearch(DataSession& session, const std::string& table, const XmlNode& request,
+                        const std::string& searchString) {
+  const std::string_view fold = CaseFolding(session.kind);
+  std::string terms;
+  for (const XmlNode& node : request.SelectNodes("SearchFields/Field")) {
+    const std::string pattern = GetNodeText(node, "SearchString");
+    if (pattern.empty()) continue;
+    const std::string field = GetNodeText(node, "Id");
+    const std::string value = SafeFilter(session, table, field, ReplaceAll(pattern, "{0}", searchString));
+    if (!terms.empty()) terms += " OR ";
+    terms += "(" + Folded(fold, SafeQuote(session, table, field)) + " LIKE " +
+             Folded(fold, SafeVal(session, table, field, value)) + ")";
+  }
+  return "(" + terms + ")";
+}
+
+}  // namespace ods

@@ -1,0 +1,83 @@
+#include "database/modODBC.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/FakeSession.h"
+
+namespace ods::test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+
+class Execute : public ::testing::Test {
+ protected:
+  Execute() {
+    fake_.StartLog();
+    fake_.connection->answer = [](const std::string&) { return MakeRows({}); };
+  }
+  void Fail() {
+    fake_.connection->answer = [](const std::string&) -> std::shared_ptr<RecordSet> {
+      throw Error(-2147217865, "No such table");
+    };
+  }
+
+  FakeSession fake_;
+};
+
+TEST_F(Execute, TracesAndRunsTheStatement) {
+  (void)ExecuteSQL(fake_.session, "SELECT 1", 51);
+  EXPECT_THAT(fake_.connection->statements, ElementsAre("SELECT 1"));
+  EXPECT_THAT(fake_.connection->limits, ElementsAre(51));
+  EXPECT_THAT(fake_.ui.entries, ElementsAre("SQL: SELECT 1"));
+}
+
+TEST_F(Execute, ReplacesEveryPlaceholderPairByPair) {
+  const std::pair<std::string, std::string> parameters[] = {{"%a%", "1"}, {"%b%", "%a%"}};
+  (void)ExecuteSQL(fake_.session, "%a%,%b%,%a%", 0, {.expectedErrors = {}, .parameters = parameters});
+  EXPECT_EQ(fake_.LastStatement(), "1,%a%,1");
+}
+
+TEST_F(Execute, NeverBoundsARecordSetOnMySql) {
+  fake_.session.kind = DatabaseKind::DbMySql;
+  (void)ExecuteSQL(fake_.session, "SELECT 1", 51);
+  EXPECT_THAT(fake_.connection->limits, ElementsAre(0));
+}
+
+TEST_F(Execute, AFailureCarriesTheStatement) {
+  Fail();
+  const auto [number, text] = ErrorOf([&] { (void)ExecuteSQL(fake_.session, "SELECT x", 1); });
+  EXPECT_EQ(number, -2147217865);
+  EXPECT_EQ(text, "No such table SQL: SELECT x");
+  EXPECT_THAT(fake_.ui.entries, Contains("SQL Error: -2147217865 (0x80040E37), No such table"));
+}
+
+TEST_F(Execute, AnExpectedFailureIsAWarningInTheLogAndStillRaised) {
+  Fail();
+  const std::int32_t expected[] = {5, -2147217865};
+  const auto [number, text] =
+      ErrorOf([&] { (void)ExecuteSQL(fake_.session, "SELECT x", 1, {.expectedErrors = expected, .parameters = {}}); });
+  EXPECT_EQ(number, -2147217865);
+  EXPECT_THAT(fake_.ui.entries, Contains("SQL Warning: -2147217865 (0x80040E37), No such table"));
+}
+
+TEST(TableExists, AsksTheTablesSchemaForTheName) {
+  FakeSession fake;
+  std::vector<Row> rows;
+  fake.connection->schemas[Schema::kTables] = [&] { return MakeRows(TextColumns({"TABLE_NAME"}), rows); };
+  EXPECT_FALSE(TableExists(fake.session, "x"));
+  rows = {{"x"}};
+  EXPECT_TRUE(TableExists(fake.session, "x"));
+  ASSERT_EQ(fake.connection->schemaRestrictions.size(), 4U);
+  EXPECT_EQ(fake.connection->schemaRestrictions[2], Value("x"));
+  EXPECT_TRUE(fake.connection->schemaRestrictions[0].IsEmpty());
+}
+
+TEST(TableExists, LetsErrorsPass) {
+  FakeSession fake;
+  EXPECT_EQ(ErrorOf([&] { (void)TableExists(fake.session, "x"); }).first, error_number::kGeneralFailure);
+}
+
+}  // namespace
+}  // namespace ods::test

@@ -1,0 +1,172 @@
+#include "database/modSelect.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "support/FakeSession.h"
+
+namespace ods::test {
+namespace {
+
+std::string Select(FakeSession& fake, const std::string& table, std::int32_t top, const SelectParts& parts) {
+  bool fieldsFixed = false;
+  return BuildSelect(fake.session, table, top, parts, fieldsFixed);
+}
+
+void WriteViews(const FakeSession& fake, const std::string& xml) {
+  std::ofstream(fake.folder.Path() + "/views.xml") << xml;
+}
+
+TEST(TableIdentifier, BareNameIsTheTextAfterTheFirstBracket) {
+  EXPECT_EQ(GetBareName("[TABLE]Customer"), "Customer");
+  EXPECT_EQ(GetBareName("[TABLE][dbo].[Order]]s]"), "[dbo].[Order]]s]");
+  EXPECT_EQ(GetBareName("Customer"), "Customer");
+  EXPECT_EQ(GetBareName(""), "");
+  EXPECT_EQ(GetBareName("[TABLE]"), "");
+}
+
+TEST(TableIdentifier, TypeIsTheTextInTheLeadingBrackets) {
+  EXPECT_EQ(GetTableType("[APPVIEW]Sales"), "APPVIEW");
+  EXPECT_EQ(GetTableType("[VIEW][dbo].[v]"), "VIEW");
+  EXPECT_EQ(GetTableType("Customer"), "TABLE");
+  EXPECT_EQ(GetTableType("x[VIEW]y"), "TABLE");
+  EXPECT_EQ(GetTableType("[VIEW"), "TABLE");
+  EXPECT_EQ(GetTableType("[]x"), "");
+}
+
+TEST(TableIdentifier, OnlySqlServerNamesHaveASchema) {
+  const SchemaAndName split = SplitTableName("[TABLE][dbo].[Order]]s]", DatabaseKind::DbSqlServer);
+  EXPECT_EQ(split.schema, "dbo");
+  EXPECT_EQ(split.name, "Order]]s");
+  EXPECT_EQ(SplitTableName("[TABLE]Orders", DatabaseKind::DbSqlServer).name, "Orders");
+  EXPECT_EQ(SplitTableName("[TABLE][a].[b].[c]", DatabaseKind::DbSqlServer).name, "[a].[b].[c]");
+  const SchemaAndName other = SplitTableName("[TABLE][dbo].[x]", DatabaseKind::DbMySql);
+  EXPECT_EQ(other.schema, "");
+  EXPECT_EQ(other.name, "[dbo].[x]");
+}
+
+TEST(TableIdentifier, QuotedNamesDoubleTheClosingQuote) {
+  EXPECT_EQ(QuoteIdentifier(FakeSession(DatabaseKind::DbSqlServer).session, "Order]s"), "[Order]]s]");
+  EXPECT_EQ(QuoteIdentifier(FakeSession(DatabaseKind::DbMySql).session, "a`b"), "`a``b`");
+  EXPECT_EQ(QuoteIdentifier(FakeSession(DatabaseKind::DbUnknown).session, "a\"b"), "\"a\"\"b\"");
+  FakeSession bare(DatabaseKind::DbUnknown);
+  bare.session.QuotePrefix = bare.session.QuoteSuffix = "";
+  EXPECT_EQ(QuoteIdentifier(bare.session, "plain"), "plain");
+}
+
+TEST(TableIdentifier, SqlServerKeepsWellFormedBracketedNamesAndQuotesTheRest) {
+  FakeSession fake(DatabaseKind::DbSqlServer);
+  EXPECT_EQ(QuoteTableName(fake.session, "[dbo].[Order]]s]"), "[dbo].[Order]]s]");
+  EXPECT_EQ(QuoteTableName(fake.session, "[a].[b].[c]"), "[a].[b].[c]");
+  EXPECT_EQ(QuoteTableName(fake.session, "Orders"), "[Orders]");
+  EXPECT_EQ(QuoteTableName(fake.session, "[x]; DROP TABLE y --"), "[[x]]; DROP TABLE y --]");
+  EXPECT_EQ(QuoteTableName(fake.session, "[x"), "[[x]");
+  EXPECT_EQ(QuoteTableName(fake.session, "[]"), "[[]]]");
+  EXPECT_EQ(QuoteTableName(fake.session, "[a].[b].[c].[d]"), "[[a]].[b]].[c]].[d]]]");
+  EXPECT_EQ(QuoteTableName(FakeSession(DatabaseKind::DbUnknown).session, "[x]"), "\"[x]\"");
+}
+
+struct StatementCase {
+  DatabaseKind kind;
+  std::string statement;
+};
+
+TEST(BuildSelect, PutsTheRowLimitWhereTheProductWantsIt) {
+  const SelectParts parts{.where = "a=1", .orderBy = "b", .fields = "*"};
+  const StatementCase cases[] = {
+      {DatabaseKind::DbUnknown, "SELECT * FROM \"t\" WHERE (a=1) ORDER BY b"},
+      {DatabaseKind::DbSqlServer, "SELECT TOP 51 * FROM [t] WHERE (a=1) ORDER BY b"},
+      {DatabaseKind::DbAccess, "SELECT TOP 51 * FROM [t] WHERE (a=1) ORDER BY b"},
+      {DatabaseKind::DbNavision, "SELECT * FROM \"t\" WHERE (a=1) ORDER BY b"},
+      {DatabaseKind::DbConcorde, "SELECT * FROM \"t\" WHERE (a=1) ORDER BY b"},
+      {DatabaseKind::DbMySql, "SELECT * FROM `t` WHERE (a=1) ORDER BY b LIMIT 51"},
+      {DatabaseKind::DbPervasive, "SELECT TOP 51 * FROM \"t\" WHERE (a=1) ORDER BY b"},
+      {DatabaseKind::DbExcel, "SELECT * FROM `t` WHERE (a=1) ORDER BY b"},
+      {DatabaseKind::DbUnnamed, "SELECT * FROM \"t\" WHERE (a=1) ORDER BY b"},
+  };
+  for (const StatementCase& expected : cases) {
+    FakeSession fake(expected.kind);
+    EXPECT_EQ(Select(fake, "[TABLE]t", 51, parts), expected.statement);
+  }
+}
+
+TEST(BuildSelect, LeavesOutEmptyParts) {
+  FakeSession fake(DatabaseKind::DbMySql);
+  EXPECT_EQ(Select(fake, "[TABLE]t", 7, {.where = "", .orderBy = "", .fields = "a"}), "SELECT a FROM `t` LIMIT 7");
+}
+
+TEST(BuildSelect, RaisesALimitBelowOneInTheCallersVariable) {
+  FakeSession fake(DatabaseKind::DbAccess);
+  for (std::int32_t top : {0, -5}) {
+    bool fieldsFixed = false;
+    EXPECT_EQ(BuildSelect(fake.session, "[TABLE]t", top, {.where = "", .orderBy = "", .fields = "*"}, fieldsFixed),
+              "SELECT TOP 1 * FROM [t]");
+    EXPECT_EQ(top, 1);
+  }
+}
+
+TEST(BuildSelect, WrapsTheQueryOfAViewAsADerivedTable) {
+  const std::string views = "<Views><View><Id>v</Id><Query>SELECT x FROM y</Query></View></Views>";
+  const SelectParts parts{.where = "c", .orderBy = "o", .fields = "*"};
+  const StatementCase cases[] = {
+      {DatabaseKind::DbSqlServer,
+       "SELECT TOP 10 * FROM (SELECT x FROM y) AS [KORVANTASUBQUERYNAME] WHERE (c) ORDER BY o"},
+      {DatabaseKind::DbMySql,
+       "SELECT * FROM (SELECT x FROM y) AS `KORVANTASUBQUERYNAME` WHERE (c) ORDER BY o LIMIT 10"},
+      {DatabaseKind::DbUnknown, "SELECT * FROM (SELECT x FROM y) AS \"KORVANTASUBQUERYNAME\" WHERE (c) ORDER BY o"},
+  };
+  for (const StatementCase& expected : cases) {
+    FakeSession fake(expected.kind);
+    WriteViews(fake, views);
+    bool fieldsFixed = true;
+    std::int32_t top = 10;
+    EXPECT_EQ(BuildSelect(fake.session, "[APPVIEW]v", top, parts, fieldsFixed), expected.statement);
+    EXPECT_TRUE(fieldsFixed) << "the flag belongs to macro mode alone";
+  }
+}
+
+TEST(BuildSelect, FillsTheMarkersOfAViewInMacroMode) {
+  FakeSession fake(DatabaseKind::DbSqlServer);
+  WriteViews(fake,
+             "<Views><View><Id>v</Id><Query subquery=' No ' top='999' where='1=1' orderby='1' fields='x'>"
+             "SELECT TOP 999 x FROM y WHERE 1=1 AND 1=1</Query></View></Views>");
+  bool fieldsFixed = true;
+  std::int32_t top = 0;
+  // The ordering's marker "1" is replaced everywhere too: after the condition's marker is out of the way none is left.
+  EXPECT_EQ(BuildSelect(fake.session, "[APPVIEW]v", top, {.where = "x = 999", .orderBy = "z", .fields = "a,b"},
+                        fieldsFixed),
+            "SELECT TOP 1 a,b FROM y WHERE x = 999 AND x = 999");
+  EXPECT_FALSE(fieldsFixed);
+  EXPECT_EQ(top, 1);
+}
+
+TEST(BuildSelect, IgnoresWhatAMacroViewHasNoMarkerFor) {
+  FakeSession fake(DatabaseKind::DbMySql);
+  WriteViews(fake, "<Views><View><Id>v</Id><Query subquery='no'>SELECT 1 WHERE 2</Query></View></Views>");
+  bool fieldsFixed = false;
+  std::int32_t top = 3;
+  EXPECT_EQ(
+      BuildSelect(fake.session, "[APPVIEW]v", top, {.where = "c", .orderBy = "o", .fields = "f"}, fieldsFixed),
+      "SELECT 1 WHERE 2");
+  EXPECT_TRUE(fieldsFixed);
+}
+
+TEST(BuildSelect, KeepsAMacroMarkerThatTheRequestLeavesEmpty) {
+  FakeSession fake(DatabaseKind::DbMySql);
+  WriteViews(fake,
+             "<Views><View><Id>v</Id><Query subquery='no' where='1=1' orderby='ORD' fields='f'>"
+             "SELECT f WHERE 1=1 ORDER BY ORD</Query></View></Views>");
+  EXPECT_EQ(Select(fake, "[APPVIEW]v", 3, {.where = "", .orderBy = "", .fields = "g"}),
+            "SELECT g WHERE 1=1 ORDER BY ORD");
+}
+
+TEST(BuildSelect, NamesTheViewThatThereIsNot) {
+  FakeSession fake;
+  const auto [number, text] = ErrorOf([&] { (void)Select(fake, "[APPVIEW]it's", 1, {}); });
+  EXPECT_EQ(number, 1000);
+  EXPECT_EQ(text, "Unable to locate the view with id [APPVIEW]it's.");
+}
+
+}  // namespace
+}  // namespace ods::test

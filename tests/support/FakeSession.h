@@ -1,0 +1,164 @@
+// A data session over a scripted connection: tests say which statements return what, and see every statement that came.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "common/ComponentRegistry.h"
+#include "common/Error.h"
+#include "database/DataSession.h"
+#include "sqlformat/modTypes.h"
+
+namespace ods::test {
+
+/// A user interface that remembers what it was asked for.
+class RecordingUserInterface final : public UserInterface {
+ public:
+  [[nodiscard]] bool HasWindows() const override { return false; }
+  void LetEventsRun() override { ++eventRounds; }
+  void ShowMainWindow() override {}
+  void UnloadMainWindow() override {}
+  void ShowOptionsDialog() override {}
+  void MessageBox(const std::string& /*title*/, const std::string& text, BoxStyle /*style*/) override {
+    boxes.push_back(text);
+  }
+  void AddTraceEntry(std::int32_t /*severity*/, const std::string& text) override { entries.push_back(text); }
+
+  int eventRounds = 0;
+  std::vector<std::string> boxes;
+  std::vector<std::string> entries;
+};
+
+using Row = std::vector<Value>;
+
+inline std::shared_ptr<RecordSet> MakeRows(std::vector<Field> fields, std::vector<Row> rows = {}) {
+  return std::make_shared<MemoryRecordSet>(std::move(fields), std::move(rows));
+}
+
+/// Text columns of the given names: enough for schema rowsets.
+inline std::vector<Field> TextColumns(const std::vector<std::string>& names) {
+  std::vector<Field> fields;
+  for (const std::string& name : names) fields.push_back({name, ado_type::kVarWChar, 128, 0});
+  return fields;
+}
+
+class FakeConnection final : public Connection {
+ public:
+  void Open(const std::string& text) override { connectionString = text; }
+  [[nodiscard]] const std::vector<ConnectionProperty>& Properties() const override { return properties; }
+  [[nodiscard]] std::string DefaultDatabase() const override { return defaultDatabase; }
+  [[nodiscard]] std::shared_ptr<RecordSet> OpenSchema(Schema schema, const std::vector<Value>& restrictions) override {
+    schemaRestrictions = restrictions;
+    const auto found = schemas.find(schema);
+    if (found == schemas.end()) throw Error(error_number::kGeneralFailure, "No such schema rowset");
+    return found->second();
+  }
+  [[nodiscard]] std::shared_ptr<RecordSet> OpenRecordSet(const std::string& sql, std::int32_t maxRecords) override {
+    statements.push_back(sql);
+    limits.push_back(maxRecords);
+    return answer(sql);
+  }
+
+  std::string connectionString;
+  std::vector<ConnectionProperty> properties;
+  std::string defaultDatabase;
+  std::map<Schema, std::function<std::shared_ptr<RecordSet>()>> schemas;
+  std::vector<Value> schemaRestrictions;
+  std::function<std::shared_ptr<RecordSet>(const std::string&)> answer = [](const std::string& sql) {
+    throw Error(error_number::kGeneralFailure, "unexpected statement: " + sql);
+    return std::shared_ptr<RecordSet>();
+  };
+  std::vector<std::string> statements;
+  std::vector<std::int32_t> limits;
+};
+
+/// The identifier quotes that the products have.
+inline std::pair<std::string, std::string> QuotesOf(DatabaseKind kind) {
+  switch (kind) {
+    case DatabaseKind::DbSqlServer:
+    case DatabaseKind::DbAccess:
+      return {"[", "]"};
+    case DatabaseKind::DbMySql:
+    case DatabaseKind::DbExcel:
+      return {"`", "`"};
+    default:
+      return {"\"", "\""};
+  }
+}
+
+/// A temporary folder that goes with the object.
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "ods-test-XXXXXX").string();
+    path_ = mkdtemp(pattern.data());
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  TemporaryFolder(TemporaryFolder&&) = delete;
+  TemporaryFolder& operator=(TemporaryFolder&&) = delete;
+
+  [[nodiscard]] std::string Path() const { return path_.string(); }
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// Everything a handler borrows, for one product.
+class FakeSession {
+ public:
+  explicit FakeSession(DatabaseKind kind = DatabaseKind::DbSqlServer) {
+    state.ui = &ui;
+    state.tracer = &tracer;
+    state.components = &components;
+    state.configFolder = folder.Path();
+    session.connection = connection;
+    session.kind = kind;
+    std::tie(session.QuotePrefix, session.QuoteSuffix) = QuotesOf(kind);
+    session.typeTable = CreateTypeTable(kind);
+  }
+
+  /// Makes the columns of a table known, as if it had been described already.
+  void Describe(const std::string& table, const std::vector<Field>& fields) {
+    for (const Field& field : fields) {
+      session.fieldCache[table][field.name] = {field.name, field.definedSize, field.type};
+    }
+  }
+  /// Starts a log in the session's folder, so that traces reach `ui.entries`.
+  void StartLog() {
+    auto log = std::make_unique<Log>();
+    log->folder = folder.Path();
+    tracer.SetLog(std::move(log));
+  }
+  [[nodiscard]] const std::string& LastStatement() const { return connection->statements.back(); }
+
+  TemporaryFolder folder;
+  RecordingUserInterface ui;
+  Tracer tracer{ui};
+  ComponentRegistry components;
+  ProcessState state;
+  std::shared_ptr<FakeConnection> connection = std::make_shared<FakeConnection>();
+  DataSession session{state};
+};
+
+/// The number and text of the error that `action` raises; number 0 when it raises none.
+template <typename Action>
+std::pair<std::int32_t, std::string> ErrorOf(Action&& action) {
+  try {
+    action();
+  } catch (const Error& error) {
+    return {error.Number(), error.Description()};
+  }
+  return {0, ""};
+}
+
+}  // namespace ods::test
