@@ -3,21 +3,15 @@
 #include <string>
 
 #include "common/Text.h"
-#include "database/modODBC.h"
-#include "database/modSelect.h"
+#include "database/modDescribe.h"
 
 namespace ods {
 
 void ProcessFieldList(const XmlDocument& request, XmlDocument& response, DataSession& session) {
   response.LoadXML("<XML><Fields/></XML>");
-  const std::string table = GetNodeText(request, "/XML/TableId");
-  bool fieldsFixed = false;
-  const std::string sql = BuildSelectOne(session, table, {.where = kNoRows, .orderBy = "", .fields = "*"}, fieldsFixed);
-  const auto rows = ExecuteSQL(session, sql, 1);
-
   const bool dotted = session.kind == DatabaseKind::DbNavision || session.kind == DatabaseKind::DbUnnamed;
   XmlNode fields = response.SelectSingleNode("/XML/Fields");
-  for (const Field& column : rows->Fields()) {
+  for (const Field& column : DescribeTable(session, GetNodeText(request, "/XML/TableId"))) {
     XmlNode field = fields.AppendElement("Field");
     field.AppendElement("Id", column.name);
     field.AppendElement("Name", column.name);

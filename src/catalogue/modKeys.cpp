@@ -8,7 +8,7 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Text.h"
-#include "database/modODBC.h"
+#include "database/modDescribe.h"
 #include "database/modSelect.h"
 
 namespace ods {
@@ -111,10 +111,8 @@ const Key* SmallestUnique(const std::vector<Key>& keys) {
 
 /// The columns that are never null and of a type fit for a key.
 std::vector<std::string> ConstructKey(const DataSession& session, const std::string& table) {
-  bool fieldsFixed = false;
-  const std::string sql = BuildSelectOne(session, table, {.where = kNoRows, .orderBy = "", .fields = "*"}, fieldsFixed);
   std::vector<std::string> fields;
-  for (const Field& field : ExecuteSQL(session, sql, 1)->Fields()) {
+  for (const Field& field : DescribeTable(session, table)) {
     const bool nullable = (field.attributes & field_attribute::kIsNullable) != 0;
     if (!nullable && std::ranges::find(kKeyTypes, field.type) != kKeyTypes.end()) fields.push_back(field.name);
   }

@@ -15,8 +15,6 @@ namespace ods {
 inline constexpr std::string_view kTypeTable = "TABLE";
 inline constexpr std::string_view kTypeView = "VIEW";
 inline constexpr std::string_view kTypeAppView = "APPVIEW";
-/// The condition of a statement that describes columns and returns no rows.
-inline constexpr std::string_view kNoRows = "1=2";
 
 /// The text after the first "]"; the whole identifier when it has none.
 [[nodiscard]] std::string_view GetBareName(std::string_view identifier);
@@ -49,7 +47,7 @@ struct SelectParts {
 /// Raises error 1000 "Unable to locate the view with id " + identifier + "." for a view that there is not.
 [[nodiscard]] std::string BuildSelect(const DataSession& session, const std::string& table, std::int32_t& top,
                                       const SelectParts& parts, bool& fieldsFixed);
-/// The same with a row limit that the caller does not need back, for a statement whose columns count, or one row.
+/// The same with the row limit 1.
 [[nodiscard]] std::string BuildSelectOne(const DataSession& session, const std::string& table, const SelectParts& parts,
                                          bool& fieldsFixed);
 

@@ -6,8 +6,7 @@
 
 #include "common/Conversions.h"
 #include "common/Error.h"
-#include "database/modODBC.h"
-#include "database/modSelect.h"
+#include "database/modDescribe.h"
 
 namespace ods {
 namespace {
@@ -111,11 +110,8 @@ TypeTable CreateTypeTable(DatabaseKind kind) {
 }
 
 TableFields GetTableFields(DataSession& session, const std::string& table) {
-  bool fieldsFixed = false;
-  const std::string sql = BuildSelectOne(session, table, {.where = kNoRows, .orderBy = "", .fields = "*"}, fieldsFixed);
-  const auto rows = ExecuteSQL(session, sql, 1);
   TableFields fields;
-  for (const Field& field : rows->Fields()) {
+  for (const Field& field : DescribeTable(session, table)) {
     fields.insert_or_assign(field.name, FieldDescription{field.name, field.definedSize, field.type});
   }
   return fields;

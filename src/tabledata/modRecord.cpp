@@ -77,13 +77,20 @@ std::string SpellDateFormula(std::string text) {
   return text;
 }
 
-void SetTextOrMark(XmlNode& element, const std::string& text, const DataSession& session) {
-  if (IsXmlText(text)) {
+bool TrySetText(XmlNode& element, const std::string& text) {
+  try {
     element.SetText(text);
-    return;
+    return true;
+  } catch (const Error& error) {
+    if (error.Number() != error_number::kGeneralFailure) throw;
+    return false;
   }
-  const std::string spelled = session.navisionOnSqlServer == "1" ? SpellDateFormula(text) : text;
-  element.SetText(IsXmlText(spelled) ? spelled : "?");
+}
+
+void SetTextOrMark(XmlNode& element, const std::string& text, const DataSession& session) {
+  if (TrySetText(element, text)) return;
+  if (session.navisionOnSqlServer == "1" && TrySetText(element, SpellDateFormula(text))) return;
+  element.SetText("?");
 }
 
 double DecimalFactor(const DataSession& session) {

@@ -1,8 +1,7 @@
 #include "database/modSelect.h"
 
-#include <gtest/gtest.h>
-
 #include <fstream>
+#include <gtest/gtest.h>
 
 #include "support/FakeSession.h"
 
@@ -134,9 +133,9 @@ TEST(BuildSelect, FillsTheMarkersOfAViewInMacroMode) {
   bool fieldsFixed = true;
   std::int32_t top = 0;
   // The ordering's marker "1" is replaced everywhere too: after the condition's marker is out of the way none is left.
-  EXPECT_EQ(BuildSelect(fake.session, "[APPVIEW]v", top, {.where = "x = 999", .orderBy = "z", .fields = "a,b"},
-                        fieldsFixed),
-            "SELECT TOP 1 a,b FROM y WHERE x = 999 AND x = 999");
+  EXPECT_EQ(
+      BuildSelect(fake.session, "[APPVIEW]v", top, {.where = "x = 999", .orderBy = "z", .fields = "a,b"}, fieldsFixed),
+      "SELECT TOP 1 a,b FROM y WHERE x = 999 AND x = 999");
   EXPECT_FALSE(fieldsFixed);
   EXPECT_EQ(top, 1);
 }
@@ -146,9 +145,8 @@ TEST(BuildSelect, IgnoresWhatAMacroViewHasNoMarkerFor) {
   WriteViews(fake, "<Views><View><Id>v</Id><Query subquery='no'>SELECT 1 WHERE 2</Query></View></Views>");
   bool fieldsFixed = false;
   std::int32_t top = 3;
-  EXPECT_EQ(
-      BuildSelect(fake.session, "[APPVIEW]v", top, {.where = "c", .orderBy = "o", .fields = "f"}, fieldsFixed),
-      "SELECT 1 WHERE 2");
+  EXPECT_EQ(BuildSelect(fake.session, "[APPVIEW]v", top, {.where = "c", .orderBy = "o", .fields = "f"}, fieldsFixed),
+            "SELECT 1 WHERE 2");
   EXPECT_TRUE(fieldsFixed);
 }
 

@@ -1,9 +1,8 @@
 #include "database/modViews.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 
 #include "support/FakeSession.h"
 

@@ -1,0 +1,149 @@
+#include "sqlformat/modSafeVal.h"
+
+#include <gtest/gtest.h>
+
+#include "support/FakeSession.h"
+
+namespace ods::test {
+namespace {
+
+const std::string kTable = "[TABLE]t";
+
+/// The literal of a value for a column of a type on a product.
+std::string Literal(DatabaseKind kind, std::int32_t type, const Value& value) {
+  FakeSession fake(kind);
+  fake.Describe(kTable, {{"f", type, 16, 0}});
+  return SafeVal(fake.session, kTable, "f", value);
+}
+
+std::string Literal(std::int32_t type, const Value& value) { return Literal(DatabaseKind::DbSqlServer, type, value); }
+
+Date Moment() { return *Date::FromParts({2009, 3, 5, 14, 7, 9}); }
+
+struct LiteralCase {
+  std::int32_t type;
+  Value value;
+  std::string literal;
+};
+
+TEST(SafeVal, WritesEveryTypeOfColumn) {
+  const LiteralCase cases[] = {
+      {ado_type::kBoolean, "True", "1"},
+      {ado_type::kBoolean, true, "1"},
+      {ado_type::kBoolean, "yes", "0"},
+      {ado_type::kBoolean, "", "0"},
+      {ado_type::kVarChar, "O'Brien", "'O''Brien'"},
+      {ado_type::kVarWChar, "", "''"},
+      {ado_type::kVarWChar, Value(), "''"},
+      {ado_type::kVarWChar, Null(), "''"},
+      {ado_type::kLongVarWChar, "a{b", "'a{b'"},
+      {ado_type::kGUID, "{0A}", "'{0A}'"},
+      {ado_type::kChar, 12, "'12'"},
+      {ado_type::kInteger, "42", "42"},
+      {ado_type::kSmallInt, "-7", "-7"},
+      {ado_type::kInteger, "abc", "0"},
+      {ado_type::kInteger, "2.5", "2"},
+      {ado_type::kInteger, "1; DROP TABLE x", "0"},
+      {ado_type::kBigInt, std::int64_t{5'000'000'000}, "0"},
+      {ado_type::kUnsignedBigInt, "5000000000", "0"},
+      {ado_type::kBigInt, std::int64_t{-2147483648LL}, "-2147483648"},
+      {ado_type::kDouble, 2.5, "2.5"},
+      {ado_type::kDouble, 1e20, "1E+20"},
+      {ado_type::kSingle, 1e-7, "1E-07"},
+      {ado_type::kNumeric, Decimal{"12.50"}, "12.5"},
+      {ado_type::kNumeric, "1 OR 1=1", "0"},
+      {ado_type::kDate, Moment(), "{d '2009-03-05'}"},
+      {ado_type::kDBDate, Moment(), "{d '2009-03-05'}"},
+      {ado_type::kDBDate, "no date", "{d '1899-12-30'}"},
+      {ado_type::kDBTime, Moment(), "{t '14:07:09'}"},
+      {ado_type::kDBTime, "", "{t '00:00:00'}"},
+      {ado_type::kDBTimeStamp, Moment(), "{ts '2009-03-05 14:07:09'}"},
+      {ado_type::kDBTimeStamp, "2009-03-05T14:07:09.75", "{ts '2009-03-05 14:07:09'}"},
+      {ado_type::kDBTimeStamp, *Date::FromParts({33, 1, 2, 3, 4, 5}), "{ts '0033-01-02 03:04:05'}"},
+      {ado_type::kVarBinary, "0a1b", "0x0A1B"},
+      {ado_type::kBinary, Bytes{0x0A, 0x1B}, "0x0A1B"},
+      {ado_type::kLongVarBinary, "", "0x"},
+      {ado_type::kVarBinary, Bytes{}, "0x"},
+  };
+  for (const LiteralCase& expected : cases) {
+    EXPECT_EQ(Literal(expected.type, expected.value), expected.literal) << "type " << expected.type;
+  }
+}
+
+TEST(SafeVal, KeepsBracesApartOnNavision) {
+  EXPECT_EQ(Literal(DatabaseKind::DbNavision, ado_type::kVarChar, "{x}"), "'{'+'x}'");
+  EXPECT_EQ(Literal(DatabaseKind::DbNavision, ado_type::kVarChar, "a{b"), "'a{'+'b'");
+  EXPECT_EQ(Literal(DatabaseKind::DbNavision, ado_type::kVarChar, "'{'"), "'''{'+''''");
+}
+
+TEST(SafeVal, WritesTheFixedBinaryTypeOfPervasiveInApostrophes) {
+  EXPECT_EQ(Literal(DatabaseKind::DbPervasive, ado_type::kBinary, "0a1b"), "'0A1B'");
+  EXPECT_EQ(Literal(DatabaseKind::DbPervasive, ado_type::kVarBinary, "0a1b"), "0x0A1B");
+  EXPECT_EQ(Literal(DatabaseKind::DbPervasive, ado_type::kLongVarBinary, "0a1b"), "0x0A1B");
+}
+
+TEST(SafeVal, RefusesBinaryValuesThatAreNeitherBytesNorText) {
+  const auto [number, text] = ErrorOf([] { (void)Literal(ado_type::kVarBinary, 7); });
+  EXPECT_EQ(number, 1000);
+  EXPECT_EQ(text, "SafeVal_Binary: Value is not an array. Type is Long. Value is 7");
+  EXPECT_EQ(ErrorOf([] { (void)Literal(ado_type::kVarBinary, "0g"); }).first, error_number::kTypeMismatch);
+}
+
+TEST(SafeVal, RefusesColumnsWithoutLiterals) {
+  const auto [number, text] = ErrorOf([] { (void)Literal(ado_type::kEmpty, "x"); });
+  EXPECT_EQ(number, 1000);
+  EXPECT_EQ(text, "Unsupported datatype in SafeVal funciton: Empty");
+  EXPECT_EQ(ErrorOf([] { (void)Literal(ado_type::kVariant, "x"); }).second,
+            "The data type 12 is not in the type table.");
+}
+
+TEST(SafeVal, RefusesTextThatNoStatementCanCarry) {
+  EXPECT_EQ(ErrorOf([] { (void)Literal(ado_type::kVarChar, std::string("a\0b", 3)); }).first, 1000);
+}
+
+TEST(SafeVal, FailsForAnUnknownField) {
+  FakeSession fake;
+  fake.Describe(kTable, {{"f", ado_type::kInteger, 4, 0}});
+  EXPECT_EQ(ErrorOf([&] { (void)SafeVal(fake.session, kTable, "g", 1); }).first, error_number::kObjectMissing);
+}
+
+std::string Column(DatabaseKind kind, std::int32_t type, std::int64_t size = 16) {
+  FakeSession fake(kind);
+  fake.Describe(kTable, {{"a]\"`", type, size, 0}});
+  return SafeQuote(fake.session, kTable, "a]\"`");
+}
+
+TEST(SafeQuote, QuotesTheNameAsTheProductWants) {
+  EXPECT_EQ(Column(DatabaseKind::DbSqlServer, ado_type::kVarChar), "[a]]\"`]");
+  EXPECT_EQ(Column(DatabaseKind::DbMySql, ado_type::kInteger), "`a]\"```");
+  EXPECT_EQ(Column(DatabaseKind::DbUnknown, ado_type::kDouble), "\"a]\"\"`\"");
+}
+
+TEST(SafeQuote, TrimsTextOnConcordeOnly) {
+  EXPECT_EQ(Column(DatabaseKind::DbConcorde, ado_type::kVarChar), "RTRIM(LTRIM(\"a]\"\"`\"))");
+  EXPECT_EQ(Column(DatabaseKind::DbConcorde, ado_type::kInteger), "\"a]\"\"`\"");
+}
+
+TEST(SafeQuote, CastsIdentifiersOfSixteenBytesOnPervasiveOnly) {
+  EXPECT_EQ(Column(DatabaseKind::DbPervasive, ado_type::kBinary), "CAST(\"a]\"\"`\" AS BINARY(16))");
+  EXPECT_EQ(Column(DatabaseKind::DbPervasive, ado_type::kVarBinary, 17), "\"a]\"\"`\"");
+  EXPECT_EQ(Column(DatabaseKind::DbUnknown, ado_type::kBinary), "\"a]\"\"`\"");
+}
+
+TEST(SafeQuote, NamesTheFieldThatTheTableLacks) {
+  FakeSession fake;
+  fake.Describe(kTable, {{"f", ado_type::kInteger, 4, 0}});
+  const auto [number, text] = ErrorOf([&] { (void)SafeQuote(fake.session, kTable, "g'--"); });
+  EXPECT_EQ(number, 1000);
+  EXPECT_EQ(text,
+            "Unable to get information about field 'g'--' in table '[TABLE]t'. Please make sure that the field exist.");
+}
+
+TEST(SafeQuote, RefusesColumnsWithoutLiterals) {
+  const auto [number, text] = ErrorOf([] { (void)Column(DatabaseKind::DbSqlServer, ado_type::kEmpty); });
+  EXPECT_EQ(number, 1000);
+  EXPECT_EQ(text, "Unknown datatype in SafeQuote function: Empty");
+}
+
+}  // namespace
+}  // namespace ods::test

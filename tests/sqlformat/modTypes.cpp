@@ -1,0 +1,139 @@
+#include "sqlformat/modTypes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "common/Conversions.h"
+#include "support/FakeSession.h"
+
+namespace ods::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+constexpr DatabaseKind kAllKinds[] = {
+    DatabaseKind::DbUnknown,   DatabaseKind::DbSqlServer, DatabaseKind::DbAccess,
+    DatabaseKind::DbNavision,  DatabaseKind::DbConcorde,  DatabaseKind::DbMySql,
+    DatabaseKind::DbPervasive, DatabaseKind::DbExcel,     DatabaseKind::DbUnnamed,
+};
+
+std::string Describe(const TypeEntry& entry) {
+  std::string text = entry.TypeName + " " + entry.SafeValFunction + " " + entry.SafeFilterFunction + " (";
+  for (const Value& parameter : entry.SafeValParameters) text += SafeStr(parameter) + ";";
+  return text + ")";
+}
+
+TEST(TypeTable, HoldsEveryTypeWithItsRoutines) {
+  const std::map<std::int32_t, std::string> expected = {
+      {0, "Empty Empty Empty ()"},
+      {2, "SmallInt Integer Integer (2;)"},
+      {3, "Integer Integer Integer (4;)"},
+      {4, "Single Float Float ()"},
+      {5, "Double Float Float ()"},
+      {6, "Currency Float Float ()"},
+      {7, "Date Date Date ()"},
+      {8, "BSTR String String (';';)"},
+      {10, "Error Integer Integer ()"},
+      {11, "Boolean Boolean Boolean (0;1;)"},
+      {14, "Decimal Float Float ()"},
+      {16, "TinyInt Integer Integer (1;)"},
+      {17, "UnsignedTinyInt Integer Integer (1;)"},
+      {18, "UnsignedSmallInt Integer Integer (2;)"},
+      {19, "UnsignedInt Integer Integer (4;)"},
+      {20, "BigInt Integer Integer (8;)"},
+      {21, "UnsignedBigInt Integer Integer (8;)"},
+      {64, "FileTime Integer Integer ()"},
+      {72, "GUID String String (';';)"},
+      {128, "Binary BinaryHex BinaryHex (0x;;)"},
+      {129, "Char String String ()"},
+      {130, "WChar String String ()"},
+      {131, "Numeric Float Float ()"},
+      {133, "DBDate Date Date ()"},
+      {134, "DBTime Time Time ()"},
+      {135, "DBTimeStamp DBTimeStamp DateTime ()"},
+      {200, "VarChar String String ()"},
+      {201, "LongVarChar String String ()"},
+      {202, "VarWChar String String ()"},
+      {203, "LongVarWChar String String ()"},
+      {204, "VarBinary BinaryHex BinaryHex (0x;;)"},
+      {205, "LongVarBinary BinaryHex BinaryHex (0x;;)"},
+  };
+  for (const DatabaseKind kind : kAllKinds) {
+    std::map<std::int32_t, std::string> found;
+    for (const auto& [type, entry] : CreateTypeTable(kind)) found[type] = Describe(entry);
+    std::map<std::int32_t, std::string> wanted = expected;
+    if (kind == DatabaseKind::DbPervasive) wanted[128] = "Binary BinaryHex BinaryHex (';';-1;)";
+    EXPECT_EQ(found, wanted) << "kind " << static_cast<int>(kind);
+  }
+}
+
+TEST(TypeTable, IsEmptyForAnUnknownKind) {
+  EXPECT_TRUE(CreateTypeTable(static_cast<DatabaseKind>(9)).empty());
+  EXPECT_TRUE(CreateTypeTable(static_cast<DatabaseKind>(-1)).empty());
+}
+
+TEST(TypeTable, NamesTheTypeThatItLacks) {
+  FakeSession fake;
+  const auto [number, text] = ErrorOf([&] { (void)GetTypeEntry(fake.session, 12); });
+  EXPECT_EQ(number, 1000);
+  EXPECT_EQ(text, "The data type 12 is not in the type table.");
+}
+
+class FieldCache : public ::testing::Test {
+ protected:
+  FieldCache() {
+    fake_.connection->answer = [](const std::string&) {
+      return MakeRows({{"No", ado_type::kInteger, 4, 0}, {"Name", ado_type::kVarWChar, 50, 32}});
+    };
+  }
+  FakeSession fake_{DatabaseKind::DbSqlServer};
+};
+
+TEST_F(FieldCache, DescribesATableOnceWithAStatementThatReturnsNoRows) {
+  const FieldDescription* name = LookupField(fake_.session, "[TABLE]t", "Name");
+  ASSERT_NE(name, nullptr);
+  EXPECT_EQ(name->Name, "Name");
+  EXPECT_EQ(name->Type, ado_type::kVarWChar);
+  EXPECT_EQ(name->DefinedSize, 50);
+  ASSERT_NE(LookupField(fake_.session, "[TABLE]t", "No"), nullptr);
+  EXPECT_THAT(fake_.connection->statements, ElementsAre("SELECT TOP 1 * FROM [t] WHERE (1=2)"));
+}
+
+TEST_F(FieldCache, ComparesNamesExactlyAndNeverReadsATableAgain) {
+  EXPECT_EQ(LookupField(fake_.session, "[TABLE]t", "name"), nullptr);
+  EXPECT_EQ(LookupField(fake_.session, "[TABLE]t", "Missing"), nullptr);
+  EXPECT_EQ(fake_.connection->statements.size(), 1U);
+}
+
+TEST_F(FieldCache, KeepsNothingOfATableThatCannotBeDescribed) {
+  const auto good = fake_.connection->answer;
+  fake_.connection->answer = [](const std::string&) -> std::shared_ptr<RecordSet> { throw Error(-5, "no table"); };
+  EXPECT_EQ(ErrorOf([&] { (void)LookupField(fake_.session, "[TABLE]t", "No"); }).first, -5);
+  fake_.connection->answer = good;
+  EXPECT_NE(LookupField(fake_.session, "[TABLE]t", "No"), nullptr);
+}
+
+TEST_F(FieldCache, StartsAfreshWithANewSession) {
+  (void)LookupField(fake_.session, "[TABLE]t", "No");
+  fake_.session.fieldCache.clear();
+  (void)LookupField(fake_.session, "[TABLE]t", "No");
+  EXPECT_EQ(fake_.connection->statements.size(), 2U);
+}
+
+TEST(SchemaLookUps, KeepEveryRowUnderItsName) {
+  FakeSession fake;
+  fake.connection->schemas[Schema::kProviderTypes] = [] {
+    return MakeRows(TextColumns({"TYPE_NAME", "DATA_TYPE"}), {{"int", 3}, {"text", 201}});
+  };
+  fake.connection->schemas[Schema::kDBInfoLiterals] = [] {
+    return MakeRows(TextColumns({"LiteralName", "LiteralValue"}), {{"QUOTE", "["}, {"QUOTE_SUFFIX", "]"}});
+  };
+  const auto types = GetProviderTypes(fake.session);
+  EXPECT_EQ(types->Keys(), (std::vector<std::string>{"int", "text"}));
+  EXPECT_EQ(GetValueByPath(Value(std::static_pointer_cast<Object>(types)), {"text", "DATA_TYPE"}), Value(201));
+  const auto literals = GetLiterals(fake.session);
+  EXPECT_EQ(GetValueByPath(Value(std::static_pointer_cast<Object>(literals)), {"QUOTE", "LiteralValue"}), Value("["));
+}
+
+}  // namespace
+}  // namespace ods::test

@@ -1,0 +1,124 @@
+#include "tabledata/modRecord.h"
+
+#include <gtest/gtest.h>
+
+#include "support/FakeSession.h"
+
+namespace ods::test {
+namespace {
+
+class Record : public ::testing::Test {
+ protected:
+  Record() { fake_.state.decimalFactor = 1; }
+  [[nodiscard]] std::string Element(std::int32_t type, const Value& value) {
+    XmlDocument document("<R/>");
+    XmlNode record = document.DocumentElement();
+    (void)AppendFieldValue(record, "V", value, type, fake_.session);
+    const std::string xml = document.Xml();
+    return xml.substr(3, xml.size() - 7);
+  }
+
+  FakeSession fake_;
+};
+
+struct ElementCase {
+  std::int32_t type;
+  Value value;
+  std::string element;
+};
+
+TEST_F(Record, WritesEveryTypeOfColumn) {
+  const Date moment = *Date::FromParts({2024, 2, 5, 7, 8, 9});
+  Date day = *Date::FromParts({2024, 2, 5, 0, 0, 0});
+  day.dateOnly = true;
+  const ElementCase cases[] = {
+      {0, "ignored", "<V/>"},
+      {2, 12, "<V>12</V>"},
+      {3, -7, "<V>-7</V>"},
+      {16, 1, "<V>1</V>"},
+      {17, 255, "<V>255</V>"},
+      {18, 65535, "<V>65535</V>"},
+      {19, std::int64_t{4294967295}, "<V>4294967295</V>"},
+      {20, std::int64_t{-9223372036854775807}, "<V>-9223372036854775807</V>"},
+      {21, Decimal{"18446744073709551615"}, "<V>18446744073709551615</V>"},
+      {4, 0.5, "<V>0.5</V>"},
+      {5, 1e-5, "<V>1E-05</V>"},
+      {5, 1e20, "<V>1E+20</V>"},
+      {5, "2.50", "<V>2.5</V>"},
+      {6, Currency{125000}, "<V>12.5</V>"},
+      {14, Decimal{"12.50"}, "<V>12.50</V>"},
+      {131, Decimal{"-0.10"}, "<V>-0.10</V>"},
+      {131, 3, "<V>3</V>"},
+      {7, moment, "<V>2024-02-05 07:08:09</V>"},
+      {133, moment, "<V>2024-02-05</V>"},
+      {133, day, "<V>2024-02-05</V>"},
+      {134, moment, "<V>07:08:09</V>"},
+      {135, moment, "<V>2024-02-05 07:08:09</V>"},
+      {11, true, "<V>1</V>"},
+      {11, false, "<V>0</V>"},
+      {12, 2.5, "<V>2.5</V>"},
+      {12, true, "<V>True</V>"},
+      {8, "x", "<V>x</V>"},
+      {72, "{0A}", "<V>{0A}</V>"},
+      {129, "a<&>\"'b", "<V>a&lt;&amp;&gt;\"'b</V>"},
+      {130, "", "<V/>"},
+      {200, "line\r\nbreak", "<V>line&#13;\nbreak</V>"},
+      {201, "Zoë 😀", "<V>Zoë 😀</V>"},
+      {202, " ", "<V> </V>"},
+      {203, Value(), "<V/>"},
+      {128, Bytes{0x0A, 0x1B}, "<V>0A1B</V>"},
+      {204, Bytes{}, "<V/>"},
+      {205, Bytes{0xFF}, "<V>FF</V>"},
+      {64, Bytes{1}, "<V>01</V>"},
+      {9, Value(), "<V/>"},
+      {139, Bytes{2}, "<V>02</V>"},
+      {1, "text", "<V>text</V>"},
+      {205 + 1, 5, "<V>5</V>"},
+      {999, "x", "<V>x</V>"},
+  };
+  for (const ElementCase& expected : cases) {
+    EXPECT_EQ(Element(expected.type, expected.value), expected.element) << "type " << expected.type;
+  }
+}
+
+TEST_F(Record, ANullDiffersFromAnEmptyText) {
+  for (const std::int32_t type : {0, 3, 5, 7, 11, 133, 135, 202, 205, 300}) {
+    EXPECT_EQ(Element(type, Null()), "<V><Null/></V>");
+  }
+}
+
+TEST_F(Record, ScalesDecimalsByTheFactor) {
+  fake_.state.decimalFactor = kScaledDecimalFactor;
+  EXPECT_EQ(Element(5, 1250000.0), "<V>12.5</V>");
+  EXPECT_EQ(Element(14, Decimal{"1250000"}), "<V>12.5</V>");
+  EXPECT_EQ(Element(5, 1.0), "<V>1E-05</V>");
+  EXPECT_EQ(Element(5, 33000.0), "<V>0.33</V>");
+  EXPECT_EQ(Element(3, 1250000), "<V>1250000</V>") << "integers are never scaled";
+}
+
+TEST_F(Record, TellsTheDesktopThatTheFactorIsMissing) {
+  fake_.state.decimalFactor = 0;
+  EXPECT_EQ(Element(5, 2.5), "<V>0</V>");
+  EXPECT_EQ(fake_.ui.boxes, std::vector<std::string>{"No decimal factor set"});
+}
+
+TEST_F(Record, MarksTextThatXmlCannotCarry) {
+  EXPECT_EQ(Element(200, "a\x01"), "<V>?</V>");
+  EXPECT_EQ(Element(202, "\xFF"), "<V>?</V>");
+  EXPECT_EQ(Element(12, "\xEF\xBF\xBF"), "<V>?</V>");
+}
+
+TEST_F(Record, SpellsDateFormulasOfNavisionInSqlServer) {
+  fake_.session.navisionOnSqlServer = "1";
+  EXPECT_EQ(Element(200, "1\x01+2\x02-3\x03*4\x04+5\x05-6\x06*7\x07"), "<V>1C+2D-3WD*4W+5M-6Q*7Y</V>");
+  EXPECT_EQ(Element(200, "\x01\x08"), "<V>?</V>") << "what still cannot be carried stays marked";
+  fake_.session.navisionOnSqlServer = "0";
+  EXPECT_EQ(Element(200, "1\x02"), "<V>?</V>");
+}
+
+TEST_F(Record, RefusesAnythingButBytesInABinaryColumn) {
+  EXPECT_EQ(ErrorOf([&] { (void)Element(205, 7); }).first, error_number::kTypeMismatch);
+}
+
+}  // namespace
+}  // namespace ods::test
