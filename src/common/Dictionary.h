@@ -3,11 +3,11 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -31,11 +31,14 @@ class KeyedCollection : public Object {
   virtual void Remove(std::string_view key) = 0;
 };
 
-/// The ordered dictionary. `TypeName` is "IHalvikDictionary".
+/// The ordered dictionary. `TypeName` is "IHalvikDictionary". A reference that it hands out holds until the next call
+/// that changes it, or, after a `Remove`, until the next that enumerates it.
 class Dictionary : public KeyedCollection {
  public:
+  using Entry = std::pair<std::string, Value>;
+
   [[nodiscard]] std::string TypeName() const override { return "IHalvikDictionary"; }
-  [[nodiscard]] std::size_t Count() const override { return entries_.size(); }
+  [[nodiscard]] std::size_t Count() const override { return index_.size(); }
   [[nodiscard]] std::vector<std::string> Keys() const override;
   [[nodiscard]] std::vector<Value> Items() const override;
   [[nodiscard]] const Value& Item(std::string_view key) const override;
@@ -49,7 +52,7 @@ class Dictionary : public KeyedCollection {
   /// The item at a position from 1 to `Count`; raises error 9 outside.
   [[nodiscard]] const Value& Item(std::size_t index) const;
   /// The entries in order, for range-for.
-  [[nodiscard]] const std::vector<std::pair<std::string, Value>>& Entries() const { return entries_; }
+  [[nodiscard]] const std::vector<Entry>& Entries() const;
 
   /// The whole dictionary as bytes (layout in Dictionary.cpp: a version byte, the count, then each key and typed
   /// value). Raises error 13 for an object item: only scalars travel.
@@ -59,13 +62,21 @@ class Dictionary : public KeyedCollection {
   void unmarshalldictionary(const Bytes& bytes);
 
  private:
-  struct KeyHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>{}(text); }
-  };
+  // A tree, not a hash table: keys come from clients, and none that they choose makes a tree slow.
+  using Index = std::map<std::string, std::size_t, std::less<>>;
 
-  std::vector<std::pair<std::string, Value>> entries_;
-  std::unordered_map<std::string, std::size_t, KeyHash, std::equal_to<>> index_;
+  void CloseGaps() const;
+
+  // An entry is alive when the index leads to its position. A removed one leaves a gap that is closed at the next
+  // enumeration, or when the gaps outnumber the living: removing and adding again, as a sort does, stays cheap.
+  mutable std::vector<Entry> entries_;
+  mutable Index index_;
+};
+
+/// The plain ordered dictionary of the second maker: the same container under another type name.
+class TarnwellDictionary final : public Dictionary {
+ public:
+  [[nodiscard]] std::string TypeName() const override { return "ITarnwellDictionary"; }
 };
 
 class ComponentRegistry;

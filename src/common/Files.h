@@ -24,7 +24,7 @@ inline constexpr char kPathSeparator = '/';
 
 /// The cumulative folders of `path` that `MkDirRecurse` tests and creates, from the top down. With the separator "\"
 /// every "/" counts as one too. A trailing separator is dropped. Of a network path, which begins with two separators,
-/// the server and the share are left out. The root itself ("/", "C:") is not a level.
+/// the server and the share are left out. The root itself ("/"; with the separator "\" a drive as "C:") is not a level.
 [[nodiscard]] std::vector<std::string> FolderLevels(std::string_view path, char separator = kPathSeparator);
 
 /// Creates every missing folder of `path`. On failure raises error 1000 (or the system's) whose text ends with the

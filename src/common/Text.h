@@ -1,6 +1,8 @@
 // Small operations on UTF-8 text that several rooms share.
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +20,11 @@ namespace ods {
 [[nodiscard]] std::string ToLower(std::string_view text);
 /// An XPath 1.0 string expression that evaluates to exactly `text`: in apostrophes, or a concat() when it holds one.
 [[nodiscard]] std::string XPathLiteral(std::string_view text);
+/// The first character of `text`, which is then shortened by it; nothing, and `text` unchanged, when it is empty or
+/// does not begin with well-formed UTF-8.
+[[nodiscard]] std::optional<char32_t> NextCharacter(std::string_view& text);
+/// The number of ASCII characters (codes 0 to 127) that `text` begins with.
+[[nodiscard]] std::size_t AsciiPrefix(std::string_view text);
 /// True when `text` is well-formed UTF-8 (Unicode standard, table 3-7).
 [[nodiscard]] bool IsValidUtf8(std::string_view text);
 

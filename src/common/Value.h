@@ -38,6 +38,9 @@ struct Date {
   [[nodiscard]] static std::optional<Date> FromParts(const DateParts& parts);
   /// The date of a serial number of days since the zero date, rounded to the second; nothing when out of range.
   [[nodiscard]] static std::optional<Date> FromSerial(double days);
+  /// True when the moment lies in the years 1 to 9999.
+  [[nodiscard]] bool IsInRange() const;
+  /// The calendar parts; of a moment out of range those of the nearest one that is in it.
   [[nodiscard]] DateParts Parts() const;
   /// Days since the zero date, the time as fraction.
   [[nodiscard]] double Serial() const;

@@ -11,7 +11,8 @@ namespace ods {
 
 class Log {
  public:
-  Log();
+  /// `entriesBefore` is where the counting of entries starts.
+  explicit Log(std::int32_t entriesBefore = 0);
 
   std::string folder;        ///< "" becomes the system's folder for temporary files at the first entry
   std::string prefix;        ///< start of the file name; "%PID%" stands for the process id
@@ -27,7 +28,7 @@ class Log {
   /// Writes the user, the computer and the process as one entry.
   void LogSysEntry();
 
-  /// The path of the file of a day.
+  /// The path of the file of a day; in the system's folder for temporary files while `folder` is "".
   [[nodiscard]] std::string PathOf(const Date& day) const;
 
  private:
@@ -35,7 +36,7 @@ class Log {
   void Trim(const std::string& path) const;
 
   std::uint32_t processId_;
-  std::int32_t counter_ = 0;
+  std::int32_t counter_;
 };
 
 }  // namespace ods

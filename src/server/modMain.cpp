@@ -1,1 +1,184 @@
-#include "common/UserInterface.h"
+#include "server/modMain.h"
+
+#include <memory>
+#include <utility>
+
+#include "common/Conversions.h"
+#include "common/Files.h"
+#include "common/Text.h"
+#include "platform/ado/Ado.h"
+#include "platform/queue/Queue.h"
+#include "platform/system/System.h"
+#include "server/Attempt.h"
+#include "server/Product.h"
+#include "server/modCommandLine.h"
+#include "server/modConfiguration.h"
+#include "server/modFolders.h"
+#include "server/modLoop.h"
+
+namespace ods {
+
+namespace {
+
+constexpr std::int32_t kMaxLogBytes = 100000;
+
+/// A parameter, "" when it is missing.
+std::string Parameter(const Dictionary& parameters, const char* name) { return SafeStr(parameters.Item(name)); }
+
+std::string OrDefault(const std::string& text, const std::string& defaultText) {
+  return text.empty() ? defaultText : text;
+}
+
+}  // namespace
+
+void RegisterComponents(ComponentRegistry& components) {
+  components.Register("Halvik.Queue", CreateFolderQueue);
+  components.Register("ADODB.Connection", CreateOdbcConnection);
+}
+
+Server::Server(ServerSurroundings surroundings)
+    : surroundings_(std::move(surroundings)), exeFolder_(FolderOf(surroundings_.executablePath)) {
+  process_.ui = &surroundings_.ui;
+  process_.tracer = &surroundings_.tracer;
+  process_.components = &surroundings_.components;
+}
+
+void Server::Run(const std::string& commandLine) {
+  try {
+    StartUp(commandLine);
+  } catch (const std::exception& error) {
+    surroundings_.tracer.Trace(std::string("Error: ") + error.what(), -1, severity::kError);
+    Trace("Stop");
+    throw;
+  }
+  Trace("Stop");
+}
+
+void Server::StartUp(const std::string& commandLine) {
+  state_.startTime = LocalNow();
+  const std::shared_ptr<Dictionary> parameters = ParseCommandLine(commandLine);
+  const std::string parameterFile = Parameter(*parameters, "parameterfile");
+  if (!parameterFile.empty()) ReadParameterFile(parameterFile, *parameters);
+  ReadParameters(*parameters);
+  ReadFolders(*parameters);
+  OpenLog();
+  const std::string exeName = surroundings_.executablePath.substr(exeFolder_.empty() ? 0 : exeFolder_.size() + 1);
+  Trace("Starting " + exeName + " version " + LoggedVersion());
+  Trace("Parse command line: " + commandLine);
+  LoadContext(*parameters);
+  LoadIniFile();
+  PrepareQueue("Incoming Queue: ", "inqueue", "Requests", *parameters, settings_.inqueue);
+  PrepareQueue("Outgoing Queue: ", "outqueue", "Results", *parameters, settings_.outqueue);
+  StatusSignals signals(surroundings_.tracer, settings_.messagefile, settings_.alivefile);
+  signals.AliveHeartbeat();
+  RunMode(signals);
+}
+
+void Server::ReadParameters(const Dictionary& parameters) {
+  settings_.instance = OrDefault(Parameter(parameters, "instance"), std::to_string(CurrentProcessId()));
+  settings_.runningmutex = Parameter(parameters, "runningmutex");
+  settings_.parentmutex = Parameter(parameters, "parentmutex");
+  settings_.messagefile = Parameter(parameters, "messagefile");
+  settings_.alivefile = Parameter(parameters, "alivefile");
+  settings_.config = Parameter(parameters, "config");
+  settings_.hidden = parameters.Exists("hidden");
+  settings_.mode = OrDefault(ToLower(Parameter(parameters, "mode")), "run");
+  settings_.Unattended = !settings_.runningmutex.empty() || settings_.hidden || !surroundings_.ui.HasWindows();
+}
+
+void Server::ReadFolders(const Dictionary& parameters) {
+  settings_.datafolder = OrDefault(Parameter(parameters, "datafolder"), DefaultDataFolder(exeFolder_));
+  settings_.configfolder = OrDefault(Parameter(parameters, "configfolder"), JoinPath(settings_.datafolder, "config"));
+  // After the default: below a relative data folder the default is relative too, and gets it twice.
+  if (!IsAbsolutePath(settings_.configfolder)) {
+    settings_.configfolder = JoinPath(settings_.datafolder, settings_.configfolder);
+  }
+  process_.configFolder = settings_.configfolder;
+}
+
+void Server::OpenLog() {
+  auto log = std::make_unique<Log>();
+  log->postfix = "-DBSRV-%PID%.log";
+  log->folder = LogFolder(settings_.datafolder);
+  log->maxsize = kMaxLogBytes;
+  MkDirRecurse(log->folder);
+  log->LogSysEntry();
+  surroundings_.tracer.SetLog(std::move(log));
+}
+
+/// A context document that does not load is no error: whoever needs it finds nothing in it.
+void Server::LoadContext(const Dictionary& parameters) {
+  settings_.context = OrDefault(Parameter(parameters, "context"), JoinPath(exeFolder_, "context.xml"));
+  Trace("Context file: " + settings_.context);
+  context_.Load(settings_.context);
+}
+
+void Server::LoadIniFile() {
+  if (settings_.config.empty()) {
+    MkDirRecurse(settings_.configfolder);
+    settings_.config = JoinPath(settings_.configfolder, "dataserver.xml");
+  }
+  Trace("Ini file: " + settings_.config);
+  LoadConfiguration(settings_.config, settings_.configuration);
+}
+
+void Server::PrepareQueue(const char* caption, const char* parameter, const char* defaultName,
+                          const Dictionary& parameters, std::string& folder) const {
+  folder = Parameter(parameters, parameter);
+  if (folder.empty()) folder = JoinPath(QueueFolder(exeFolder_, settings_.instance), defaultName);
+  Trace(caption + folder);
+  MkDirRecurse(folder);
+}
+
+void Server::RunMode(StatusSignals& signals) {
+  Trace("Mode: " + settings_.mode);
+  if (settings_.mode == "config") {
+    surroundings_.ui.ShowOptionsDialog();
+  } else if (settings_.mode == "run") {
+    RunServer(signals);
+  } else {
+    if (!settings_.Unattended) {
+      surroundings_.ui.MessageBox(kProductName, "Unknown mode specified as command line parameter: " + settings_.mode,
+                                  BoxStyle::kExclamation);
+    }
+    Trace("Unknown mode: " + settings_.mode);
+  }
+}
+
+void Server::RunServer(StatusSignals& signals) {
+  state_.RunFlag = true;
+  state_.pollingEnabled = true;
+  state_.databaseConnectPending = true;
+  state_.queueConnectPending = true;
+  state_.buttonState = button_state::kStop;
+  if (!settings_.hidden) surroundings_.ui.ShowMainWindow();
+  if (settings_.configuration.ConnectionString.empty()) TellNoDataSource(signals);
+  surroundings_.ui.LetEventsRun();
+  RunLoop(signals);
+  if (!settings_.hidden) surroundings_.ui.UnloadMainWindow();
+}
+
+void Server::TellNoDataSource(StatusSignals& signals) {
+  state_.databaseConnectPending = false;
+  if (settings_.Unattended) {
+    signals.ReportStatus("Message", "UnableToConnectDB", "Unable to connect to database.");
+    return;
+  }
+  surroundings_.ui.ShowOptionsDialog();
+  surroundings_.ui.MessageBox(kProductName, "Please select an ODBC data source.", BoxStyle::kInformation);
+}
+
+void Server::RunLoop(StatusSignals& signals) {
+  std::unique_ptr<NamedMutex> runningMutex;
+  if (!settings_.runningmutex.empty()) {
+    Trace("Create mutex: " + settings_.runningmutex);
+    runningMutex = CreateInstanceMutex(settings_.runningmutex);
+    Trace("Mutex created: " + settings_.runningmutex);
+  }
+  Trace("Enter main loop");
+  MainLoop({settings_, state_, process_, signals, surroundings_.stopRequested});
+  Trace("Signal that data server is stopped");
+  DestroyInstanceMutex(runningMutex);
+}
+
+}  // namespace ods

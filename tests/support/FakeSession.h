@@ -1,11 +1,11 @@
 // A data session over a scripted connection: tests say which statements return what, and see every statement that came.
 #pragma once
 
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -13,6 +13,7 @@
 #include "common/Error.h"
 #include "database/DataSession.h"
 #include "sqlformat/modTypes.h"
+#include "support/TemporaryFolder.h"
 
 namespace ods::test {
 
@@ -90,28 +91,6 @@ inline std::pair<std::string, std::string> QuotesOf(DatabaseKind kind) {
       return {"\"", "\""};
   }
 }
-
-/// A temporary folder that goes with the object.
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ods-test-XXXXXX").string();
-    path_ = mkdtemp(pattern.data());
-  }
-  ~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  TemporaryFolder(TemporaryFolder&&) = delete;
-  TemporaryFolder& operator=(TemporaryFolder&&) = delete;
-
-  [[nodiscard]] std::string Path() const { return path_.string(); }
-
- private:
-  std::filesystem::path path_;
-};
 
 /// Everything a handler borrows, for one product.
 class FakeSession {

@@ -1,1 +1,363 @@
 #include "platform/queue/Queue.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "common/Error.h"
+#include "platform/queue/QueueFolder.h"
+#include "platform/queue/WaitingMessages.h"
+#include "platform/system/FileHandle.h"
+#include "platform/system/System.h"
+
+namespace ods {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr std::size_t kMaxEncodedId = 200;
+/// A message that this many servers ended over is not tried again.
+constexpr int kMaxTries = 3;
+/// How often messages of dead servers are looked for.
+constexpr std::chrono::seconds kCareInterval{5};
+/// The longest wait in one piece: what no event tells (an exchanged folder) is noticed after it.
+constexpr milliseconds kLongestWait{1000};
+/// The wait when a message could not be taken just now because another server looks at it.
+constexpr milliseconds kBusyWait{10};
+
+[[noreturn]] void RaiseOwn(const std::string& text) { throw Error(error_number::kOwn, text); }
+
+/// The file name of a message; raises error 1000 for an id that cannot be one.
+std::string RequireFileName(const std::string& id) {
+  auto name = MessageFileName(id);
+  if (!name) {
+    RaiseOwn("A message id has 1 to " + std::to_string(kMaxEncodedId) + " bytes when percent-encoded, this one " +
+             std::to_string(PercentEncode(id).size()) + ".");
+  }
+  return *std::move(name);
+}
+
+std::string IdOf(const std::string& fileName) {
+  return PercentDecode(std::string_view(fileName).substr(0, fileName.size() - std::string_view(".xml").size()));
+}
+
+/// Ids come from clients; encoded they can stand in any text.
+std::string Shown(const std::string& id) { return "The message \"" + PercentEncode(id) + "\""; }
+
+std::string GivenUp(int tries) {
+  return "was given up: the server ended " + std::to_string(tries) + " times while it answered it.";
+}
+
+/// The message that the last poll returned.
+struct TakenMessage {
+  std::string id;
+  /// Why it lies in `failed`; "" when it lies in `cur`.
+  std::string problem;
+  std::string fileName;
+  /// Where it lies: the queue's path may name other folders by now.
+  std::shared_ptr<const QueueFolder> folder;
+  /// Its lock says that somebody alive has the message.
+  FileHandle file{};
+  bool hasTries = false;
+  bool answered = false;
+};
+
+/// What became of the attempt to take a message.
+enum class Claim {
+  kTaken,
+  /// An older message of the same name was taken; the waiting one still waits.
+  kTakenBefore,
+  kGone,
+  kBusy
+};
+
+class FolderQueue final : public Queue {
+ public:
+  FolderQueue() = default;
+  ~FolderQueue() override;
+  FolderQueue(const FolderQueue&) = delete;
+  FolderQueue& operator=(const FolderQueue&) = delete;
+  FolderQueue(FolderQueue&&) = delete;
+  FolderQueue& operator=(FolderQueue&&) = delete;
+
+  void SetFolder(const std::string& folder) override { path_ = folder; }
+  void Create() override;
+  std::string Poll(const std::string& id, int waitMilliseconds) override;
+  [[nodiscard]] std::string Package() const override;
+  void SetPackage(std::string text) override { outgoing_ = std::move(text); }
+  void Send(const std::string& id) override;
+  void Answered() override;
+
+ private:
+  void OpenFolders();
+  void RequireFolders();
+  void RemoveTaken();
+  void TakeCare();
+  bool TakeNext(const std::string& fileName);
+  Claim Take(const std::string& fileName);
+  Claim TakeUnopened(const std::string& fileName, int failure);
+  Claim TakeLocked(const std::string& fileName, FileHandle file, const FileFacts& facts);
+  Claim TakeAbandoned(const std::string& fileName);
+  bool GiveUp(const FileHandle& from, const std::string& fileName, const std::string& problem);
+  Claim Reject(const std::string& fileName, const std::string& problem);
+
+  std::string path_;
+  std::shared_ptr<const QueueFolder> folder_;
+  /// Made by the first poll: a queue that is only sent to needs no watch.
+  std::unique_ptr<WaitingMessages> waiting_;
+  bool someBusy_ = false;
+  Clock::time_point nextCare_;
+  std::optional<TakenMessage> taken_;
+  mutable std::optional<std::string> package_;
+  std::string outgoing_;
+};
+
+FolderQueue::~FolderQueue() {
+  if (!taken_ || !taken_->answered) return;
+  try {
+    RemoveTaken();
+  } catch (const Error&) {  // NOLINT(bugprone-empty-catch): the client has its answer, and nobody is there to be told
+  }
+}
+
+void FolderQueue::Create() {
+  if (path_.empty()) RaiseOwn("The queue has no folder.");
+  path_ = std::filesystem::absolute(path_).string();
+  OpenFolders();
+  folder_->RemoveStaleParts();
+  TakeCare();
+}
+
+void FolderQueue::OpenFolders() {
+  waiting_.reset();
+  folder_ = std::make_shared<QueueFolder>(path_);
+}
+
+/// The folders as the path names them now: somebody may have cleared them away.
+void FolderQueue::RequireFolders() {
+  if (!folder_) RaiseOwn("The queue is not open: its folder was not created.");
+  if (!folder_->StillThere()) OpenFolders();
+}
+
+void FolderQueue::TakeCare() {
+  folder_->PutBackAbandoned();
+  nextCare_ = Clock::now() + kCareInterval;
+}
+
+std::string FolderQueue::Poll(const std::string& id, int waitMilliseconds) {
+  const std::string fileName = id.empty() ? "" : RequireFileName(id);
+  RemoveTaken();
+  const auto end = Clock::now() + milliseconds(waitMilliseconds);
+  while (true) {
+    if (!waiting_ || waiting_->All().empty()) RequireFolders();
+    const bool careIsDue = Clock::now() >= nextCare_;
+    if (careIsDue) TakeCare();
+    if (!waiting_ || !waiting_->Update()) waiting_ = std::make_unique<WaitingMessages>(*folder_);
+    // A folder on another machine may send no events: seldom, and only when idle, it is read all the same.
+    if (careIsDue && waiting_->All().empty()) waiting_->ReadFolder();
+    if (TakeNext(fileName)) return taken_->id;
+    const auto rest = std::chrono::ceil<milliseconds>(end - Clock::now());
+    if (rest.count() <= 0) return "";
+    const auto piece = std::min(rest, someBusy_ ? kBusyWait : kLongestWait);
+    if (!waiting_->Wait(static_cast<int>(piece.count()))) return "";
+  }
+}
+
+bool FolderQueue::TakeNext(const std::string& fileName) {
+  someBusy_ = false;
+  if (!fileName.empty()) {
+    const Claim claim = Take(fileName);
+    someBusy_ = claim == Claim::kBusy;
+    if (claim == Claim::kTaken || claim == Claim::kGone) waiting_->Remove(fileName);
+    return claim == Claim::kTaken || claim == Claim::kTakenBefore;
+  }
+  for (auto entry = waiting_->All().begin(); entry != waiting_->All().end();) {
+    const Claim claim = Take(std::get<std::string>(*entry));
+    if (claim == Claim::kTakenBefore) return true;
+    if (claim == Claim::kBusy) {
+      someBusy_ = true;
+      ++entry;
+      continue;
+    }
+    entry = waiting_->Remove(entry);
+    if (claim == Claim::kTaken) return true;
+  }
+  return false;
+}
+
+Claim FolderQueue::Take(const std::string& fileName) {
+  FileHandle file = OpenForReading(folder_->New(), fileName);
+  if (!file) return TakeUnopened(fileName, errno);
+  const FileFacts facts = FactsOf(file);
+  if (!facts.plain) return Reject(fileName, "is not a plain file.");
+  if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) return Claim::kBusy;  // another server is taking it, or putting it back
+    RaiseSystemError("Unable to lock a message in the queue folder \"" + path_ + "\"", errno);
+  }
+  const auto named = FactsOf(folder_->New(), fileName);
+  if (!named || !named->IsSameFile(facts)) return named ? Claim::kBusy : Claim::kGone;
+  return TakeLocked(fileName, std::move(file), facts);
+}
+
+Claim FolderQueue::TakeUnopened(const std::string& fileName, int failure) {
+  switch (failure) {
+    case ENOENT:
+      return Claim::kGone;
+    case ELOOP:
+    case ENXIO:
+    case ENODEV:
+      return Reject(fileName, "is not a plain file.");
+    case EMFILE:
+    case ENFILE:
+    case ENOMEM:
+      RaiseSystemError("Unable to open a message in the queue folder \"" + path_ + "\"", failure);
+    default:
+      return Reject(fileName, "cannot be read: " + SystemErrorText(failure));
+  }
+}
+
+Claim FolderQueue::TakeLocked(const std::string& fileName, FileHandle file, const FileFacts& facts) {
+  if (facts.size > kMaxMessageBytes) {
+    return Reject(fileName, "is larger than " + std::to_string(kMaxMessageBytes) + " bytes.");
+  }
+  const int tries = folder_->Tries(fileName);
+  if (tries >= kMaxTries) {
+    folder_->ForgetTries(fileName);
+    return Reject(fileName, GivenUp(tries));
+  }
+  std::string id = IdOf(fileName);
+  if (!MessageFileName(id)) return Reject(fileName, "");
+  const int failure = MoveFile(folder_->New(), fileName, folder_->Cur(), fileName);
+  if (failure == EEXIST) return TakeAbandoned(fileName);
+  if (failure == ENOENT) return Claim::kGone;
+  if (failure != 0) RaiseSystemError("Unable to take a message in the queue folder \"" + path_ + "\"", failure);
+  taken_ = TakenMessage{.id = std::move(id),
+                        .problem = "",
+                        .fileName = fileName,
+                        .folder = folder_,
+                        .file = std::move(file),
+                        .hasTries = tries > 0};
+  return Claim::kTaken;
+}
+
+/// Takes the older message of a name over from a server that died. When that server lives, the waiting message of the
+/// same name has to wait on.
+Claim FolderQueue::TakeAbandoned(const std::string& fileName) {
+  FileHandle file = folder_->LockAbandoned(fileName);
+  const int tries = file ? folder_->CountTry(fileName) : 0;
+  if (tries == 0) return Claim::kBusy;
+  if (tries >= kMaxTries) {
+    folder_->ForgetTries(fileName);
+    return GiveUp(folder_->Cur(), fileName, GivenUp(tries)) ? Claim::kTakenBefore : Claim::kBusy;
+  }
+  taken_ = TakenMessage{.id = IdOf(fileName),
+                        .problem = "",
+                        .fileName = fileName,
+                        .folder = folder_,
+                        .file = std::move(file),
+                        .hasTries = true};
+  return Claim::kTakenBefore;
+}
+
+/// Moves a message that cannot be handled to `failed`. The poll returns it all the same, so that its sender is told;
+/// false when no answer could carry its id, or when it could not be moved.
+bool FolderQueue::GiveUp(const FileHandle& from, const std::string& fileName, const std::string& problem) {
+  std::string id = IdOf(fileName);
+  if (!folder_->MoveToFailed(from, fileName) || !MessageFileName(id)) return false;
+  std::string text = Shown(id) + " " + problem;
+  taken_ = TakenMessage{.id = std::move(id), .problem = std::move(text), .fileName = fileName, .folder = folder_};
+  return true;
+}
+
+Claim FolderQueue::Reject(const std::string& fileName, const std::string& problem) {
+  return GiveUp(folder_->New(), fileName, problem) ? Claim::kTaken : Claim::kGone;
+}
+
+/// Removes the message of the last poll. When that fails it stays taken, so that nobody answers it again.
+void FolderQueue::RemoveTaken() {
+  package_.reset();
+  if (taken_ && taken_->problem.empty()) {
+    const std::string& name = taken_->fileName;
+    if (unlinkat(taken_->folder->Cur().Get(), name.c_str(), 0) != 0 && errno != ENOENT) {
+      RaiseSystemError("Unable to remove an answered message from the queue folder \"" + path_ + "\"", errno);
+    }
+    if (taken_->hasTries) taken_->folder->ForgetTries(name);
+  }
+  taken_.reset();
+}
+
+std::string FolderQueue::Package() const {
+  if (!taken_) RaiseOwn("The queue has no message: none was polled.");
+  if (!taken_->problem.empty()) RaiseOwn(taken_->problem);
+  if (!package_) package_ = ReadWhole(taken_->file, kMaxMessageBytes, Shown(taken_->id));
+  return *package_;
+}
+
+void FolderQueue::Answered() {
+  if (taken_) taken_->answered = true;
+}
+
+/// A file in `tmp` that is removed unless it was sent.
+class OutgoingFile {
+ public:
+  explicit OutgoingFile(const FileHandle& tmp)
+      : tmp_(tmp),
+        name_(std::to_string(CurrentProcessId()) + "." + RandomNamePart()),
+        file_(openat(tmp.Get(), name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                     S_IRUSR | S_IWUSR)) {}
+  ~OutgoingFile() {
+    if (created_ && !sent_) unlinkat(tmp_.Get(), name_.c_str(), 0);
+  }
+  OutgoingFile(const OutgoingFile&) = delete;
+  OutgoingFile& operator=(const OutgoingFile&) = delete;
+  OutgoingFile(OutgoingFile&&) = delete;
+  OutgoingFile& operator=(OutgoingFile&&) = delete;
+
+  /// Gives the system's error number, 0 when the message waits in `folder` as `fileName`.
+  int FillAndSend(std::string_view text, const FileHandle& folder, const std::string& fileName) {
+    created_ = static_cast<bool>(file_);
+    if (!created_) return errno;
+    if (const int failure = WriteAll(file_.Get(), text); failure != 0) return failure;
+    if (const int failure = file_.Close(); failure != 0) return failure;
+    const int failure = MoveFile(tmp_, name_, folder, fileName);
+    sent_ = failure == 0;
+    return failure;
+  }
+
+ private:
+  const FileHandle& tmp_;
+  std::string name_;
+  FileHandle file_;
+  bool created_ = false;
+  bool sent_ = false;
+};
+
+void FolderQueue::Send(const std::string& id) {
+  const std::string fileName = RequireFileName(id);
+  RequireFolders();
+  const int failure = OutgoingFile(folder_->Tmp()).FillAndSend(outgoing_, folder_->New(), fileName);
+  if (failure == EEXIST) throw Error(error_number::kFileExists, Shown(id) + " is waiting already.");
+  if (failure != 0) {
+    RaiseSystemError(Shown(id) + " cannot be sent to the queue folder \"" + path_ + "\"", failure);
+  }
+}
+
+}  // namespace
+
+std::shared_ptr<Queue> CreateFolderQueue() { return std::make_shared<FolderQueue>(); }
+
+std::optional<std::string> MessageFileName(const std::string& id) {
+  if (id.empty() || id.size() > kMaxEncodedId) return std::nullopt;
+  std::string name = PercentEncode(id);
+  if (name.size() > kMaxEncodedId) return std::nullopt;
+  return name + ".xml";
+}
+
+}  // namespace ods

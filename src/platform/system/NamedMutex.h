@@ -7,15 +7,15 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace ods {
 
 /// A held mutex; destroying the object lets go of it.
 class NamedMutex {
  public:
-  /// Creates the mutex, without initial ownership. Raises error 1000 "Error creating instance mutex (" + system error
-  /// number
-  /// + "). " + system error text.
+  /// Creates the mutex, without initial ownership; an empty name makes one that nobody else sees. Raises error 1000
+  /// "Error creating instance mutex (" + system error number + "). " + system error text.
   explicit NamedMutex(const std::string& name);
   ~NamedMutex();
   NamedMutex(const NamedMutex&) = delete;
@@ -31,11 +31,14 @@ class NamedMutex {
   std::unique_ptr<Implementation> implementation_;
 };
 
-/// True while some process holds the mutex, or when access to it is denied. Raises error 1000 for any other failure.
+/// True while some process holds the mutex, or when access to it is denied; false for an empty name. Raises error 1000
+/// for any other failure. Two processes that test a free name in the same instant may see each other.
 [[nodiscard]] bool MutexExists(const std::string& name);
 
 /// The lock folder of this machine: /run/lock/odbc-data-server, or /tmp/odbc-data-server-locks where that cannot be
 /// made.
 [[nodiscard]] std::string LockFolder();
+/// The first of the folders that is there or can be made, writable by all users. Raises error 1000 when none can.
+[[nodiscard]] std::string FirstLockFolder(const std::vector<std::string>& candidates);
 
 }  // namespace ods

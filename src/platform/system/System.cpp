@@ -1,1 +1,209 @@
 #include "platform/system/System.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <pwd.h>
+#include <sys/random.h>
+#include <sys/signalfd.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <vector>
+
+#include "common/Error.h"
+#include "platform/system/FileHandle.h"
+
+namespace ods {
+
+namespace {
+
+constexpr mode_t kPrivate = S_IRUSR | S_IWUSR;
+
+Date ToLocal(std::time_t time) {
+  std::tm parts{};
+  if (localtime_r(&time, &parts) == nullptr) return {};
+  const int second = parts.tm_sec > 59 ? 59 : parts.tm_sec;  // a leap second is no moment of its own
+  return Date::FromParts({.year = parts.tm_year + 1900,
+                          .month = parts.tm_mon + 1,
+                          .day = parts.tm_mday,
+                          .hour = parts.tm_hour,
+                          .minute = parts.tm_min,
+                          .second = second})
+      .value_or(Date{});
+}
+
+/// Never through a link that somebody put there, and never waiting for the other end of a pipe.
+FileHandle OpenForAppending(const std::string& path) {
+  return FileHandle(
+      open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, kPrivate));
+}
+
+/// A new file beside another one, removed again unless it took that one's place.
+class ReplacementFile {
+ public:
+  explicit ReplacementFile(const std::string& path)
+      : path_(path + "." + RandomNamePart() + ".tmp"),
+        handle_(open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kPrivate)) {}
+  ~ReplacementFile() {
+    if (handle_) unlink(path_.c_str());
+  }
+  ReplacementFile(const ReplacementFile&) = delete;
+  ReplacementFile& operator=(const ReplacementFile&) = delete;
+  ReplacementFile(ReplacementFile&&) = delete;
+  ReplacementFile& operator=(ReplacementFile&&) = delete;
+
+  /// Gives the system's error number, 0 when `path` now holds `text`.
+  int FillAndRename(const std::string& path, std::string_view text) {
+    if (!handle_) return errno;
+    if (const int failure = WriteAll(handle_.Get(), text); failure != 0) return failure;
+    if (rename(path_.c_str(), path.c_str()) != 0) return errno;
+    return handle_.Close();
+  }
+
+ private:
+  std::string path_;
+  FileHandle handle_;
+};
+
+}  // namespace
+
+std::uint32_t CurrentProcessId() { return static_cast<std::uint32_t>(getpid()); }
+
+std::string CurrentUserName() {
+  std::vector<char> buffer(1024);
+  passwd entry{};
+  passwd* found = nullptr;
+  while (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE)
+    buffer.resize(buffer.size() * 2);
+  return found != nullptr ? found->pw_name : "";
+}
+
+std::string ComputerName() {
+  std::array<char, 256> name{};  // longer than HOST_NAME_MAX, so it is always terminated
+  return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
+}
+
+std::string ExecutablePath() {
+  std::error_code failure;
+  const auto path = std::filesystem::read_symlink("/proc/self/exe", failure);
+  if (failure) RaiseSystemError("Unable to find the path of the executable", failure.value());
+  return path.string();
+}
+
+std::string EnvironmentVariable(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+std::string SystemTempFolder() {
+  std::string folder = EnvironmentVariable("TMPDIR");
+  return folder.starts_with('/') ? folder : "/tmp";
+}
+
+Date LocalNow() { return ToLocal(std::time(nullptr)); }
+
+std::int64_t FileModificationStamp(const std::string& path) {
+  struct stat facts {};
+  if (stat(path.c_str(), &facts) != 0) return 0;
+  // Unsigned, because a file system may hold times that no 64-bit count of nanoseconds reaches.
+  const auto stamp = static_cast<std::int64_t>(static_cast<std::uint64_t>(facts.st_mtim.tv_sec) * 1'000'000'000U +
+                                               static_cast<std::uint64_t>(facts.st_mtim.tv_nsec));
+  return stamp != 0 ? stamp : 1;
+}
+
+Date FileModificationTime(const std::string& path) {
+  struct stat facts {};
+  return stat(path.c_str(), &facts) == 0 ? ToLocal(facts.st_mtim.tv_sec) : Date{};
+}
+
+void SleepMilliseconds(int milliseconds) {
+  if (milliseconds <= 0) return;
+  const timespec time{.tv_sec = milliseconds / 1000, .tv_nsec = milliseconds % 1000 * 1'000'000L};
+  nanosleep(&time, nullptr);
+}
+
+std::string FormatGuid(const std::uint8_t (&bytes)[16]) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string text;
+  text.reserve(36);
+  for (std::size_t i = 0; i < std::size(bytes); ++i) {
+    if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
+    text += kDigits[bytes[i] >> 4U];
+    text += kDigits[bytes[i] & 0x0FU];
+  }
+  return text;
+}
+
+std::string NewGuidText() {
+  std::uint8_t bytes[16];
+  if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) {
+    throw Error(error_number::kOwn, "Error generating guid. Function did not return S_OK");
+  }
+  // RFC 9562, section 5.4: version 4 in the high half of byte 6, variant 10 in the high bits of byte 8.
+  bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0FU) | 0x40U);
+  bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3FU) | 0x80U);
+  return FormatGuid(bytes);
+}
+
+std::uint64_t AppendToPrivateFile(const std::string& path, std::string_view text) {
+  const auto check = [&path](int failure) {
+    if (failure != 0) RaiseSystemError("Unable to append to file \"" + path + "\"", failure);
+  };
+  const FileHandle file = OpenForAppending(path);
+  if (!file && (errno == EMFILE || errno == ENFILE)) {
+    throw Error(error_number::kOwn, "Unable to get file handle in function PreLog");
+  }
+  check(file ? 0 : errno);
+  check(WriteAll(file.Get(), text));
+  struct stat facts {};
+  check(fstat(file.Get(), &facts) == 0 ? 0 : errno);
+  return static_cast<std::uint64_t>(facts.st_size);
+}
+
+bool CanAppendTo(const std::string& path) { return static_cast<bool>(OpenForAppending(path)); }
+
+void WriteFileAtomically(const std::string& path, std::string_view text) {
+  const int failure = ReplacementFile(path).FillAndRename(path, text);
+  if (failure != 0) RaiseSystemError("Unable to write file \"" + path + "\"", failure);
+}
+
+struct StopSignals::Implementation {
+  sigset_t watched{};
+  sigset_t before{};
+  FileHandle signals;
+  bool requested = false;
+};
+
+StopSignals::StopSignals() : implementation_(std::make_unique<Implementation>()) {
+  Implementation& state = *implementation_;
+  sigemptyset(&state.watched);
+  sigaddset(&state.watched, SIGTERM);
+  sigaddset(&state.watched, SIGINT);
+  state.signals = FileHandle(signalfd(-1, &state.watched, SFD_NONBLOCK | SFD_CLOEXEC));
+  if (!state.signals) RaiseSystemError("Unable to watch for stop signals", errno);
+  pthread_sigmask(SIG_BLOCK, &state.watched, &state.before);
+}
+
+StopSignals::~StopSignals() {
+  Implementation& state = *implementation_;
+  // A repeated request must not kill the process that is on its way out; a request nobody has seen yet must act.
+  signalfd_siginfo signal{};
+  while (state.requested && read(state.signals.Get(), &signal, sizeof signal) == sizeof signal) {
+  }
+  pthread_sigmask(SIG_SETMASK, &state.before, nullptr);
+}
+
+bool StopSignals::Requested() {
+  signalfd_siginfo signal{};
+  if (!implementation_->requested) {
+    implementation_->requested = read(implementation_->signals.Get(), &signal, sizeof signal) == sizeof signal;
+  }
+  return implementation_->requested;
+}
+
+}  // namespace ods

@@ -1,7 +1,8 @@
 // XML documents: the one header through which the system sees its XML library.
 //
 // A document that is not well-formed, is not valid UTF-8, holds a character that XML 1.0 forbids or has a document type
-// declaration does not load and leaves an empty document. Entities: the five built in and character references.
+// declaration does not load and leaves an empty document; so does one whose elements are nested deeper than 256.
+// Entities: the five built in and character references. Comments are kept, processing instructions are not.
 #pragma once
 
 #include <cstddef>
@@ -26,8 +27,8 @@ class XmlNode {
   [[nodiscard]] std::string Name() const { return node_.name(); }
   /// The concatenated text of all descendants, nothing between.
   [[nodiscard]] std::string Text() const;
-  /// Replaces the content by `text`. Raises error 0x80004005, leaving the element as it was, for a text that XML cannot
-  /// carry (invalid UTF-8, a character that XML 1.0 forbids).
+  /// Replaces the content by `text`. Raises error 91 when there is no node, and error 0x80004005, leaving the element
+  /// as it was, for a text that XML cannot carry (invalid UTF-8, a character that XML 1.0 forbids).
   void SetText(std::string_view text);
   /// The value of an attribute, "" when it is missing.
   [[nodiscard]] std::string Attribute(const char* name) const;
@@ -40,11 +41,13 @@ class XmlNode {
   [[nodiscard]] std::vector<XmlNode> SelectNodes(const char* xpath) const;
   [[nodiscard]] XmlNode FirstChild() const { return XmlNode(node_.first_child()); }
 
-  /// Appends a new element and returns it.
+  /// Appends a new element and returns it. Raises error 91 when there is no node, and error 0x80004005 when `name` is
+  /// not a name that XML allows.
   XmlNode AppendElement(const char* name);
-  /// Appends a new element with a text. Raises as `SetText`.
+  /// Appends a new element with a text. Raises as `SetText` too; nothing is appended then.
   XmlNode AppendElement(const char* name, std::string_view text);
-  /// Appends a deep copy of a node of any document and returns it.
+  /// Appends a deep copy of a node of any document and returns it. Raises error 91 when either node is missing, and
+  /// error 0x80004005 for what cannot stand in an element, such as a whole document.
   XmlNode AppendCopy(const XmlNode& node);
   void RemoveChild(const XmlNode& child);
 

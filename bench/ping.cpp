@@ -1,0 +1,141 @@
+// One round trip: a Ping request sent to a real server process, until its answer is read.
+//
+// The server is the program named as the first argument, or the one beside the benchmark; it runs hidden on an empty
+// SQLite database. Beside the mean the counters give the median and the 99th percentile in microseconds.
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <signal.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "platform/queue/Queue.h"
+#include "platform/system/System.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// A server process in a folder of its own; stopped by SIGTERM.
+class RunningServer {
+ public:
+  explicit RunningServer(const std::string& program) {
+    std::string name = (std::filesystem::temp_directory_path() / "ods-ping-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) return;
+    folder_ = name;
+    std::filesystem::create_directories(folder_ + "/config");
+    std::ofstream(folder_ + "/config/dataserver.xml")
+        << "<Settings><ConnectionString>Driver=SQLite3;Database=" << folder_
+        << "/bench.db</ConnectionString></Settings>";
+    Start({program, "/hidden", "/instance=bench", "/datafolder=" + folder_, "/inqueue=" + Requests(),
+           "/outqueue=" + Results()});
+  }
+  ~RunningServer() {
+    if (process_ > 0) {
+      kill(process_, SIGTERM);
+      waitpid(process_, nullptr, 0);
+    }
+    std::error_code ignored;
+    if (!folder_.empty()) std::filesystem::remove_all(folder_, ignored);
+  }
+  RunningServer(const RunningServer&) = delete;
+  RunningServer& operator=(const RunningServer&) = delete;
+  RunningServer(RunningServer&&) = delete;
+  RunningServer& operator=(RunningServer&&) = delete;
+
+  [[nodiscard]] bool Runs() const { return process_ > 0; }
+  [[nodiscard]] std::string Requests() const { return folder_ + "/Requests"; }
+  [[nodiscard]] std::string Results() const { return folder_ + "/Results"; }
+
+ private:
+  void Start(std::vector<std::string> arguments) {
+    std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    if (posix_spawn(&process_, pointers[0], nullptr, nullptr, pointers.data(), environ) != 0) process_ = -1;
+  }
+
+  std::string folder_;
+  pid_t process_ = -1;
+};
+
+/// The client's side: sends a Ping and waits for the answer.
+class Pinger {
+ public:
+  explicit Pinger(const RunningServer& server) : results_(server.Results()), queue_(ods::CreateFolderQueue()) {
+    queue_->SetFolder(server.Requests());
+    queue_->Create();
+    queue_->SetPackage("<XML><Type>Ping</Type></XML>");
+  }
+
+  /// False when the server did not answer OK within `timeout`.
+  bool Ping(std::chrono::milliseconds timeout) {
+    const std::string id = ods::NewGuidText();
+    queue_->Send(id);
+    const auto answer = ods::ReceiveMessage(results_, id, timeout);
+    return answer && answer->find("<Ping>OK</Ping>") != std::string::npos;
+  }
+
+ private:
+  std::string results_;
+  std::shared_ptr<ods::Queue> queue_;
+};
+
+double Quantile(const std::vector<double>& sorted, double part) {
+  return sorted[std::min(sorted.size() - 1, static_cast<std::size_t>(static_cast<double>(sorted.size()) * part))];
+}
+
+void PingRoundTrip(benchmark::State& state, const std::string& program) {
+  const RunningServer server(program);
+  if (!server.Runs()) {
+    state.SkipWithError("the server cannot be started");
+    return;
+  }
+  Pinger pinger(server);
+  if (!pinger.Ping(std::chrono::seconds(30))) {
+    state.SkipWithError("the server does not answer");
+    return;
+  }
+  std::vector<double> microseconds;
+  for (auto _ : state) {
+    const auto start = Clock::now();
+    if (!pinger.Ping(std::chrono::seconds(10))) {
+      state.SkipWithError("no answer");
+      return;
+    }
+    microseconds.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
+  }
+  std::sort(microseconds.begin(), microseconds.end());
+  state.counters["median_us"] = Quantile(microseconds, 0.5);
+  state.counters["p99_us"] = Quantile(microseconds, 0.99);
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+  std::string program = std::filesystem::path(ods::ExecutablePath()).parent_path() / "odbc-data-server";
+  if (argumentCount > 1 && arguments[1][0] != '-') {
+    program = arguments[1];
+    std::rotate(arguments + 1, arguments + 2, arguments + argumentCount);
+    --argumentCount;
+  }
+  benchmark::Initialize(&argumentCount, arguments);
+  if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments)) return 2;
+  if (access(program.c_str(), X_OK) != 0) {
+    std::cerr << "There is no server at \"" << program << "\".\n";
+    return 2;
+  }
+  benchmark::RegisterBenchmark("PingRoundTrip", PingRoundTrip, program)
+      ->Unit(benchmark::kMicrosecond)
+      ->UseRealTime()
+      ->MinTime(5);
+  benchmark::RunSpecifiedBenchmarks();
+}

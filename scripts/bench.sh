@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds the release preset and runs every benchmark of it on the sample company in SQLite. Arguments go to each of
+# the programs, for example --benchmark_filter=REGEX.
+set -euo pipefail
+# shellcheck source=scripts/lib.sh
+. "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
+
+install_packages "${BUILD_PACKAGES[@]}" "${SQLITE_PACKAGES[@]}"
+build_preset release
+folder=$(mktemp --directory -- "${TMPDIR:-/tmp}/ods-bench.XXXXXX")
+trap 'rm --recursive --force -- "$folder"' EXIT
+"$ODS_ROOT/scripts/make-sample-database.sh" "$folder/sample.db" "$ODS_ROOT/build/release/bin/odbc-sample-data"
+export ODS_TEST_SQLITE_SAMPLE=$folder/sample.db
+
+shopt -s nullglob
+programs=("$ODS_ROOT"/build/release/bin/bench-*)
+((${#programs[@]})) || die "there are no benchmarks"
+status=0
+for program in "${programs[@]}"; do
+  say "$(basename -- "$program")"
+  "$program" "$@" || status=1
+done
+exit "$status"

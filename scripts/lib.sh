@@ -1,0 +1,288 @@
+# Shared by the scripts of this folder: packages, builds, and database servers that live only as long as the script.
+# Sourced, never run. It needs bash and `set -euo pipefail` in the script that sources it.
+# shellcheck shell=bash disable=SC2034
+
+# The checkout, whatever the current folder is.
+ODS_ROOT=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
+
+# What the programs, their tests and their benchmarks need to be configured and built.
+BUILD_PACKAGES=(g++ cmake ninja-build unixodbc-dev libpugixml-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev)
+# What it takes to serve an SQLite file.
+SQLITE_PACKAGES=(odbcinst libsqliteodbc sqlite3)
+# What the tests need besides.
+TEST_PACKAGES=(unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server libxml2-utils)
+# What checks the sources.
+LINT_PACKAGES=(clang-format clang-tidy shellcheck)
+
+say() { printf '==> %s\n' "$*"; }
+die() {
+  printf '%s: %s\n' "$(basename -- "$0")" "$*" >&2
+  exit 1
+}
+
+# ------------------------------------------------------------------------------------------------------------ packages
+
+package_is_installed() {
+  [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+# install_packages NAME...: installs what is missing; does nothing, and needs no rights, when nothing is.
+install_packages() {
+  local package missing=() as_root=()
+  command -v dpkg-query >/dev/null || die "dpkg-query is missing: these scripts set up Debian machines only"
+  for package in "$@"; do
+    package_is_installed "$package" || missing+=("$package")
+  done
+  ((${#missing[@]})) || return 0
+  if ((EUID != 0)); then
+    command -v sudo >/dev/null || die "these packages are missing, and it takes root or sudo to install them: ${missing[*]}"
+    as_root=(sudo)
+  fi
+  say "Installing ${missing[*]}"
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update --quiet ||
+    die "apt-get update failed"
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install --quiet --yes --no-install-recommends "${missing[@]}" ||
+    die "apt-get could not install: ${missing[*]}"
+}
+
+# --------------------------------------------------------------------------------------------------------------- build
+
+# build_preset NAME [TARGET...]: configures a preset of CMakePresets.json and builds it, or just the targets.
+build_preset() {
+  local preset=$1
+  shift
+  say "Building the $preset preset"
+  (
+    cd -- "$ODS_ROOT" || exit
+    cmake --preset "$preset" >/dev/null
+    cmake --build --preset "$preset" --parallel "$(nproc)" ${1+--target "$@"}
+  )
+}
+
+# list_sources: the project's own C++ files, each ended by a zero byte, as paths from the checkout.
+list_sources() {
+  (
+    cd -- "$ODS_ROOT" || exit
+    local folders=() folder
+    for folder in src client controller samples tests bench; do
+      [[ ! -d $folder ]] || folders+=("$folder")
+    done
+    find "${folders[@]}" -type f \( -name '*.cpp' -o -name '*.h' \) -print0 | sort --zero-terminated
+  )
+}
+
+# ---------------------------------------------------------------------------------------------------- database servers
+#
+# The servers listen on 127.0.0.1 and keep data, socket and log in one folder that the caller gives. They run as the
+# user of the product's package when the script runs as root (the servers refuse to run as root), else as the user
+# himself. They never touch a server that the system runs. Each is ended by its own process id: call stop_servers in
+# the script's exit trap. Should the script be killed outright, the kernel ends them.
+
+# The process ids of the servers, each with the signal that ends it.
+declare -A ODS_SERVER_SIGNALS=()
+
+# database_user NAME: the user that a server runs as.
+database_user() {
+  if ((EUID != 0)); then
+    id --user --name
+  elif id "$1" >/dev/null 2>&1; then
+    printf '%s\n' "$1"
+  else
+    printf 'nobody\n'
+  fi
+}
+
+# run_as USER COMMAND...: replaces this (sub)shell by the command, run as the user. Ends with the script, by
+# the signal in ODS_DEATH_SIGNAL.
+run_as() {
+  local user=$1
+  shift
+  local change=()
+  if ((EUID == 0)); then
+    change=(--reuid="$user" --regid="$(id --group "$user")" --init-groups)
+  fi
+  exec setpriv "${change[@]}" --pdeathsig "${ODS_DEATH_SIGNAL:-KILL}" -- "$@"
+}
+
+# make_server_folder FOLDER USER: an empty folder that the user owns. Fails when the user cannot get there.
+make_server_folder() {
+  local folder=$1 user=$2
+  [[ $folder == /* ]] || die "the folder of a database server is an absolute path: $folder"
+  mkdir --parents -- "$folder"
+  chmod 0700 -- "$folder"
+  if ((EUID == 0)); then
+    chown "$user" -- "$folder"
+  fi
+  (run_as "$user" test -w "$folder") || die "user $user cannot write to $folder: each folder above must let him through"
+}
+
+# free_port: a TCP port of 127.0.0.1 that nobody listens on just now.
+free_port() {
+  local port try
+  for ((try = 0; try < 200; ++try)); do
+    port=$((20000 + RANDOM % 12000))
+    if ! (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; then
+      printf '%s\n' "$port"
+      return
+    fi
+  done
+  die "no free port found"
+}
+
+# wait_until_ready PID SECONDS COMMAND...: until the command succeeds; fails when the process ends or the time is over.
+wait_until_ready() {
+  local pid=$1 deadline=$((SECONDS + $2))
+  shift 2
+  while ! "$@" >/dev/null 2>&1; do
+    kill -0 "$pid" 2>/dev/null || return 1
+    ((SECONDS < deadline)) || return 1
+    sleep 0.1
+  done
+}
+
+random_password() { od --address-radix=n --read-bytes=12 --format=x1 /dev/urandom | tr --delete ' \n'; }
+
+# The programs of the newest PostgreSQL that is installed; Debian keeps them outside the path.
+postgresql_programs() {
+  local folders=(/usr/lib/postgresql/*/bin)
+  [[ -x ${folders[0]}/initdb ]] || die "PostgreSQL's initdb is not installed"
+  printf '%s\n' "${folders[@]}" | sort --version-sort | tail --lines=1
+}
+
+# start_postgresql FOLDER PORT: a new server with an empty database `sample` and a superuser `sample`, whose password
+# goes into FOLDER/password. Sets STARTED_PID. Fails, with the end of the log, when it does not come up.
+start_postgresql() {
+  local folder=$1 port=$2 user programs
+  user=$(database_user postgres)
+  programs=$(postgresql_programs)
+  make_server_folder "$folder" "$user"
+  random_password >"$folder/password"
+  if ((EUID == 0)); then
+    chown "$user" -- "$folder/password"
+  fi
+  (cd / && run_as "$user" "$programs/initdb" --pgdata="$folder/data" --username=sample --pwfile="$folder/password" \
+    --auth=scram-sha-256 --encoding=UTF8 --locale=C.UTF-8 --no-sync) >"$folder/init.log" 2>&1 ||
+    { tail --lines=20 "$folder/init.log" >&2; return 1; }
+  (
+    cd /
+    ODS_DEATH_SIGNAL=INT run_as "$user" "$programs/postgres" -D "$folder/data" -p "$port" \
+      -c listen_addresses=127.0.0.1 -c unix_socket_directories="$folder" -c fsync=off -c synchronous_commit=off \
+      -c full_page_writes=off -c timezone=UTC -c jit=off
+  ) >"$folder/server.log" 2>&1 &
+  STARTED_PID=$!
+  ODS_SERVER_SIGNALS[$STARTED_PID]=INT
+  # The answer must come from the server in this folder, not from another one on the same port: so by its socket.
+  wait_until_ready "$STARTED_PID" 60 "$programs/pg_isready" --quiet --host="$folder" --port="$port" ||
+    { tail --lines=20 "$folder/server.log" >&2; stop_server "$STARTED_PID"; return 1; }
+  postgresql_client "$folder" "$port" postgres --quiet --command='CREATE DATABASE sample'
+}
+
+# postgresql_client FOLDER PORT DATABASE [psql argument...]: psql on the server, ending at the first error.
+postgresql_client() {
+  local folder=$1 port=$2 database=$3
+  shift 3
+  PGPASSWORD=$(<"$folder/password") PGOPTIONS='--client-min-messages=warning' psql --no-psqlrc --set=ON_ERROR_STOP=1 \
+    --host=127.0.0.1 --port="$port" --username=sample --dbname="$database" "$@"
+}
+
+# start_mariadb FOLDER PORT: a new server with an empty database `sample` and a user `sample` that owns it, whose
+# password goes into FOLDER/password. Sets STARTED_PID. Fails, with the end of the log, when it does not come up.
+start_mariadb() {
+  local folder=$1 port=$2 user password server
+  user=$(database_user mysql)
+  server=$(PATH=$PATH:/usr/sbin:/usr/local/sbin command -v mariadbd) || die "MariaDB's server is not installed"
+  make_server_folder "$folder" "$user"
+  random_password >"$folder/password"
+  password=$(<"$folder/password")
+  # The administrator gets in only through the socket, as the user who runs the script.
+  (cd / && run_as "$user" mariadb-install-db --no-defaults --datadir="$folder/data" --skip-test-db \
+    --auth-root-authentication-method=socket --auth-root-socket-user="$(id --user --name)" \
+    --innodb-flush-log-at-trx-commit=0) >"$folder/init.log" 2>&1 ||
+    { tail --lines=20 "$folder/init.log" >&2; return 1; }
+  (
+    cd /
+    ODS_DEATH_SIGNAL=TERM run_as "$user" "$server" --no-defaults --datadir="$folder/data" --tmpdir="$folder" \
+      --bind-address=127.0.0.1 --port="$port" --socket="$folder/socket" --pid-file="$folder/pid" --skip-name-resolve \
+      --character-set-server=utf8mb4 --collation-server=utf8mb4_general_ci --default-time-zone=+00:00 \
+      --innodb-flush-log-at-trx-commit=0 --innodb-doublewrite=0 --innodb-use-native-aio=0 \
+      --innodb-log-file-size=32M --performance-schema=OFF
+  ) >"$folder/server.log" 2>&1 &
+  STARTED_PID=$!
+  ODS_SERVER_SIGNALS[$STARTED_PID]=TERM
+  wait_until_ready "$STARTED_PID" 60 mariadb_administrator "$folder" --execute='SELECT 1' ||
+    { tail --lines=20 "$folder/server.log" >&2; stop_server "$STARTED_PID"; return 1; }
+  mariadb_administrator "$folder" <<SQL
+CREATE DATABASE sample CHARACTER SET utf8mb4;
+CREATE USER sample IDENTIFIED BY '$password';
+GRANT ALL ON sample.* TO sample;
+SQL
+}
+
+mariadb_administrator() {
+  local folder=$1
+  shift
+  mariadb --no-defaults --socket="$folder/socket" "$@"
+}
+
+# start_on_free_port VARIABLE FUNCTION FOLDER: starts a server on a free port and stores the port in the variable.
+# Another program may take the port between the look and the start: then it tries another one, in a new folder.
+start_on_free_port() {
+  local -n chosen_port=$1
+  local start=$2 folder=$3 try
+  for ((try = 1; try <= 3; ++try)); do
+    chosen_port=$(free_port)
+    if "$start" "$folder" "$chosen_port"; then
+      return
+    fi
+    mv -- "$folder" "$folder-failed-$try"
+  done
+  die "$start failed three times"
+}
+
+# stop_server PID: ends a server of start_postgresql or start_mariadb and waits for its end.
+stop_server() {
+  local pid=$1 try
+  [[ -n ${ODS_SERVER_SIGNALS[$pid]:-} ]] || return 0
+  kill "-${ODS_SERVER_SIGNALS[$pid]}" "$pid" 2>/dev/null || true
+  for ((try = 0; try < 200; ++try)); do
+    kill -0 "$pid" 2>/dev/null || break
+    sleep 0.05
+  done
+  kill -KILL "$pid" 2>/dev/null || true
+  wait "$pid" 2>/dev/null || true
+  unset "ODS_SERVER_SIGNALS[$pid]"
+}
+
+stop_servers() {
+  local pid
+  for pid in "${!ODS_SERVER_SIGNALS[@]}"; do
+    stop_server "$pid"
+  done
+}
+
+# --------------------------------------------------------------------------------------------------------- sample data
+
+# load_postgresql FOLDER PORT GENERATOR: schema and rows of the sample company into the database `sample`.
+load_postgresql() {
+  local folder=$1 port=$2 generator=$3
+  postgresql_client "$folder" "$port" sample --quiet --file="$ODS_ROOT/samples/schema-postgresql.sql"
+  "$generator" postgresql | postgresql_client "$folder" "$port" sample --quiet
+  postgresql_client "$folder" "$port" sample --quiet --command=ANALYZE
+}
+
+# load_mariadb FOLDER GENERATOR: schema and rows of the sample company into the database `sample`.
+load_mariadb() {
+  local folder=$1 generator=$2
+  mariadb_administrator "$folder" sample <"$ODS_ROOT/samples/schema-mariadb.sql"
+  "$generator" mariadb | mariadb_administrator "$folder" sample
+}
+
+# The ODBC connection strings of the databases.
+postgresql_connection_string() {
+  local folder=$1 port=$2
+  printf 'Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=%s;Database=sample;UID=sample;PWD=%s\n' "$port" "$(<"$folder/password")"
+}
+mariadb_connection_string() {
+  local folder=$1 port=$2
+  printf 'Driver=MariaDB Unicode;Server=127.0.0.1;Port=%s;Database=sample;UID=sample;PWD=%s\n' "$port" "$(<"$folder/password")"
+}

@@ -1,0 +1,147 @@
+// The driver manager's handles as objects, its diagnostics as errors, and its text as UTF-8.
+//
+// Internal to this folder: nothing else sees an ODBC type. A handle is freed on every path; a statement keeps its
+// session alive, so that a record set outlives the connection object it came from.
+//
+// Text travels through the wide (W) functions as UTF-16. A driver that has none of its own is called through the narrow
+// ones in UTF-8 instead: the driver manager would otherwise squeeze every character into the locale's 8 bits on the
+// way.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <sql.h>
+#include <sqlext.h>
+#include <sqlucode.h>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ods::odbc {
+
+/// UTF-8 as the driver manager's UTF-16. Bytes that are no UTF-8 become U+FFFD. Not null-terminated.
+[[nodiscard]] std::vector<SQLWCHAR> ToUtf16(std::string_view text);
+/// UTF-16 as UTF-8. A surrogate without its partner becomes U+FFFD.
+[[nodiscard]] std::string ToUtf8(std::span<const SQLWCHAR> text);
+/// Bytes that a driver without wide functions gave, which hands on whatever the database holds: what is no UTF-8
+/// becomes U+FFFD.
+[[nodiscard]] std::string FromNarrowText(std::string_view bytes);
+
+/// ADO's error number for a five-character SQLSTATE.
+[[nodiscard]] std::int32_t ErrorNumberOfState(std::string_view sqlState);
+
+/// Raises the error that a handle's diagnostic records describe: the number by the first record's SQLSTATE, the texts
+/// of all of them, each once, joined by "; ".
+[[noreturn]] void RaiseDiagnostics(SQLSMALLINT handleType, SQLHANDLE handle);
+
+/// One handle of the driver manager, freed with the object.
+template <SQLSMALLINT kHandleType>
+class Handle {
+ public:
+  /// Allocates the handle under `parent`, whose type is `parentType`. Raises the parent's diagnostics.
+  Handle(SQLSMALLINT parentType, SQLHANDLE parent) {
+    if (!SQL_SUCCEEDED(SQLAllocHandle(kHandleType, parent, &handle_))) RaiseDiagnostics(parentType, parent);
+  }
+  Handle(const Handle&) = delete;
+  Handle& operator=(const Handle&) = delete;
+  Handle(Handle&&) = delete;
+  Handle& operator=(Handle&&) = delete;
+  ~Handle() { SQLFreeHandle(kHandleType, handle_); }
+
+  [[nodiscard]] SQLHANDLE Get() const { return handle_; }
+
+ private:
+  SQLHANDLE handle_ = SQL_NULL_HANDLE;
+};
+
+/// A connected session of one driver; disconnects when the last user drops it.
+class Session {
+ public:
+  /// Connects without asking the user anything. Raises the driver's error.
+  explicit Session(const std::string& connectionString);
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+  Session(Session&&) = delete;
+  Session& operator=(Session&&) = delete;
+  ~Session() { SQLDisconnect(Get()); }
+
+  [[nodiscard]] SQLHANDLE Get() const { return connection_.Get(); }
+  /// True when the driver takes and gives text as UTF-16, false when as UTF-8.
+  [[nodiscard]] bool IsWide() const { return wide_; }
+  /// A text that `SQLGetInfo` gives; "" when the driver does not know it.
+  [[nodiscard]] std::string InfoText(SQLUSMALLINT infoType) const;
+  /// The catalogue in use; "" when the driver has none.
+  [[nodiscard]] std::string CurrentCatalog() const;
+  /// The driver's `SQL_GETDATA_EXTENSIONS` bits.
+  [[nodiscard]] SQLUINTEGER GetDataExtensions() const { return getDataExtensions_; }
+
+ private:
+  /// The environment in its ODBC 3 form, which must be set before a connection is allocated under it.
+  class Environment {
+   public:
+    Environment();
+    [[nodiscard]] SQLHANDLE Get() const { return handle_.Get(); }
+
+   private:
+    Handle<SQL_HANDLE_ENV> handle_;
+  };
+
+  void Connect(const std::string& connectionString);
+  [[nodiscard]] SQLRETURN ConnectThrough(const std::string& connectionString, bool wide) const;
+  [[nodiscard]] bool DriverIsWide() const;
+
+  Environment environment_;
+  Handle<SQL_HANDLE_DBC> connection_;
+  bool wide_ = true;
+  SQLUINTEGER getDataExtensions_ = 0;
+};
+
+/// What a driver says about a column of a result.
+struct ColumnDescription {
+  std::string name;
+  SQLSMALLINT odbcType = SQL_UNKNOWN_TYPE;
+  SQLULEN size = 0;
+  SQLSMALLINT nullable = SQL_NULLABLE_UNKNOWN;
+};
+
+/// The names that a catalogue function is asked for; an empty one restricts nothing.
+struct CatalogNames {
+  std::string catalog;
+  std::string schema;
+  std::string table;
+  std::string type;
+};
+
+/// A statement of a session. Every call raises the driver's error.
+class Statement {
+ public:
+  explicit Statement(std::shared_ptr<Session> session);
+
+  void Execute(const std::string& sql) const;
+  /// `SQLTables`: schema and table are search patterns.
+  void Tables(const CatalogNames& names) const;
+  /// `SQLStatistics` for all indexes, without asking for fresh figures.
+  void Statistics(const CatalogNames& names) const;
+  void TypeInfo() const;
+
+  [[nodiscard]] SQLUSMALLINT ColumnCount() const;
+  /// `number` counts from 1.
+  [[nodiscard]] ColumnDescription DescribeColumn(SQLUSMALLINT number) const;
+  /// True when the driver calls the column unsigned.
+  [[nodiscard]] bool IsUnsigned(SQLUSMALLINT number) const;
+
+  [[nodiscard]] SQLHANDLE Get() const { return handle_.Get(); }
+  [[nodiscard]] const Session& Owner() const { return *session_; }
+  /// Raises the statement's diagnostics unless `result` is a success or says that there is no data.
+  void Check(SQLRETURN result) const;
+  [[noreturn]] void Raise() const { RaiseDiagnostics(SQL_HANDLE_STMT, Get()); }
+  /// Sets a numeric attribute; true when the driver takes it.
+  bool SetAttribute(SQLINTEGER attribute, SQLULEN value) const;
+
+ private:
+  std::shared_ptr<Session> session_;
+  Handle<SQL_HANDLE_STMT> handle_;
+};
+
+}  // namespace ods::odbc

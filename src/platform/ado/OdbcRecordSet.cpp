@@ -1,0 +1,229 @@
+#include "platform/ado/OdbcRecordSet.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <span>
+#include <utility>
+
+#include "common/Error.h"
+
+namespace ods::odbc {
+
+namespace {
+
+constexpr std::size_t kMostRowsPerBlock = 64;
+constexpr std::size_t kMostBlockBytes = std::size_t{1} << 20U;
+/// Beyond this many characters or bytes a column counts as long.
+constexpr SQLULEN kLongestBound = 4000;
+/// The least characters or bytes that a column of varying size gets, for drivers that understate.
+constexpr SQLULEN kLeastBound = 64;
+constexpr std::size_t kFirstPieceBytes = std::size_t{8} << 10U;
+constexpr std::size_t kMostPieceBytes = std::size_t{4} << 20U;
+
+[[noreturn]] void RaiseNoCurrentRecord() { throw Error(error_number::kNoCurrentRecord, "There is no current record."); }
+
+/// Room for one cell of a column of varying size. A character takes up to four bytes of UTF-8 or two units of UTF-16.
+std::size_t VariableCellBytes(const CellFormat& format, SQLULEN columnSize) {
+  const auto elements = static_cast<std::size_t>(std::clamp(columnSize, kLeastBound, kLongestBound));
+  const std::size_t units = format.cType == SQL_C_CHAR    ? 4 * elements
+                            : format.cType == SQL_C_WCHAR ? 2 * elements
+                                                          : elements;
+  return units * format.unit + format.terminator;
+}
+
+}  // namespace
+
+OdbcRecordSet::OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t maxRecords)
+    : recordsLeft_(maxRecords > 0 ? static_cast<std::size_t>(maxRecords) : std::numeric_limits<std::size_t>::max()),
+      statement_(std::move(statement)) {
+  const SQLUSMALLINT count = statement_->ColumnCount();
+  if (count == 0) {
+    statement_.reset();
+    return;
+  }
+  fields_.reserve(count);
+  columns_.reserve(count);
+  for (std::size_t number = 1; number <= count; ++number) DescribeColumn(static_cast<SQLUSMALLINT>(number));
+  values_.resize(columns_.size());
+  PlanFetching();
+  FetchBlock();
+}
+
+void OdbcRecordSet::DescribeColumn(SQLUSMALLINT number) {
+  ColumnDescription described = statement_->DescribeColumn(number);
+  const ColumnType& type = FindColumnType(described.odbcType);
+  Field field;
+  field.name = std::move(described.name);
+  const bool isUnsigned = type.unsignedAdoType != type.adoType && statement_->IsUnsigned(number);
+  field.type = isUnsigned ? type.unsignedAdoType : type.adoType;
+  constexpr auto kMostSize = static_cast<SQLULEN>(std::numeric_limits<std::int64_t>::max());
+  field.definedSize =
+      type.fixedSize > 0 ? type.fixedSize : static_cast<std::int64_t>(std::min(described.size, kMostSize));
+  if (described.nullable == SQL_NULLABLE) field.attributes |= field_attribute::kIsNullable;
+  if (described.nullable == SQL_NULLABLE_UNKNOWN) field.attributes |= field_attribute::kMayBeNull;
+
+  Column column;
+  column.number = number;
+  column.kind = type.kind;
+  if (field.type == ado_type::kUnsignedBigInt) column.kind = CellKind::kUnsignedBigInteger;
+  if (type.kind == CellKind::kText && !statement_->Owner().IsWide()) column.kind = CellKind::kNarrowText;
+  const CellFormat& format = FormatOf(column.kind);
+  column.isLong = type.isLong || (type.fixedSize == 0 && (described.size == 0 || described.size > kLongestBound));
+  column.cellBytes = format.size > 0 ? format.size : VariableCellBytes(format, described.size);
+  fields_.push_back(std::move(field));
+  columns_.push_back(std::move(column));
+}
+
+void OdbcRecordSet::PlanFetching() {
+  const SQLUINTEGER can = statement_->Owner().GetDataExtensions();
+  const bool canReadAnyColumn = (can & SQL_GD_ANY_COLUMN) != 0;
+  // A cell that did not fit its buffer is read again through SQLGetData; where the driver cannot do that for a bound
+  // column, the columns of varying size are not bound.
+  const bool canReadBound = canReadAnyColumn && (can & SQL_GD_BOUND) != 0;
+  const bool canReadInBlock = canReadBound && (can & SQL_GD_BLOCK) != 0;
+
+  bool allBound = true;
+  bool anyVarying = false;
+  for (Column& column : columns_) {
+    const bool varying = FormatOf(column.kind).size == 0;
+    anyVarying = anyVarying || varying;
+    const bool bindable = !column.isLong && (!varying || canReadBound);
+    // Without SQL_GD_ANY_COLUMN only the columns behind the last bound one may be read unbound.
+    column.bound = bindable && (allBound || canReadAnyColumn);
+    allBound = allBound && column.bound;
+  }
+  if (allBound && (!anyVarying || canReadInBlock)) blockSize_ = RowsPerBlock();
+  if (blockSize_ > 1) {
+    rowStatus_.resize(blockSize_);
+    const bool taken = statement_->SetAttribute(SQL_ATTR_ROW_ARRAY_SIZE, blockSize_) &&
+                       SQL_SUCCEEDED(SQLSetStmtAttr(statement_->Get(), SQL_ATTR_ROWS_FETCHED_PTR, &rowsFetched_, 0)) &&
+                       SQL_SUCCEEDED(SQLSetStmtAttr(statement_->Get(), SQL_ATTR_ROW_STATUS_PTR, rowStatus_.data(), 0));
+    if (!taken) {
+      statement_->SetAttribute(SQL_ATTR_ROW_ARRAY_SIZE, 1);
+      blockSize_ = 1;
+    }
+  }
+  for (Column& column : columns_) {
+    if (column.bound) Bind(column, blockSize_);
+  }
+}
+
+std::size_t OdbcRecordSet::RowsPerBlock() const {
+  std::size_t rowBytes = 0;
+  for (const Column& column : columns_) rowBytes += column.cellBytes + sizeof(SQLLEN);
+  return std::min(std::clamp<std::size_t>(kMostBlockBytes / rowBytes, 1, kMostRowsPerBlock), recordsLeft_);
+}
+
+void OdbcRecordSet::Bind(Column& column, std::size_t rows) const {
+  column.cells.resize(rows * column.cellBytes);
+  column.indicators.resize(rows);
+  statement_->Check(SQLBindCol(statement_->Get(), column.number, FormatOf(column.kind).cType, column.cells.data(),
+                               static_cast<SQLLEN>(column.cellBytes), column.indicators.data()));
+}
+
+void OdbcRecordSet::MoveNext() {
+  if (AtEnd()) RaiseNoCurrentRecord();
+  if (++row_ < rowsInBlock_) {
+    LoadRow();
+  } else {
+    FetchBlock();
+  }
+}
+
+const Value& OdbcRecordSet::Item(std::size_t index) const {
+  if (index >= fields_.size()) {
+    throw Error(error_number::kItemNotFound, "The record set has no field number " + std::to_string(index) + ".");
+  }
+  if (AtEnd()) RaiseNoCurrentRecord();
+  return values_[index];
+}
+
+void OdbcRecordSet::FetchBlock() {
+  row_ = 0;
+  rowsFetched_ = 0;
+  const SQLRETURN result = recordsLeft_ == 0 ? static_cast<SQLRETURN>(SQL_NO_DATA) : SQLFetch(statement_->Get());
+  statement_->Check(result);
+  rowsInBlock_ = blockSize_ > 1 ? std::min<std::size_t>(rowsFetched_, blockSize_) : 1;
+  if (result == SQL_NO_DATA || rowsInBlock_ == 0) {
+    statement_.reset();
+    return;
+  }
+  const auto fetched = std::span(rowStatus_).first(std::min(rowsInBlock_, rowStatus_.size()));
+  const bool failed = std::find(fetched.begin(), fetched.end(), SQL_ROW_ERROR) != fetched.end();
+  if (failed) statement_->Raise();
+  rowsInBlock_ = std::min(rowsInBlock_, recordsLeft_);
+  recordsLeft_ -= rowsInBlock_;
+  LoadRow();
+}
+
+void OdbcRecordSet::LoadRow() {
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    const Column& column = columns_[i];
+    if (column.bound) {
+      values_[i] = BoundValue(column);
+    } else if (FormatOf(column.kind).size > 0) {
+      values_[i] = ReadFixed(column);
+    } else {
+      values_[i] = ReadPieces(column, 0);
+    }
+  }
+}
+
+Value OdbcRecordSet::BoundValue(const Column& column) {
+  const SQLLEN indicator = column.indicators[row_];
+  if (indicator == SQL_NULL_DATA) return Null{};
+  const CellFormat& format = FormatOf(column.kind);
+  const auto cell = std::span(column.cells).subspan(row_ * column.cellBytes, column.cellBytes);
+  if (format.size > 0) return CellValue(column.kind, fields_[column.number - 1U].type, cell);
+  const std::size_t room = column.cellBytes - format.terminator;
+  if (indicator >= 0 && static_cast<std::size_t>(indicator) <= room) {
+    return CellValue(column.kind, fields_[column.number - 1U].type, cell.first(static_cast<std::size_t>(indicator)));
+  }
+  if (blockSize_ > 1) {
+    statement_->Check(SQLSetPos(statement_->Get(), row_ + 1, SQL_POSITION, SQL_LOCK_NO_CHANGE));
+  }
+  return ReadPieces(column, indicator > 0 ? static_cast<std::size_t>(indicator) : room);
+}
+
+Value OdbcRecordSet::ReadFixed(const Column& column) const {
+  const CellFormat& format = FormatOf(column.kind);
+  std::array<std::byte, sizeof(SQL_TIMESTAMP_STRUCT)> cell{};
+  SQLLEN indicator = SQL_NULL_DATA;
+  statement_->Check(SQLGetData(statement_->Get(), column.number, format.cType, cell.data(),
+                               static_cast<SQLLEN>(cell.size()), &indicator));
+  if (indicator == SQL_NULL_DATA) return Null{};
+  return CellValue(column.kind, fields_[column.number - 1U].type, std::span(cell).first(format.size));
+}
+
+Value OdbcRecordSet::ReadPieces(const Column& column, std::size_t atLeast) {
+  const CellFormat& format = FormatOf(column.kind);
+  if (pieces_.size() < kFirstPieceBytes) pieces_.resize(kFirstPieceBytes);
+  std::size_t used = 0;
+  while (true) {
+    const std::size_t room = pieces_.size() - used;
+    const std::size_t dataRoom = (room - format.terminator) / format.unit * format.unit;
+    SQLLEN indicator = SQL_NULL_DATA;
+    const SQLRETURN result = SQLGetData(statement_->Get(), column.number, format.cType, pieces_.data() + used,
+                                        static_cast<SQLLEN>(room), &indicator);
+    statement_->Check(result);
+    if (result == SQL_NO_DATA) break;
+    if (indicator == SQL_NULL_DATA) return Null{};
+    const bool known = indicator >= 0;
+    if (known && static_cast<std::size_t>(indicator) <= dataRoom) {
+      used += static_cast<std::size_t>(indicator);
+      break;
+    }
+    used += dataRoom;
+    // The indicator is what was left before this piece. It is not trusted with more than one piece's memory.
+    const std::size_t rest = known ? static_cast<std::size_t>(indicator) - dataRoom : pieces_.size();
+    pieces_.resize(used + std::min(rest, kMostPieceBytes) + format.terminator + format.unit);
+  }
+  if (used < atLeast) {
+    throw Error(error_number::kGeneralFailure, "The database driver cut off a value of the field '" +
+                                                   fields_[column.number - 1U].name + "' and does not give the rest.");
+  }
+  return CellValue(column.kind, fields_[column.number - 1U].type, std::span(pieces_).first(used));
+}
+
+}  // namespace ods::odbc

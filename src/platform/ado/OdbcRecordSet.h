@@ -1,0 +1,71 @@
+// A record set over a statement that has been run: fetched in blocks into bound buffers where the driver allows it, row
+// by row with the long columns in pieces where it does not.
+//
+// Internal to this folder. Nothing of a value is lost when a driver understates a column's size: a cell that did not
+// fit its buffer is read again whole. Dropping a record set that was read in part reads nothing more.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/ado/Ado.h"
+#include "platform/ado/OdbcHandles.h"
+#include "platform/ado/OdbcTypes.h"
+
+namespace ods::odbc {
+
+class OdbcRecordSet final : public RecordSet {
+ public:
+  /// Takes a statement that has been run, and stands on its first row. A statement without columns gives a record set
+  /// without fields that is at its end. `maxRecords` bounds the records; 0 or less does not. Raises the driver's
+  /// errors.
+  OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t maxRecords);
+
+  [[nodiscard]] const std::vector<Field>& Fields() const override { return fields_; }
+  [[nodiscard]] bool AtEnd() const override { return statement_ == nullptr; }
+  void MoveNext() override;
+  using RecordSet::Item;
+  [[nodiscard]] const Value& Item(std::size_t index) const override;
+
+ private:
+  struct Column {
+    SQLUSMALLINT number = 0;  ///< from 1
+    CellKind kind = CellKind::kText;
+    bool isLong = false;
+    bool bound = false;
+    std::size_t cellBytes = 0;  ///< room for one cell, terminator included
+    std::vector<std::byte> cells;
+    std::vector<SQLLEN> indicators;
+  };
+
+  void DescribeColumn(SQLUSMALLINT number);
+  /// Decides which columns are bound and how many rows a block has, and binds.
+  void PlanFetching();
+  [[nodiscard]] std::size_t RowsPerBlock() const;
+  void Bind(Column& column, std::size_t rows) const;
+  /// Fetches the next block and loads its first row, or goes to the end.
+  void FetchBlock();
+  void LoadRow();
+  [[nodiscard]] Value BoundValue(const Column& column);
+  [[nodiscard]] Value ReadFixed(const Column& column) const;
+  /// The cell in the current row through `SQLGetData`, piece by piece. `atLeast` is the size in bytes that is known of
+  /// it (0 for unknown): raises an error when the driver gives less.
+  [[nodiscard]] Value ReadPieces(const Column& column, std::size_t atLeast);
+
+  std::vector<Field> fields_;
+  std::vector<Column> columns_;
+  std::vector<Value> values_;      ///< the current row
+  std::vector<std::byte> pieces_;  ///< what `ReadPieces` gathers, kept for its memory
+  std::vector<SQLUSMALLINT> rowStatus_;
+  SQLULEN rowsFetched_ = 0;  ///< written by the driver
+  std::size_t blockSize_ = 1;
+  std::size_t rowsInBlock_ = 0;
+  std::size_t row_ = 0;                   ///< the current row within the block
+  std::size_t recordsLeft_;               ///< that may still be fetched
+  std::unique_ptr<Statement> statement_;  ///< freed first, since the driver holds pointers to the buffers above
+};
+
+}  // namespace ods::odbc

@@ -1,0 +1,217 @@
+#include "platform/ado/OdbcTypes.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "common/Text.h"
+#include "platform/ado/Ado.h"
+#include "platform/ado/OdbcHandles.h"
+
+namespace ods::odbc {
+
+namespace {
+
+namespace t = ado_type;
+
+constexpr std::array<ColumnType, 25> kColumnTypes = {{
+    {SQL_CHAR, t::kChar, t::kChar, CellKind::kText, 0, false},
+    {SQL_VARCHAR, t::kVarChar, t::kVarChar, CellKind::kText, 0, false},
+    {SQL_LONGVARCHAR, t::kLongVarChar, t::kLongVarChar, CellKind::kText, 0, true},
+    {SQL_WCHAR, t::kWChar, t::kWChar, CellKind::kText, 0, false},
+    {SQL_WVARCHAR, t::kVarWChar, t::kVarWChar, CellKind::kText, 0, false},
+    {SQL_WLONGVARCHAR, t::kLongVarWChar, t::kLongVarWChar, CellKind::kText, 0, true},
+    {SQL_DECIMAL, t::kNumeric, t::kNumeric, CellKind::kDecimal, 19, false},
+    {SQL_NUMERIC, t::kNumeric, t::kNumeric, CellKind::kDecimal, 19, false},
+    {SQL_SMALLINT, t::kSmallInt, t::kUnsignedSmallInt, CellKind::kInteger, 2, false},
+    {SQL_INTEGER, t::kInteger, t::kUnsignedInt, CellKind::kInteger, 4, false},
+    {SQL_BIGINT, t::kBigInt, t::kUnsignedBigInt, CellKind::kInteger, 8, false},
+    {SQL_TINYINT, t::kTinyInt, t::kUnsignedTinyInt, CellKind::kInteger, 1, false},
+    {SQL_REAL, t::kSingle, t::kSingle, CellKind::kSingle, 4, false},
+    {SQL_FLOAT, t::kDouble, t::kDouble, CellKind::kDouble, 8, false},
+    {SQL_DOUBLE, t::kDouble, t::kDouble, CellKind::kDouble, 8, false},
+    {SQL_BIT, t::kBoolean, t::kBoolean, CellKind::kBoolean, 2, false},
+    {SQL_BINARY, t::kBinary, t::kBinary, CellKind::kBytes, 0, false},
+    {SQL_VARBINARY, t::kVarBinary, t::kVarBinary, CellKind::kBytes, 0, false},
+    {SQL_LONGVARBINARY, t::kLongVarBinary, t::kLongVarBinary, CellKind::kBytes, 0, true},
+    {SQL_TYPE_DATE, t::kDBDate, t::kDBDate, CellKind::kDate, 6, false},
+    {SQL_TYPE_TIME, t::kDBTime, t::kDBTime, CellKind::kTime, 6, false},
+    {SQL_TYPE_TIMESTAMP, t::kDBTimeStamp, t::kDBTimeStamp, CellKind::kTimeStamp, 16, false},
+    {SQL_GUID, t::kGUID, t::kGUID, CellKind::kGuid, 16, false},
+    // Drivers of ODBC 2 that answer past the driver manager's own mapping.
+    {SQL_TIMESTAMP, t::kDBTimeStamp, t::kDBTimeStamp, CellKind::kTimeStamp, 16, false},
+    {SQL_UNKNOWN_TYPE, t::kVariant, t::kVariant, CellKind::kText, 0, false},
+}};
+
+// Integers are fetched at full width whatever their column says: SQLite keeps 64 bits in any integer column. Times are
+// fetched as text: drivers refuse the whole row for one that is no time of day, such as MariaDB's 838:59:59.
+constexpr std::array<CellFormat, 13> kCellFormats = {{
+    {SQL_C_SBIGINT, sizeof(std::int64_t), 0, 0},                // kInteger
+    {SQL_C_CHAR, 0, 1, 1},                                      // kUnsignedBigInteger
+    {SQL_C_FLOAT, sizeof(float), 0, 0},                         // kSingle
+    {SQL_C_DOUBLE, sizeof(double), 0, 0},                       // kDouble
+    {SQL_C_BIT, 1, 0, 0},                                       // kBoolean
+    {SQL_C_CHAR, 0, 1, 1},                                      // kDecimal
+    {SQL_C_WCHAR, 0, sizeof(SQLWCHAR), sizeof(SQLWCHAR)},       // kText
+    {SQL_C_CHAR, 0, 1, 1},                                      // kNarrowText
+    {SQL_C_CHAR, 0, 1, 1},                                      // kGuid
+    {SQL_C_BINARY, 0, 1, 0},                                    // kBytes
+    {SQL_C_TYPE_DATE, sizeof(SQL_DATE_STRUCT), 0, 0},           // kDate
+    {SQL_C_CHAR, 0, 1, 1},                                      // kTime
+    {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT), 0, 0}  // kTimeStamp
+}};
+static_assert(kCellFormats.size() == static_cast<std::size_t>(CellKind::kTimeStamp) + 1);
+
+/// The C structure at the beginning of a cell, which need not be aligned for it.
+template <typename T>
+T Load(std::span<const std::byte> cell) {
+  T value{};
+  std::memcpy(&value, cell.data(), std::min(sizeof value, cell.size()));
+  return value;
+}
+
+std::string_view Characters(std::span<const std::byte> cell) {
+  return {reinterpret_cast<const char*>(cell.data()), cell.size()};
+}
+
+std::string WideText(std::span<const std::byte> cell) {
+  // The buffers come from operator new and cells begin at multiples of the unit, so the cast is aligned.
+  return ToUtf8({reinterpret_cast<const SQLWCHAR*>(cell.data()), cell.size() / sizeof(SQLWCHAR)});
+}
+
+Value IntegerValue(std::int64_t number, std::int32_t adoType) {
+  const bool wide = adoType == t::kUnsignedInt || adoType == t::kBigInt || adoType == t::kUnsignedBigInt;
+  const bool fits =
+      number >= std::numeric_limits<std::int32_t>::min() && number <= std::numeric_limits<std::int32_t>::max();
+  if (wide || !fits) return number;
+  return static_cast<std::int32_t>(number);
+}
+
+/// Digits with an optional sign and at most one decimal point, which may be a comma where a driver follows the locale:
+/// brought into the form of `Decimal`. Any other text stays a text.
+Value DecimalValue(std::string_view text) {
+  text = Trim(text);
+  std::string digits;
+  digits.reserve(text.size() + 1);
+  bool point = false;
+  bool digit = false;
+  std::size_t position = 0;
+  if (!text.empty() && (text[0] == '-' || text[0] == '+')) {
+    if (text[0] == '-') digits += '-';
+    position = 1;
+  }
+  for (; position < text.size(); ++position) {
+    const char c = text[position];
+    if (c >= '0' && c <= '9') {
+      digit = true;
+      digits += c;
+    } else if ((c == '.' || c == ',') && !point) {
+      if (!digit) digits += '0';
+      point = true;
+      digits += '.';
+    } else {
+      return std::string(text);
+    }
+  }
+  if (point && digits.back() == '.') digits.pop_back();
+  if (!digit) return std::string(text);
+  return Decimal{std::move(digits)};
+}
+
+Value UnsignedBigIntegerValue(std::string_view text) {
+  text = Trim(text);
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error == std::errc() && end == text.data() + text.size()) return number;
+  return DecimalValue(text);
+}
+
+Value GuidValue(std::string_view text) {
+  text = Trim(text);
+  if (text.starts_with('{') && text.ends_with('}')) text = text.substr(1, text.size() - 2);
+  return "{" + ToUpper(text) + "}";
+}
+
+Value DateValue(const DateParts& parts, bool dateOnly) {
+  std::optional<Date> date = Date::FromParts(parts);
+  if (!date) return Null{};
+  date->dateOnly = dateOnly;
+  return *date;
+}
+
+Value TimeStampValue(const SQL_TIMESTAMP_STRUCT& stamp) {
+  return DateValue({stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second}, false);
+}
+
+/// "hh:mm:ss" with any fraction behind it, which is dropped.
+Value TimeValue(std::string_view text) {
+  constexpr std::string_view kForm = "00:00:00";
+  text = Trim(text);
+  if (text.size() < kForm.size() || (text.size() > kForm.size() && text[kForm.size()] != '.')) return Null{};
+  const auto twoDigits = [&](std::size_t position) {
+    const bool digits =
+        text[position] >= '0' && text[position] <= '9' && text[position + 1] >= '0' && text[position + 1] <= '9';
+    return digits ? (text[position] - '0') * 10 + (text[position + 1] - '0') : -1;
+  };
+  if (text[2] != ':' || text[5] != ':') return Null{};
+  DateParts parts;  // the zero date
+  parts.hour = twoDigits(0);
+  parts.minute = twoDigits(3);
+  parts.second = twoDigits(6);
+  return DateValue(parts, false);
+}
+
+}  // namespace
+
+const ColumnType& FindColumnType(SQLSMALLINT odbcType) {
+  const auto* const found = std::find_if(kColumnTypes.begin(), kColumnTypes.end(),
+                                         [&](const ColumnType& row) { return row.odbcType == odbcType; });
+  return found == kColumnTypes.end() ? kColumnTypes.back() : *found;
+}
+
+const CellFormat& FormatOf(CellKind kind) { return kCellFormats[static_cast<std::size_t>(kind)]; }
+
+Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> cell) {
+  switch (kind) {
+    case CellKind::kInteger:
+      return IntegerValue(Load<std::int64_t>(cell), adoType);
+    case CellKind::kUnsignedBigInteger:
+      return UnsignedBigIntegerValue(Characters(cell));
+    case CellKind::kSingle:
+      return static_cast<double>(Load<float>(cell));
+    case CellKind::kDouble:
+      return Load<double>(cell);
+    case CellKind::kBoolean:
+      return Load<std::uint8_t>(cell) != 0;
+    case CellKind::kDecimal:
+      return DecimalValue(Characters(cell));
+    case CellKind::kText:
+      return WideText(cell);
+    case CellKind::kNarrowText:
+      return FromNarrowText(Characters(cell));
+    case CellKind::kGuid:
+      return GuidValue(Characters(cell));
+    case CellKind::kBytes: {
+      const auto* const bytes = reinterpret_cast<const std::uint8_t*>(cell.data());
+      return Bytes(bytes, bytes + cell.size());
+    }
+    case CellKind::kDate: {
+      const auto date = Load<SQL_DATE_STRUCT>(cell);
+      return DateValue({date.year, date.month, date.day, 0, 0, 0}, true);
+    }
+    case CellKind::kTime:
+      return TimeValue(Characters(cell));
+    case CellKind::kTimeStamp:
+      return TimeStampValue(Load<SQL_TIMESTAMP_STRUCT>(cell));
+  }
+  return Null{};
+}
+
+}  // namespace ods::odbc

@@ -1,0 +1,61 @@
+// The table of column types: for every ODBC type the ADO type, how a cell is fetched, and how it becomes a `Value`.
+//
+// Internal to this folder.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <sql.h>
+#include <sqlext.h>
+#include <sqlucode.h>
+
+#include "common/Value.h"
+
+namespace ods::odbc {
+
+/// What a fetched cell is made into.
+enum class CellKind : std::uint8_t {
+  kInteger,
+  kUnsignedBigInteger,
+  kSingle,
+  kDouble,
+  kBoolean,
+  kDecimal,
+  kText,
+  kNarrowText,  ///< text of a driver without wide functions
+  kGuid,
+  kBytes,
+  kDate,
+  kTime,
+  kTimeStamp,
+};
+
+/// One row of the type table.
+struct ColumnType {
+  SQLSMALLINT odbcType;
+  std::int32_t adoType;
+  std::int32_t unsignedAdoType;  ///< the ADO type when the driver says the column is unsigned
+  CellKind kind;
+  std::int32_t fixedSize;  ///< ADO's size in bytes; 0 for a type of variable size
+  bool isLong;             ///< of no size worth reserving
+};
+
+/// The row of an ODBC type; the row for "anything else" when the table lacks it.
+[[nodiscard]] const ColumnType& FindColumnType(SQLSMALLINT odbcType);
+
+/// How cells of a kind are fetched.
+struct CellFormat {
+  SQLSMALLINT cType;
+  std::size_t size;        ///< bytes of a cell; 0 when it varies
+  std::size_t unit;        ///< bytes of one element of a cell whose size varies
+  std::size_t terminator;  ///< bytes that the driver writes behind the data
+};
+[[nodiscard]] const CellFormat& FormatOf(CellKind kind);
+
+/// The value of a fetched cell that is not null. `cell` holds the data without terminator, in the format of `kind`.
+/// A date or time that is no moment of the calendar (drivers give zeros) is null; a decimal that is no number ("NaN")
+/// stays text.
+[[nodiscard]] Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> cell);
+
+}  // namespace ods::odbc

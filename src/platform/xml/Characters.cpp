@@ -1,0 +1,161 @@
+#include "platform/xml/Characters.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <optional>
+
+#include "common/Text.h"
+#include "platform/xml/Xml.h"
+
+namespace ods::xml {
+
+namespace {
+
+struct Range {
+  char32_t first, last;
+};
+
+// Production 4, NameStartChar, in ascending order.
+constexpr std::array<Range, 16> kNameStart{{{':', ':'},
+                                            {'A', 'Z'},
+                                            {'_', '_'},
+                                            {'a', 'z'},
+                                            {0xC0, 0xD6},
+                                            {0xD8, 0xF6},
+                                            {0xF8, 0x2FF},
+                                            {0x370, 0x37D},
+                                            {0x37F, 0x1FFF},
+                                            {0x200C, 0x200D},
+                                            {0x2070, 0x218F},
+                                            {0x2C00, 0x2FEF},
+                                            {0x3001, 0xD7FF},
+                                            {0xF900, 0xFDCF},
+                                            {0xFDF0, 0xFFFD},
+                                            {0x10000, 0xEFFFF}}};
+
+// What production 4a, NameChar, adds to it.
+constexpr std::array<Range, 5> kNameMore{{{'-', '.'}, {'0', '9'}, {0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}}};
+
+template <typename Ranges>
+constexpr bool IsIn(const Ranges& ranges, char32_t character) {
+  return std::any_of(std::begin(ranges), std::end(ranges),
+                     [character](const Range& range) { return character >= range.first && character <= range.last; });
+}
+
+enum AsciiKind : unsigned char { kNoName, kNameOnly, kStartsName };
+
+constexpr std::array<AsciiKind, 128> MakeAsciiKinds() {
+  std::array<AsciiKind, 128> kinds{};
+  for (char32_t c = 0; c < kinds.size(); ++c) {
+    if (IsIn(kNameStart, c)) {
+      kinds[c] = kStartsName;
+    } else if (IsIn(kNameMore, c)) {
+      kinds[c] = kNameOnly;
+    }
+  }
+  return kinds;
+}
+
+constexpr std::array<AsciiKind, 128> kAsciiKinds = MakeAsciiKinds();
+
+AsciiKind KindOf(char32_t character) {
+  if (character < kAsciiKinds.size()) return kAsciiKinds[character];
+  if (IsIn(kNameStart, character)) return kStartsName;
+  return IsIn(kNameMore, character) ? kNameOnly : kNoName;
+}
+
+// The number of bytes at the start of `text` that are ASCII from the blank on: what needs no closer look.
+std::size_t PlainPrefix(std::string_view text) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101U;
+  constexpr std::uint64_t kHighs = 0x8080808080808080U;
+  std::size_t length = 0;
+  for (std::uint64_t block = 0; length + sizeof block <= text.size(); length += sizeof block) {
+    std::memcpy(&block, text.data() + length, sizeof block);
+    // A byte below the blank borrows from its highest bit; one from 128 on has it set.
+    if (((block | (block - kOnes * 0x20)) & kHighs) != 0) break;
+  }
+  while (length < text.size() && static_cast<std::uint8_t>(text[length]) >= 0x20 &&
+         static_cast<std::uint8_t>(text[length]) < 0x80) {
+    ++length;
+  }
+  return length;
+}
+
+// Takes one character that may stand in a document; nothing taken when there is none.
+bool TakeXmlCharacter(std::string_view& text) {
+  std::string_view rest = text;
+  const std::optional<char32_t> character = NextCharacter(rest);
+  if (!character || !IsChar(*character)) return false;
+  text = rest;
+  return true;
+}
+
+}  // namespace
+
+bool IsChar(char32_t character) {
+  if (character < 0x20) return character == '\t' || character == '\n' || character == '\r';
+  return character <= 0xD7FF || (character >= 0xE000 && character <= 0xFFFD) ||
+         (character >= 0x10000 && character <= 0x10FFFF);
+}
+
+std::size_t NamePrefix(std::string_view text) {
+  std::string_view rest = text;
+  for (AsciiKind needed = kStartsName; !rest.empty(); needed = kNameOnly) {
+    std::string_view next = rest;
+    const std::optional<char32_t> character = NextCharacter(next);
+    if (!character || KindOf(*character) < needed) break;
+    rest = next;
+  }
+  return text.size() - rest.size();
+}
+
+std::string_view WithoutByteOrderMark(std::string_view text) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  return text;
+}
+
+}  // namespace ods::xml
+
+namespace ods {
+
+bool IsXmlText(std::string_view text) {
+  for (text.remove_prefix(xml::PlainPrefix(text)); !text.empty(); text.remove_prefix(xml::PlainPrefix(text))) {
+    if (!xml::TakeXmlCharacter(text)) return false;
+  }
+  return true;
+}
+
+std::string EscapeXml(std::string_view text) {
+  std::string escaped;
+  escaped.reserve(text.size());
+  while (!text.empty()) {
+    const std::string_view before = text;
+    switch (text.front()) {
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      default:
+        if (xml::TakeXmlCharacter(text)) {
+          escaped += before.substr(0, before.size() - text.size());
+          continue;
+        }
+        // A forbidden character leaves as a whole, of invalid UTF-8 one byte.
+        escaped += '?';
+        if (NextCharacter(text)) continue;
+    }
+    text.remove_prefix(1);
+  }
+  return escaped;
+}
+
+}  // namespace ods

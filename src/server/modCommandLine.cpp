@@ -1,0 +1,203 @@
+#include "server/modCommandLine.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <utility>
+
+#include "common/Conversions.h"
+#include "common/Error.h"
+#include "common/Files.h"
+#include "common/Text.h"
+#include "server/Product.h"
+
+namespace ods {
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+struct ParameterHelp {
+  const char* name;
+  const char* meaning;
+};
+
+constexpr ParameterHelp kParameters[] = {
+    {"parameterfile=<file>", "read further parameters from a file; those of the command line win"},
+    {"instance=<name>", "name of this server (default: the process id)"},
+    {"runningmutex=<name>", "mutex that exists while the server runs; no message boxes are shown"},
+    {"parentmutex=<name>", "mutex that is watched; the server stops when it is gone"},
+    {"messagefile=<file>", "file that status and restart requests are written to"},
+    {"alivefile=<file>", "file that is rewritten every few seconds while the server lives"},
+    {"config=<file>", "configuration file (default: dataserver.xml in the configuration folder)"},
+    {"hidden", "show no window and no message box"},
+    {"mode=run|config", "run the server (default), or choose its options"},
+    {"datafolder=<folder>", "data folder, with the logs (default: Data beside the program)"},
+    {"configfolder=<folder>", "configuration folder (default: config in the data folder)"},
+    {"context=<file>", "context document (default: context.xml beside the program)"},
+    {"inqueue=<folder>", "queue that requests come from (default: Requests in the instance's queue folder)"},
+    {"outqueue=<folder>", "queue that answers go to (default: Results in the instance's queue folder)"},
+};
+
+/// Takes the parts of a line off its front. Every call of `Next` takes at least one character.
+class Parser {
+ public:
+  explicit Parser(std::string_view line) : rest_(line) {}
+
+  /// True, standing on the first character of a parameter, when there is one more.
+  bool HasMore() {
+    rest_ = Trim(rest_);
+    return !rest_.empty();
+  }
+
+  std::pair<std::string, std::string> Next() {
+    std::pair<std::string, std::string> parameter;
+    parameter.first = Name();
+    if (rest_.starts_with('=')) {
+      rest_.remove_prefix(1);
+      parameter.second = Trim(Part(", "));
+    }
+    if (rest_.starts_with(',') || rest_.starts_with(' ')) rest_.remove_prefix(1);
+    return parameter;
+  }
+
+ private:
+  std::string Name() {
+    const std::string part = Part("=, ");
+    std::string_view name = Trim(part);
+    if (name.starts_with('/') || name.starts_with('-')) name.remove_prefix(1);
+    return ToLower(name);
+  }
+
+  /// A quoted part, or everything before the first of `ends`.
+  std::string Part(std::string_view ends) {
+    if (rest_.starts_with('"')) return QuotedPart();
+    const std::size_t length = std::min(rest_.find_first_of(ends), rest_.size());
+    std::string part(rest_.substr(0, length));
+    rest_.remove_prefix(length);
+    return part;
+  }
+
+  /// A quoted part that nobody closes runs to the end of the line.
+  std::string QuotedPart() {
+    std::string part;
+    rest_.remove_prefix(1);
+    while (!rest_.empty()) {
+      const std::size_t length = std::min(rest_.find('"'), rest_.size());
+      part.append(rest_.substr(0, length));
+      rest_.remove_prefix(std::min(length + 1, rest_.size()));
+      if (!rest_.starts_with('"')) break;
+      part.push_back('"');
+      rest_.remove_prefix(1);
+    }
+    return part;
+  }
+
+  std::string_view rest_;
+};
+
+/// `part` as the grammar reads it back, in quotes when it holds one of `special`.
+std::string QuoteWhereNeeded(std::string_view part, std::string_view special) {
+  if (part.find_first_of(special) == std::string_view::npos) return std::string(part);
+  return "\"" + ReplaceAll(part, "\"", "\"\"") + "\"";
+}
+
+std::string AsParameter(std::string_view argument) {
+  const std::size_t equals = argument.find('=');
+  std::string parameter = QuoteWhereNeeded(argument.substr(0, equals), " ,\"");
+  if (equals == std::string_view::npos) return parameter;
+  return parameter + "=" + QuoteWhereNeeded(argument.substr(equals + 1), " ,\"");
+}
+
+std::span<const char* const> Arguments(int argc, const char* const* argv) {
+  const std::span<const char* const> all(argv, argc > 0 ? static_cast<std::size_t>(argc) : 0);
+  return all.subspan(std::min<std::size_t>(1, all.size()));
+}
+
+Information AskedBy(std::string_view argument) {
+  if (argument == "/?") return Information::kHelp;
+  if (!argument.starts_with('-') && !argument.starts_with('/')) return Information::kNone;
+  argument.remove_prefix(argument.starts_with("--") ? 2 : 1);
+  const std::string word = ToLower(argument);
+  if (word == "help") return Information::kHelp;
+  return word == "version" ? Information::kVersion : Information::kNone;
+}
+
+std::string HelpText() {
+  constexpr std::size_t kMeaningColumn = 26;
+  std::string text = FullProductName() + " " + ProductVersion() +
+                     "\n\nUsage: odbc-data-server [<parameter> ...]\n\n"
+                     "A parameter is written name=value, with or without \"/\" or \"-\" before it.\n\n";
+  for (const ParameterHelp& parameter : kParameters) {
+    std::string line = std::string("  ") + parameter.name;
+    line.resize(std::max(line.size() + 1, kMeaningColumn), ' ');
+    text += line + parameter.meaning + "\n";
+  }
+  return text +
+         "\n  -help, --help, /help, /?  show this text\n"
+         "  -version, --version, /version\n"
+         "                          show the version\n";
+}
+
+}  // namespace
+
+std::shared_ptr<Dictionary> ParseCommandLine(std::string_view line) {
+  auto parameters = std::make_shared<Dictionary>();
+  Parser parser(line);
+  while (parser.HasMore()) {
+    auto [name, value] = parser.Next();
+    parameters->Set(name, std::move(value));
+  }
+  return parameters;
+}
+
+void ReadParameterFile(const std::string& path, Dictionary& parameters) {
+  std::string text;
+  try {
+    text = ReadFileText(path);
+  } catch (const Error& error) {
+    throw Error(error.Number(), "Error reading parameter file " + path + ". Error " + std::to_string(error.Number()) +
+                                    ". " + error.Description());
+  }
+  if (text.starts_with(kByteOrderMark)) text.erase(0, kByteOrderMark.size());
+  // Where the grammar reads a separator, two blanks are as good as one; inside quotes a CR LF is one blank.
+  text = ReplaceAll(text, "\r\n", " ");
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+  const std::shared_ptr<Dictionary> added = ParseCommandLine(text);
+  for (const auto& [name, value] : added->Entries()) {
+    if (!parameters.Exists(name)) parameters.Set(name, value);
+  }
+}
+
+std::string RebuildCommandLine(int argc, const char* const* argv) {
+  std::string line;
+  for (const std::string_view argument : Arguments(argc, argv)) {
+    if (argument.empty()) continue;
+    if (!line.empty()) line.push_back(' ');
+    line += AsParameter(argument);
+  }
+  return line;
+}
+
+Information AskedInformation(int argc, const char* const* argv) {
+  for (const std::string_view argument : Arguments(argc, argv)) {
+    const Information asked = AskedBy(argument);
+    if (asked != Information::kNone) return asked;
+  }
+  return Information::kNone;
+}
+
+std::string InformationText(Information information) {
+  switch (information) {
+    case Information::kHelp:
+      return HelpText();
+    case Information::kVersion:
+      return FullProductName() + " " + ProductVersion() + "\n";
+    case Information::kNone:
+      break;
+  }
+  return "";
+}
+
+}  // namespace ods

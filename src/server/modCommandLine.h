@@ -1,0 +1,36 @@
+// The command line: its grammar, the parameter file, and the way from the argument vector to one line of text.
+//
+// A line is a row of parameters `name` or `name=value`, separated by blanks or commas. A name or a value in double
+// quotes may hold anything, a double quote doubled. One slash or hyphen before a name is dropped; names are
+// lower-cased. A blank is the character of code 32, no other.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "common/Dictionary.h"
+
+namespace ods {
+
+/// The parameters of a line, name to value (a string; "" for a name without an equals sign); of several of the same
+/// name the last one counts. Every text parses.
+[[nodiscard]] std::shared_ptr<Dictionary> ParseCommandLine(std::string_view line);
+
+/// Adds the parameters of a file, UTF-8 text in which a line break separates as a blank does, to `parameters`, where
+/// the name is not there already. Raises the number of `ReadFile` with a text naming the file.
+void ReadParameterFile(const std::string& path, Dictionary& parameters);
+
+/// The arguments after the program's name as one line: each becomes one parameter, split at its first equals sign, its
+/// parts in quotes where the grammar needs them. Empty arguments are left out.
+[[nodiscard]] std::string RebuildCommandLine(int argc, const char* const* argv);
+
+/// What a command line can ask for instead of a server.
+enum class Information { kNone, kHelp, kVersion };
+
+/// The first request for help ("help" after "-", "--" or "/", and "/?") or the version ("version" likewise).
+[[nodiscard]] Information AskedInformation(int argc, const char* const* argv);
+/// The text that answers it, ended by a line break; "" for `kNone`.
+[[nodiscard]] std::string InformationText(Information information);
+
+}  // namespace ods

@@ -1,0 +1,76 @@
+#include "server/modDispatch.h"
+
+#include "catalogue/modFieldList.h"
+#include "catalogue/modKeys.h"
+#include "catalogue/modTableList.h"
+#include "common/Error.h"
+#include "tabledata/modTableData.h"
+
+namespace ods {
+
+namespace {
+
+struct DispatchEntry {
+  std::string_view type;
+  RequestHandler handler;
+};
+
+constexpr DispatchEntry kDispatchTable[] = {
+    {"Ping", &Ping},
+    {"TableList", &ProcessTableList},
+    {"FieldList", &ProcessFieldList},
+    {"KeyList", &ProcessKeyList},
+    {"PrimaryKey", &ProcessPrimaryKey},
+    {"TableData", &TableData},
+};
+
+std::string ErrorDocumentText(std::int32_t number, const std::string& message) {
+  return "<XML><Error>" + std::to_string(number) + "</Error><Message>" + message + "</Message></XML>";
+}
+
+}  // namespace
+
+RequestHandler FindHandler(std::string_view type) {
+  for (const DispatchEntry& entry : kDispatchTable) {
+    if (entry.type == type) return entry.handler;
+  }
+  return nullptr;
+}
+
+void Ping(const XmlDocument& /*request*/, XmlDocument& response, DataSession& /*session*/) {
+  response.LoadXML("<XML><Ping>OK</Ping></XML>");
+}
+
+void DispatchRequest(const std::string& type, const XmlDocument& request, XmlDocument& response, DataSession* session,
+                     HandlerLookup findHandler) {
+  if (session == nullptr && type != "Status") {
+    FillErrorDocument(response, error_number::kOwn,
+                      "The database connection is not open. The database configuration may be invalid.");
+    return;
+  }
+  const RequestHandler handler = findHandler(type);
+  if (handler != nullptr && session != nullptr) {
+    handler(request, response, *session);
+    return;
+  }
+  FillErrorDocument(response, error_number::kUnknownMessageType, "");
+  response.SelectSingleNode("/XML/Message").SetText("Unknown message type: " + type);
+}
+
+void FillErrorDocument(XmlDocument& response, std::int32_t number, const std::string& description) {
+  if (response.LoadXML(ErrorDocumentText(number, description))) return;
+  response.LoadXML(ErrorDocumentText(number, EscapeXml(description)));
+}
+
+void StampResponse(XmlDocument& response, const std::string& sessionId) {
+  XmlNode root = response.SelectSingleNode("/XML");
+  if (!root) {
+    response.LoadXML("<XML/>");
+    root = response.DocumentElement();
+  }
+  XmlNode stamp = root.SelectSingleNode("DataSession");
+  if (!stamp) stamp = root.AppendElement("DataSession");
+  stamp.SetText(sessionId);
+}
+
+}  // namespace ods

@@ -1,0 +1,347 @@
+#include "server/modLoop.h"
+
+#include <chrono>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "common/ComponentRegistry.h"
+#include "common/Conversions.h"
+#include "common/Error.h"
+#include "platform/queue/Queue.h"
+#include "platform/system/NamedMutex.h"
+#include "platform/system/System.h"
+#include "server/Attempt.h"
+#include "server/Product.h"
+#include "server/modConfiguration.h"
+#include "server/modConnect.h"
+
+namespace ods {
+
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr int kPollMilliseconds = 100;
+constexpr int kPauseMilliseconds = 100;
+
+double SecondsSince(SteadyClock::time_point start) {
+  return std::chrono::duration<double>(SteadyClock::now() - start).count();
+}
+
+class Loop {
+ public:
+  explicit Loop(const LoopContext& context)
+      : context_(context), settings_(context.settings), state_(context.state), process_(context.process) {}
+
+  void Run();
+
+ private:
+  void Trace(std::string_view text) const { process_.tracer->Trace(text); }
+  void TraceError(std::string_view text) const { process_.tracer->Trace(text, -1, severity::kError); }
+  void TraceConditions(std::string_view which) const;
+  [[nodiscard]] bool ParentMutexExists() const;
+  [[nodiscard]] bool MustStop();
+  /// One round; false when the loop has to be left at once.
+  [[nodiscard]] bool Round();
+
+  void ReloadWhenChanged();
+  void Reload(std::int64_t stamp);
+  void SetReconnect();
+  void ReportNoDatabase(const std::optional<Failure>& failure);
+  void ConnectToDatabase();
+  [[nodiscard]] bool ConnectToQueues();
+  [[nodiscard]] std::shared_ptr<Queue> OpenQueue(const std::string& folder, bool trace) const;
+  void TraceQueueFailure(const std::string& text);
+  void StayStopped();
+  void LetOthersRun();
+  void Pause();
+
+  [[nodiscard]] std::optional<std::string> Poll();
+  [[nodiscard]] bool AnswerMessage(const std::string& id);
+  [[nodiscard]] std::string ReceiveAndDispatch(XmlDocument& response);
+  [[nodiscard]] std::string StampedText(XmlDocument& response);
+  [[nodiscard]] bool SendAnswer(const std::string& id, std::string text);
+
+  const LoopContext& context_;
+  Settings& settings_;
+  ServerState& state_;
+  ProcessState& process_;
+  Database database_;
+  std::shared_ptr<Queue> incoming_;
+  std::shared_ptr<Queue> outgoing_;
+  bool polled_ = false;                      ///< the round before polled
+  std::string queueFailure_;                 ///< text of the failure that the queues are in; "" when they work
+  std::string reloadFailure_;                ///< the same of the configuration file
+  std::optional<std::int64_t> failedStamp_;  ///< stamp of the file that could not be reloaded
+};
+
+void Loop::Run() {
+  Trace("In main loop");
+  TraceConditions("Start");
+  context_.signals.AliveHeartbeat();
+  process_.ui->LetEventsRun();
+  while (!MustStop() && Round()) {
+  }
+  TraceConditions("Stop");
+  state_.statusText = status_text::kStopped;
+  Trace("Exit main loop");
+}
+
+bool Loop::ParentMutexExists() const { return !settings_.parentmutex.empty() && MutexExists(settings_.parentmutex); }
+
+void Loop::TraceConditions(std::string_view which) const {
+  Trace(std::string(which) + " conditions: run=" + SafeStr(state_.RunFlag) + ", parentmutex(\"" +
+        settings_.parentmutex + "\")=" + SafeStr(ParentMutexExists()));
+}
+
+bool Loop::MustStop() {
+  if (context_.stopRequested && context_.stopRequested()) state_.RunFlag = false;
+  return !state_.RunFlag || (!settings_.parentmutex.empty() && !ParentMutexExists());
+}
+
+bool Loop::Round() {
+  ReloadWhenChanged();
+  if (ExcelWorkbookChanged(database_) && !settings_.configuration.ConnectionString.empty()) SetReconnect();
+  if (state_.databaseConnectPending) ConnectToDatabase();
+  if (state_.queueConnectPending && !ConnectToQueues()) {
+    Pause();
+    return true;
+  }
+  if (!state_.pollingEnabled) {
+    StayStopped();
+    return true;
+  }
+  const std::optional<std::string> id = Poll();
+  if (!id) {
+    Pause();
+    return true;
+  }
+  if (!id->empty()) return AnswerMessage(*id);
+  LetOthersRun();
+  return true;
+}
+
+void Loop::ReloadWhenChanged() {
+  const std::int64_t stamp = FileModificationStamp(settings_.config);
+  if (stamp != settings_.configuration.modificationStamp) Reload(stamp);
+}
+
+/// A file that cannot be read now leaves the settings as they are and is tried again every round.
+void Loop::Reload(std::int64_t stamp) {
+  if (stamp != failedStamp_) {
+    Trace("Reload ini-file from: " + FormatDate(FileModificationTime(settings_.config)));
+  }
+  if (const auto failure = Attempt([&] { LoadConfiguration(settings_.config, settings_.configuration); })) {
+    const std::string text = FailureText(*failure);
+    if (stamp != failedStamp_ || text != reloadFailure_) TraceError(text);
+    failedStamp_ = stamp;
+    reloadFailure_ = text;
+    return;
+  }
+  failedStamp_.reset();
+  if (!settings_.configuration.ConnectionString.empty()) {
+    state_.pollingEnabled = true;
+    SetReconnect();
+    return;
+  }
+  state_.pollingEnabled = false;
+  state_.databaseConnectPending = false;
+  state_.queueConnectPending = false;
+  state_.buttonState = button_state::kStart;
+  ReportNoDatabase(std::nullopt);
+}
+
+void Loop::SetReconnect() {
+  state_.databaseConnectPending = true;
+  state_.queueConnectPending = true;
+  queueFailure_.clear();
+}
+
+/// Tells whoever watches the server, a controller or a person, that there is no database.
+void Loop::ReportNoDatabase(const std::optional<Failure>& failure) {
+  if (settings_.Unattended) {
+    context_.signals.ReportStatus("Message", "UnableToConnectDB", "Unable to connect to database.");
+    return;
+  }
+  std::string text =
+      "Error connecting to the database.\n"
+      "The Options dialog will now appear. Please specify a new database connection or check the existing one.\n"
+      "Error Information:\n"
+      "Connection string is " +
+      settings_.configuration.ConnectionString;
+  if (failure) {
+    text += "\n" + std::to_string(failure->number) + " (0x" + ErrorNumberHex(failure->number) + ")\n" +
+            failure->description;
+  }
+  process_.ui->MessageBox(kProductName, text, BoxStyle::kExclamation);
+  process_.ui->ShowOptionsDialog();
+}
+
+void Loop::ConnectToDatabase() {
+  state_.databaseConnectPending = false;
+  state_.statusText = status_text::kConnectToDatabase;
+  // The old connection goes first: a failure leaves none, and some drivers allow one connection only.
+  database_ = Database();
+  const auto failure =
+      Attempt([&] { database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString); });
+  if (!failure) return;
+  TraceError("Error connecting to database. " + FailureText(*failure));
+  ReportNoDatabase(failure);
+}
+
+/// A failure is traced when it is a new one; the connect stays pending, and the next rounds try again silently.
+bool Loop::ConnectToQueues() {
+  const bool first = queueFailure_.empty();
+  state_.statusText = status_text::kConnectToQueue;
+  if (first) Trace("Connect to Queue");
+  incoming_.reset();
+  outgoing_.reset();
+  const auto failure = Attempt([&] {
+    std::shared_ptr<Queue> incoming = OpenQueue(settings_.inqueue, first);
+    outgoing_ = OpenQueue(settings_.outqueue, first);
+    incoming_ = std::move(incoming);
+  });
+  if (failure) {
+    TraceQueueFailure("Error connecting to queue. " + FailureText(*failure));
+    return false;
+  }
+  state_.queueConnectPending = false;
+  return true;
+}
+
+std::shared_ptr<Queue> Loop::OpenQueue(const std::string& folder, bool trace) const {
+  if (trace) Trace("Connect to queue \"" + folder + "\"");
+  auto queue = CreateObjectChecked<Queue>(*process_.components, "Halvik.Queue");
+  queue->SetFolder(folder);
+  queue->Create();
+  return queue;
+}
+
+void Loop::TraceQueueFailure(const std::string& text) {
+  if (text != queueFailure_) TraceError(text);
+  queueFailure_ = text;
+}
+
+void Loop::StayStopped() {
+  if (state_.statusText != status_text::kStopped) {
+    state_.statusText = status_text::kStopped;
+    state_.buttonState = button_state::kStart;
+  }
+  if (polled_) Trace("Stop Polling");
+  polled_ = false;
+  Pause();
+}
+
+void Loop::LetOthersRun() {
+  process_.ui->LetEventsRun();
+  context_.signals.AliveHeartbeat();
+}
+
+void Loop::Pause() {
+  SleepMilliseconds(kPauseMilliseconds);
+  LetOthersRun();
+}
+
+/// The id of a message, "" when none is waiting, nothing when the queue failed. The next round polls the same queue
+/// object again: it knows which message it must not give twice.
+std::optional<std::string> Loop::Poll() {
+  if (state_.statusText != status_text::kRunning) {
+    state_.statusText = status_text::kRunning;
+    state_.buttonState = button_state::kStop;
+  }
+  if (!polled_) Trace("Start Polling");
+  polled_ = true;
+  std::string id;
+  if (const auto failure = Attempt([&] { id = incoming_->Poll("", kPollMilliseconds); })) {
+    TraceQueueFailure("Error polling queue. " + FailureText(*failure));
+    return std::nullopt;
+  }
+  queueFailure_.clear();
+  return id;
+}
+
+bool Loop::AnswerMessage(const std::string& id) {
+  const SteadyClock::time_point start = SteadyClock::now();
+  if (state_.requestCount == std::numeric_limits<std::int32_t>::max()) {
+    throw Error(error_number::kOverflow, "Overflow of the request count");
+  }
+  ++state_.requestCount;
+  XmlDocument response;
+  const std::string type = ReceiveAndDispatch(response);
+  if (!SendAnswer(id, StampedText(response))) return false;
+  process_.tracer->Trace(type + id, SecondsSince(start));
+  LetOthersRun();
+  return true;
+}
+
+/// Fills the response, whatever happens, and gives the type of the message.
+std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
+  XmlDocument request;
+  std::string type;
+  const auto unreadable = Attempt([&] {
+    request.LoadXML(incoming_->Package());
+    type = GetNodeText(request, "/XML/Type");
+  });
+  state_.statusText = status_text::kProcessing;
+  if (unreadable) {
+    // The sender's fault, not a state of the server that a restart could mend.
+    FillErrorDocument(response, unreadable->number, unreadable->description);
+    return type;
+  }
+  const auto failure =
+      Attempt([&] { DispatchRequest(type, request, response, database_.session.get(), context_.findHandler); });
+  if (failure) {
+    FillErrorDocument(response, failure->number, failure->description);
+    context_.signals.ReportStatus("Restart", "ErrorProcessingMessage",
+                                  "Request a restart of dataserver in order to recover error state. " +
+                                      std::to_string(failure->number) + " " + failure->description);
+  }
+  return type;
+}
+
+/// The text of the response with the id of this server in it. One that is too large to be written out becomes an error
+/// document.
+std::string Loop::StampedText(XmlDocument& response) {
+  if (state_.ServerSessionId.empty()) state_.ServerSessionId = NewGuidText();
+  std::string text;
+  const auto failure = Attempt([&] {
+    StampResponse(response, state_.ServerSessionId);
+    text = response.Xml();
+  });
+  if (!failure) return text;
+  FillErrorDocument(response, failure->number, failure->description);
+  StampResponse(response, state_.ServerSessionId);
+  return response.Xml();
+}
+
+/// Sends until it is done. False when the loop was stopped meanwhile: the message stays taken, and the next server that
+/// connects to the queue answers it.
+bool Loop::SendAnswer(const std::string& id, std::string text) {
+  outgoing_->SetPackage(std::move(text));
+  auto failure = Attempt([&] { outgoing_->Send(id); });
+  std::string traced;
+  while (failure) {
+    const std::string failureText = "Error sending answer to message " + id + ". " + FailureText(*failure);
+    if (failureText != traced) TraceError(failureText);
+    traced = failureText;
+    // An answer of that id waits already, or nobody can be waiting under such an id: nothing more can be done.
+    if (failure->number == error_number::kFileExists || !MessageFileName(id)) break;
+    Pause();
+    if (MustStop()) return false;
+    failure = Attempt([&] { outgoing_->Send(id); });
+  }
+  if (const auto unanswered = Attempt([&] { incoming_->Answered(); })) {
+    TraceError("Error removing message " + id + ". " + FailureText(*unanswered));
+  }
+  return true;
+}
+
+}  // namespace
+
+void MainLoop(const LoopContext& context) { Loop(context).Run(); }
+
+}  // namespace ods

@@ -1,0 +1,77 @@
+#include "server/modSignal.h"
+
+#include <utility>
+
+#include "common/Conversions.h"
+#include "platform/xml/Xml.h"
+#include "server/Attempt.h"
+
+namespace ods {
+
+namespace {
+
+constexpr int kHeartbeatSeconds = 5;
+
+int SecondsSinceMidnight(const Date& time) {
+  const DateParts parts = time.Parts();
+  return (parts.hour * 60 + parts.minute) * 60 + parts.second;
+}
+
+/// A driver's text may hold what XML cannot: the report goes out all the same.
+std::string AsXmlText(const std::string& text) {
+  if (IsXmlText(text)) return text;
+  return XmlDocument("<XML>" + EscapeXml(text) + "</XML>").DocumentElement().Text();
+}
+
+}  // namespace
+
+std::unique_ptr<NamedMutex> CreateInstanceMutex(const std::string& name) { return std::make_unique<NamedMutex>(name); }
+
+void DestroyInstanceMutex(std::unique_ptr<NamedMutex>& handle) {
+  if (const std::unique_ptr<NamedMutex> held = std::move(handle)) held->Destroy();
+}
+
+void WriteStatusFile(const std::string& type, const std::string& code, const std::string& message,
+                     const std::string& file) {
+  if (file.empty()) return;
+  XmlDocument document("<XML><Type/><Code/><Message/></XML>");
+  SetXmlSpacePreserve(document);
+  document.SelectSingleNode("/XML/Type").SetText(AsXmlText(type));
+  document.SelectSingleNode("/XML/Code").SetText(AsXmlText(code));
+  document.SelectSingleNode("/XML/Message").SetText(AsXmlText(message));
+  document.Save(file);
+}
+
+StatusSignals::StatusSignals(Tracer& tracer, std::string messageFile, std::string aliveFile, Clock clock)
+    : tracer_(&tracer),
+      messageFile_{std::move(messageFile)},
+      aliveFile_{std::move(aliveFile)},
+      clock_(std::move(clock)) {}
+
+void StatusSignals::ReportStatus(const std::string& type, const std::string& code, const std::string& message) {
+  tracer_->Trace("Report status: " + type + " - " + message);
+  Write(messageFile_, type, code, message);
+}
+
+void StatusSignals::AliveHeartbeat() {
+  if (aliveFile_.path.empty()) return;
+  const Date now = clock_();
+  const int seconds = SecondsSinceMidnight(now);
+  if (lastBeat_) {
+    const int passed = seconds - *lastBeat_;
+    if (passed >= 0 && passed <= kHeartbeatSeconds) return;
+  }
+  Write(aliveFile_, "Running", "", FormatDate(Date{now.seconds, false}));
+  lastBeat_ = seconds;
+}
+
+void StatusSignals::Write(StatusFile& file, const std::string& type, const std::string& code,
+                          const std::string& message) {
+  const auto failure = Attempt([&] { WriteStatusFile(type, code, message, file.path); });
+  if (failure && !file.failing) {
+    tracer_->Trace("Error writing status file " + file.path + ". " + FailureText(*failure), -1, severity::kError);
+  }
+  file.failing = failure.has_value();
+}
+
+}  // namespace ods

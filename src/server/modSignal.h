@@ -1,0 +1,58 @@
+// How the server and its controller see each other live: the running mutex, the alive file, the message file.
+// (`MutexExists`, with which the parent mutex is watched, is the platform's.)
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "common/Value.h"
+#include "log/Trace.h"
+#include "platform/system/NamedMutex.h"
+#include "platform/system/System.h"
+
+namespace ods {
+
+/// Creates a named mutex, held until it is destroyed. Raises error 1000 "Error creating instance mutex (" + system
+/// error number + "). " + system error text.
+[[nodiscard]] std::unique_ptr<NamedMutex> CreateInstanceMutex(const std::string& name);
+/// Lets go of the mutex and clears the handle; does nothing for a cleared one. Raises error 1000 "Error destroying
+/// instance mutex handle (" + number + "). " + text; the handle is cleared then too.
+void DestroyInstanceMutex(std::unique_ptr<NamedMutex>& handle);
+
+/// Writes a status document over `file`; does nothing for "". Characters that XML cannot carry become "?".
+/// Raises error 1000 naming the file.
+void WriteStatusFile(const std::string& type, const std::string& code, const std::string& message,
+                     const std::string& file);
+
+/// The two status files of the process. A file that cannot be written is traced, once until it can be written again,
+/// and never raises an error.
+class StatusSignals {
+ public:
+  using Clock = std::function<Date()>;
+
+  /// `tracer` outlives the object. "" as a file writes none. `clock` gives the local time.
+  StatusSignals(Tracer& tracer, std::string messageFile, std::string aliveFile, Clock clock = LocalNow);
+
+  /// Traces the report and writes it to the message file.
+  void ReportStatus(const std::string& type, const std::string& code, const std::string& message);
+  /// Writes the time to the alive file, when the last write is more than 5 seconds ago (or the day has changed since).
+  void AliveHeartbeat();
+
+ private:
+  struct StatusFile {
+    std::string path;
+    bool failing = false;
+  };
+
+  void Write(StatusFile& file, const std::string& type, const std::string& code, const std::string& message);
+
+  Tracer* tracer_;
+  StatusFile messageFile_;
+  StatusFile aliveFile_;
+  Clock clock_;
+  std::optional<int> lastBeat_;  ///< seconds since midnight
+};
+
+}  // namespace ods

@@ -1,0 +1,131 @@
+#include "common/Files.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "common/Error.h"
+#include "support/RaisedErrors.h"
+
+namespace ods {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class FilesTest : public ::testing::Test {
+ protected:
+  FilesTest() {
+    std::string pattern = (fs::temp_directory_path() / "files-test-XXXXXX").string();
+    root_ = ::mkdtemp(pattern.data());
+  }
+  ~FilesTest() override { fs::remove_all(root_); }
+
+  [[nodiscard]] std::string Path(const std::string& name) const { return root_ + "/" + name; }
+  std::string Write(const std::string& name, const std::string& content) const {
+    std::ofstream(Path(name), std::ios::binary) << content;
+    return Path(name);
+  }
+
+  std::string root_;
+};
+
+TEST(PathTest, JoinsFolderAndName) { EXPECT_EQ(JoinPath("/var/log", "a.log"), "/var/log/a.log"); }
+
+TEST(PathTest, KnowsAbsolutePaths) {
+  for (const char* path : {"/", "/a", "C:\\a", "c:/a", "\\\\server\\share", "//server"}) {
+    EXPECT_TRUE(IsAbsolutePath(path)) << path;
+  }
+  for (const char* path : {"", "a", "a/b", "./a", "C:", "C:a", "\\a", ":/a"})
+    EXPECT_FALSE(IsAbsolutePath(path)) << path;
+}
+
+TEST(FolderLevelsTest, GoesFromTheTopDown) {
+  EXPECT_THAT(FolderLevels("/a/b/c", '/'), ElementsAre("/a", "/a/b", "/a/b/c"));
+  EXPECT_THAT(FolderLevels("/a/b/", '/'), ElementsAre("/a", "/a/b"));
+  EXPECT_THAT(FolderLevels("a/b", '/'), ElementsAre("a", "a/b"));
+  EXPECT_THAT(FolderLevels("/a//b", '/'), ElementsAre("/a", "/a/b"));
+  EXPECT_THAT(FolderLevels("a\\b", '/'), ElementsAre("a\\b"));
+}
+
+TEST(FolderLevelsTest, TakesEitherSeparatorForABackslash) {
+  EXPECT_THAT(FolderLevels("C:/a/b/c/", '\\'), ElementsAre("C:\\a", "C:\\a\\b", "C:\\a\\b\\c"));
+  EXPECT_THAT(FolderLevels("C:\\a\\b", '\\'), ElementsAre("C:\\a", "C:\\a\\b"));
+  EXPECT_THAT(FolderLevels("\\a\\b", '\\'), ElementsAre("\\a", "\\a\\b"));
+  EXPECT_THAT(FolderLevels("a\\C:", '\\'), ElementsAre("a", "a\\C:"));
+}
+
+TEST(FolderLevelsTest, LeavesServerAndShareOut) {
+  EXPECT_THAT(FolderLevels("\\\\server\\share\\a\\b\\", '\\'),
+              ElementsAre("\\\\server\\share\\a", "\\\\server\\share\\a\\b"));
+  EXPECT_THAT(FolderLevels("//server/share/a", '\\'), ElementsAre("\\\\server\\share\\a"));
+  EXPECT_THAT(FolderLevels("\\\\server\\share", '\\'), IsEmpty());
+  EXPECT_THAT(FolderLevels("\\\\server", '\\'), IsEmpty());
+  EXPECT_THAT(FolderLevels("//server/share/a", '/'), ElementsAre("//server/share/a"));
+}
+
+TEST(FolderLevelsTest, TheRootIsNoLevel) {
+  for (const char* path : {"", "/", "//"}) EXPECT_THAT(FolderLevels(path, '/'), IsEmpty()) << path;
+  for (const char* path : {"C:", "C:\\", "C:/", "\\"}) EXPECT_THAT(FolderLevels(path, '\\'), IsEmpty()) << path;
+}
+
+TEST_F(FilesTest, MkDirRecurseCreatesWhatIsMissing) {
+  MkDirRecurse(Path("a/b/c/"));
+  EXPECT_TRUE(fs::is_directory(Path("a/b/c")));
+  const auto before = fs::last_write_time(Path("a/b"));
+  MkDirRecurse(Path("a/b/c"));
+  EXPECT_EQ(fs::last_write_time(Path("a/b")), before);
+  MkDirRecurse(Path("a/x"));
+  EXPECT_TRUE(fs::is_directory(Path("a/x")));
+}
+
+TEST_F(FilesTest, MkDirRecurseTellsTheStepThatFailed) {
+  const std::string file = Write("file", "");
+  EXPECT_RAISES(MkDirRecurse(file), 1000,
+                "Error creating folder path " + file + ": File exists. Create folder '" + file + "'.");
+  EXPECT_RAISES(MkDirRecurse(file + "/a"), 1000,
+                "Error creating folder path " + file + "/a: File exists. Create folder '" + file + "'.");
+  const std::string longName = Path(std::string(300, 'a'));
+  EXPECT_RAISES(MkDirRecurse(longName), 1000,
+                "Error creating folder path " + longName + ": File name too long. Check if '" + longName + "' exists.");
+}
+
+TEST_F(FilesTest, ReadFileGivesTheBytesAsTheyAre) {
+  const std::string path = Write("bytes", std::string("\xEF\xBB\xBF a\0\r\n\xFF", 9));
+  EXPECT_EQ(ReadFile(path), (Bytes{0xEF, 0xBB, 0xBF, ' ', 'a', 0, '\r', '\n', 0xFF}));
+  EXPECT_EQ(ReadFileText(path), std::string("\xEF\xBB\xBF a\0\r\n\xFF", 9));
+}
+
+TEST_F(FilesTest, ReadFileReadsEverySize) {
+  for (const std::size_t size : {0, 1, 16383, 16384, 16385, 32768, 100000}) {
+    std::string content(size, 'x');
+    for (std::size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i % 251);
+    EXPECT_EQ(ReadFileText(Write("file", content)), content) << size;
+  }
+  EXPECT_EQ(ReadFile(Write("empty", "")), Bytes{});
+}
+
+TEST_F(FilesTest, ReadFileTellsWhyItFails) {
+  EXPECT_RAISES(ReadFile(""), 1000, "Function ReadFile does not accept an empty file name as parameter.");
+  EXPECT_RAISES(ReadFile(Path("missing")), 53, "File not found: " + Path("missing"));
+  EXPECT_RAISES(ReadFile(root_), 1000, "Error reading file " + root_ + ": Is a directory");
+  const std::string inFile = Write("file", "") + "/a";
+  EXPECT_RAISES(ReadFile(inFile), 1000, "Error reading file " + inFile + ": Not a directory");
+}
+
+TEST_F(FilesTest, ReadFileTellsThatNoHandleIsLeft) {
+  const std::string path = Write("file", "x");
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none{0, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  EXPECT_RAISES(ReadFile(path), 1000, "Function ReadFile was not able to get a free file handle.");
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_EQ(ReadFileText(path), "x");
+}
+
+}  // namespace
+}  // namespace ods

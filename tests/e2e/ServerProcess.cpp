@@ -1,0 +1,141 @@
+#include "e2e/ServerProcess.h"
+
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include "common/Files.h"
+#include "platform/system/System.h"
+
+namespace ods::test {
+namespace {
+
+pid_t Spawn(const std::vector<std::string>& arguments) {
+  std::vector<char*> pointers;
+  for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
+  pointers.push_back(nullptr);
+  pid_t pid = -1;
+  if (posix_spawn(&pid, pointers.front(), nullptr, nullptr, pointers.data(), environ) != 0) {
+    throw std::runtime_error("cannot start " + arguments.front());
+  }
+  return pid;
+}
+
+int StatusOf(int waitStatus) { return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : -WTERMSIG(waitStatus); }
+
+}  // namespace
+
+ServerFolders::ServerFolders() { std::filesystem::create_directories(Config()); }
+
+void WriteTextFile(const std::string& path, const std::string& text) {
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+void ServerFolders::Configure(const std::string& connectionString) const {
+  WriteTextFile(Config() + "/dataserver.xml",
+                "<Settings><ConnectionString>" + EscapeXml(connectionString) + "</ConnectionString></Settings>");
+}
+
+std::string ServerFolders::LogText() const {
+  std::string text;
+  for (const auto& entry : std::filesystem::directory_iterator(Root() + "/data/Logs")) {
+    text += ReadFileText(entry.path().string());
+  }
+  return text;
+}
+
+ServerProcess::ServerProcess(const ServerFolders& folders, const std::vector<std::string>& moreArguments) {
+  std::vector<std::string> arguments = {ODS_SERVER_PROGRAM,
+                                        "/hidden",
+                                        "/instance=e2e",
+                                        "/datafolder=" + folders.Root() + "/data",
+                                        "/inqueue=" + folders.Requests(),
+                                        "/outqueue=" + folders.Results()};
+  arguments.insert(arguments.end(), moreArguments.begin(), moreArguments.end());
+  pid_ = Spawn(arguments);
+}
+
+ServerProcess::~ServerProcess() {
+  if (IsRunning()) Stop();
+}
+
+bool ServerProcess::IsRunning() {
+  if (pid_ > 0 && waitpid(pid_, &status_, WNOHANG) == pid_) pid_ = -1;
+  return pid_ > 0;
+}
+
+void ServerProcess::Kill() {
+  if (!IsRunning()) return;
+  kill(pid_, SIGKILL);
+  WaitFor(std::chrono::seconds(20));
+}
+
+int ServerProcess::Stop() {
+  if (IsRunning()) kill(pid_, SIGTERM);
+  return WaitFor(std::chrono::seconds(20));
+}
+
+int ServerProcess::WaitFor(std::chrono::milliseconds timeout) {
+  constexpr int kHadToBeKilled = -1000;
+  const auto end = std::chrono::steady_clock::now() + timeout;
+  while (IsRunning()) {
+    if (std::chrono::steady_clock::now() > end) {
+      kill(pid_, SIGKILL);
+      waitpid(pid_, &status_, 0);
+      pid_ = -1;
+      return kHadToBeKilled;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return StatusOf(status_);
+}
+
+int RunProgram(const std::vector<std::string>& arguments) {
+  int status = 0;
+  waitpid(Spawn(arguments), &status, 0);
+  return StatusOf(status);
+}
+
+QueueClient::QueueClient(const ServerFolders& folders) : requests_(CreateFolderQueue()), results_(folders.Results()) {
+  requests_->SetFolder(folders.Requests());
+  requests_->Create();
+}
+
+std::string QueueClient::Send(const std::string& text) {
+  const std::string id = NewGuidText();
+  requests_->SetPackage(text);
+  requests_->Send(id);
+  return id;
+}
+
+std::string QueueClient::Receive(const std::string& id, std::chrono::seconds timeout) {
+  auto answer = ReceiveMessage(results_, id, timeout);
+  EXPECT_TRUE(answer) << "no answer in time";
+  return answer.value_or("");
+}
+
+std::string QueueClient::Ask(const std::string& text, std::chrono::seconds timeout) {
+  return Receive(Send(text), timeout);
+}
+
+XmlDocument QueueClient::AskDocument(const std::string& text) {
+  const std::string answer = Ask(text);
+  XmlDocument document;
+  EXPECT_TRUE(document.LoadXML(answer)) << answer.substr(0, 1000);
+  EXPECT_NE(GetNodeText(document, "/XML/DataSession"), "") << answer.substr(0, 1000);
+  return document;
+}
+
+std::string Request(const std::string& type, const std::string& elements) {
+  return "<XML><Type>" + type + "</Type>" + elements + "</XML>";
+}
+
+}  // namespace ods::test

@@ -1,0 +1,90 @@
+// The real executable on a real database, talked to through its queue folders only.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+#include "platform/queue/Queue.h"
+#include "platform/xml/Xml.h"
+#include "support/TemporaryFolder.h"
+
+namespace ods::test {
+
+/// The folders of one server instance, all in a temporary folder of its own.
+class ServerFolders {
+ public:
+  ServerFolders();
+
+  [[nodiscard]] std::string Root() const { return root_.Path(); }
+  [[nodiscard]] std::string Config() const { return Root() + "/data/config"; }
+  [[nodiscard]] std::string Requests() const { return Root() + "/requests"; }
+  [[nodiscard]] std::string Results() const { return Root() + "/results"; }
+  [[nodiscard]] std::string AliveFile() const { return Root() + "/alive.xml"; }
+  [[nodiscard]] std::string MessageFile() const { return Root() + "/message.xml"; }
+
+  /// Writes the configuration file.
+  void Configure(const std::string& connectionString) const;
+  /// All log files of the instance, one after the other.
+  [[nodiscard]] std::string LogText() const;
+
+ private:
+  TemporaryFolder root_;
+};
+
+void WriteTextFile(const std::string& path, const std::string& text);
+
+/// A running server. It is ended, by its own process id, with the object.
+class ServerProcess {
+ public:
+  /// Starts the server hidden on the folders, with more arguments when given.
+  explicit ServerProcess(const ServerFolders& folders, const std::vector<std::string>& moreArguments = {});
+  ~ServerProcess();
+  ServerProcess(const ServerProcess&) = delete;
+  ServerProcess& operator=(const ServerProcess&) = delete;
+  ServerProcess(ServerProcess&&) = delete;
+  ServerProcess& operator=(ServerProcess&&) = delete;
+
+  [[nodiscard]] pid_t Pid() const { return pid_; }
+  [[nodiscard]] bool IsRunning();
+  void Kill();
+  /// Asks the server to stop with SIGTERM; the exit status, or minus the signal number that ended it. -1000 when it had
+  /// to be killed after 20 seconds.
+  int Stop();
+
+ private:
+  int WaitFor(std::chrono::milliseconds timeout);
+
+  pid_t pid_ = -1;
+  int status_ = 0;
+};
+
+/// Runs a program and returns its exit status, or minus the number of the signal that ended it.
+int RunProgram(const std::vector<std::string>& arguments);
+
+/// A client of the two queue folders.
+class QueueClient {
+ public:
+  explicit QueueClient(const ServerFolders& folders);
+
+  /// Sends a text as a message and waits for its answer; fails the test and returns "" when none comes.
+  [[nodiscard]] std::string Ask(const std::string& text, std::chrono::seconds timeout = std::chrono::seconds(30));
+  /// Puts a text into the queue and returns its message id.
+  std::string Send(const std::string& text);
+  [[nodiscard]] std::string Receive(const std::string& id, std::chrono::seconds timeout = std::chrono::seconds(30));
+  /// The answer as a document; fails the test when it is not well-formed XML with a data session.
+  [[nodiscard]] XmlDocument AskDocument(const std::string& text);
+
+ private:
+  std::shared_ptr<Queue> requests_;
+  std::string results_;
+};
+
+/// A request of a type with more elements.
+[[nodiscard]] std::string Request(const std::string& type, const std::string& elements = "");
+
+inline const std::string kPing = "<XML><Type>Ping</Type></XML>";
+
+}  // namespace ods::test

@@ -1,0 +1,186 @@
+// Checks that the sources keep to their rooms: an include goes only downwards, and system headers stand only under
+// src/platform/.
+//
+//   check-layers ROOT            reports every violation in ROOT/src, one a line; exit status 1 when there is one
+//   check-layers ROOT EXPECTED   exit status 0 only when the report is, line for line, the text of the file EXPECTED
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <set>
+#include <span>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A folder below src. It lies on a floor and may use itself and the rooms on the floors up to `reach`.
+struct Room {
+  std::string_view folder;
+  int floor;
+  int reach;
+};
+
+constexpr std::array<Room, 13> kRooms{{
+    {"common", 0, -1},
+    {"platform/system", 1, 0},
+    {"platform/ado", 2, 1},
+    {"platform/queue", 2, 1},
+    {"platform/xml", 2, 1},
+    {"log", 3, 2},
+    {"database", 4, 3},
+    {"sqlformat", 5, 4},
+    {"catalogue", 6, 5},
+    {"tabledata", 7, 6},
+    {"users", 8, 7},
+    {"ui", 9, 3},
+    {"server", 10, 9},
+}};
+
+/// The headers of the C++20 standard library.
+constexpr std::string_view kStandardHeaders =
+    "algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes "
+    "climits "
+    "clocale cmath codecvt compare complex concepts condition_variable coroutine csetjmp csignal cstdarg cstddef "
+    "cstdint cstdio cstdlib cstring ctime cuchar cwchar cwctype deque exception execution filesystem format "
+    "forward_list fstream functional future initializer_list iomanip ios iosfwd iostream istream iterator latch limits "
+    "list locale map memory memory_resource mutex new numbers numeric optional ostream queue random ranges ratio regex "
+    "scoped_allocator semaphore set shared_mutex source_location span sstream stack stdexcept stop_token streambuf "
+    "string string_view strstream syncstream system_error thread tuple type_traits typeindex typeinfo unordered_map "
+    "unordered_set utility valarray variant vector version";
+
+/// True when `word` is one of the words, which are separated by blanks.
+bool Holds(std::string_view words, std::string_view word) {
+  while (!words.empty()) {
+    const std::size_t end = std::min(words.find(' '), words.size());
+    if (words.substr(0, end) == word) {
+      return true;
+    }
+    words.remove_prefix(std::min(end + 1, words.size()));
+  }
+  return false;
+}
+
+/// The room that a path below src lies in, or nullptr.
+const Room* RoomOf(std::string_view path) {
+  for (const Room& room : kRooms) {
+    if (path.size() > room.folder.size() && path.starts_with(room.folder) && path[room.folder.size()] == '/') {
+      return &room;
+    }
+  }
+  return nullptr;
+}
+
+/// What a line includes, with its quotes or angle brackets; nothing when it is no include line.
+std::optional<std::string> IncludedBy(std::string_view line) {
+  const auto skip = [&line](std::string_view text) {
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    const bool found = line.starts_with(text);
+    line.remove_prefix(found ? text.size() : 0);
+    return found;
+  };
+  if (!skip("#") || !skip("include")) {
+    return std::nullopt;
+  }
+  skip("");  // the blanks in front of the name
+  const char close = line.starts_with('<') ? '>' : '"';
+  const std::size_t end = line.find(close, 1);
+  return std::string(line.substr(0, end == std::string_view::npos ? end : end + 1));
+}
+
+/// What is wrong with including `target` (with its quotes) from a file of `room`; empty when nothing is.
+std::string Violation(const Room& room, const std::string& target) {
+  const std::string name = target.size() > 2 ? target.substr(1, target.size() - 2) : "";
+  if (target.starts_with('<')) {
+    const bool platform = room.folder.starts_with("platform/");
+    if (name == "pugixml.hpp") {
+      return room.folder == "platform/xml" ? "" : "only platform/xml may include it";
+    }
+    return platform || Holds(kStandardHeaders, name) ? "" : "a system header outside platform";
+  }
+  if (!target.starts_with('"')) {
+    return "not a file name";
+  }
+  const Room* entered = RoomOf(name);
+  if (entered == nullptr || name.find("..") != std::string::npos) {
+    return "not the path of a file in a room";
+  }
+  return entered == &room || entered->floor <= room.reach
+             ? ""
+             : std::string(room.folder) + " may not use " + std::string(entered->folder);
+}
+
+std::string ReadAll(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  if (!file) {
+    throw std::runtime_error("cannot read " + path.string());
+  }
+  return text.str();
+}
+
+void CheckFile(const fs::path& path, const std::string& name, std::set<std::string>& report) {
+  const Room* room = RoomOf(name);
+  if (room == nullptr) {
+    report.insert(name + ": not in a room");
+    return;
+  }
+  std::istringstream text(ReadAll(path));
+  for (std::string line; std::getline(text, line);) {
+    if (const std::optional<std::string> target = IncludedBy(line)) {
+      const std::string violation = Violation(*room, *target);
+      if (!violation.empty()) {
+        report.insert(std::string(name).append(": ").append(*target).append(": ").append(violation));
+      }
+    }
+  }
+}
+
+/// The violations in ROOT/src, a line each, in order. Raises when there is nothing to check.
+std::string Report(const fs::path& root) {
+  const fs::path sources = root / "src";
+  std::set<std::string> report;
+  std::size_t files = 0;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(sources)) {
+    const std::string extension = entry.path().extension().string();
+    if (entry.is_regular_file() && (extension == ".h" || extension == ".cpp")) {
+      ++files;
+      CheckFile(entry.path(), entry.path().lexically_relative(sources).generic_string(), report);
+    }
+  }
+  if (files == 0) {
+    throw std::runtime_error("no sources in " + sources.string());
+  }
+  std::string text;
+  for (const std::string& line : report) {
+    text += line + "\n";
+  }
+  return text;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    const std::span<char*> arguments(argv, static_cast<std::size_t>(argc));
+    if (arguments.size() < 2 || arguments.size() > 3) {
+      std::fputs("Usage: check-layers ROOT [EXPECTED]\n", stderr);
+      return 2;
+    }
+    const std::string report = Report(arguments[1]);
+    std::fputs(report.c_str(), stdout);
+    return report == (arguments.size() == 3 ? ReadAll(arguments[2]) : "") ? 0 : 1;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "check-layers: %s\n", error.what());
+    return 2;
+  }
+}

@@ -1,0 +1,131 @@
+#include "log/Trace.h"
+
+#include <cmath>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <limits>
+
+#include "common/Files.h"
+#include "common/Text.h"
+
+namespace ods {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+using ::testing::Pair;
+
+// Keeps the entries of the trace-log window.
+class Window : public UserInterface {
+ public:
+  [[nodiscard]] bool HasWindows() const override { return false; }
+  void LetEventsRun() override {}
+  void ShowMainWindow() override {}
+  void UnloadMainWindow() override {}
+  void ShowOptionsDialog() override {}
+  void MessageBox(const std::string& /*title*/, const std::string& /*text*/, BoxStyle /*style*/) override {}
+  void AddTraceEntry(std::int32_t severity, const std::string& text) override { entries.emplace_back(severity, text); }
+
+  std::vector<std::pair<std::int32_t, std::string>> entries;
+};
+
+class TraceTest : public ::testing::Test {
+ protected:
+  TraceTest() {
+    std::string pattern = (fs::temp_directory_path() / "trace-test-XXXXXX").string();
+    folder_ = ::mkdtemp(pattern.data());
+  }
+  ~TraceTest() override { fs::remove_all(folder_); }
+
+  void OpenLog() {
+    auto log = std::make_unique<Log>();
+    log->folder = folder_;
+    log->postfix = ".log";
+    tracer_.SetLog(std::move(log));
+  }
+  [[nodiscard]] std::vector<std::string> Lines() const {
+    std::string content;
+    for (const auto& file : fs::directory_iterator(folder_)) content += ReadFileText(file.path().string());
+    std::vector<std::string> lines = Split(content, "\r\n");
+    lines.pop_back();
+    return lines;
+  }
+  // The entry that a call of `Trace` makes.
+  std::string EntryOf(std::string_view text, double elapsed = -1) {
+    tracer_.Trace(text, elapsed);
+    return window_.entries.empty() ? "" : window_.entries.back().second;
+  }
+
+  std::string folder_;
+  Window window_;
+  Tracer tracer_{window_};
+};
+
+TEST_F(TraceTest, DoesNothingBeforeTheLogExists) {
+  tracer_.Trace("too early");
+  EXPECT_THAT(window_.entries, IsEmpty());
+  EXPECT_TRUE(fs::is_empty(folder_));
+  EXPECT_EQ(tracer_.GetLog(), nullptr);
+}
+
+TEST_F(TraceTest, WritesToTheLogAndToTheWindow) {
+  OpenLog();
+  tracer_.Trace("O'Neil connected", 1.5, severity::kWarning);
+  tracer_.Trace("done");
+  EXPECT_THAT(window_.entries, ElementsAre(Pair(1, "O'Neil connected (1500 ms)"), Pair(0, "done")));
+  EXPECT_THAT(Lines(), ElementsAre(MatchesRegex("'.{19}', 1, 1, 'O''Neil connected \\(1500 ms\\)'"),
+                                   MatchesRegex("'.{19}', 2, 0, 'done'")));
+}
+
+TEST_F(TraceTest, MakesOneLineOfEveryText) {
+  OpenLog();
+  EXPECT_EQ(EntryOf("a\r\nb"), "a\\nb");
+  EXPECT_EQ(EntryOf("a\nb\rc"), "a\\nb\\nc");
+  EXPECT_EQ(EntryOf("\r\n\r\n\n\r"), "\\n\\n\\n\\n");
+  EXPECT_EQ(EntryOf("C:\\new"), "C:\\\\new");
+  EXPECT_EQ(EntryOf("\\\r\n"), "\\\\\\n");
+  EXPECT_EQ(EntryOf("line end\r"), "line end\\n");
+  EXPECT_EQ(EntryOf(""), "");
+  EXPECT_EQ(Lines().size(), 7U);
+}
+
+TEST_F(TraceTest, TellsTheElapsedMilliseconds) {
+  OpenLog();
+  EXPECT_EQ(EntryOf("t", 0.0123), "t (12 ms)");
+  EXPECT_EQ(EntryOf("t", 0), "t (0 ms)");
+  EXPECT_EQ(EntryOf("t", 0.0009), "t (0 ms)");
+  EXPECT_EQ(EntryOf("t", 3600), "t (3600000 ms)");
+  EXPECT_EQ(EntryOf("t", -2), "t (-2000 ms)");
+  EXPECT_EQ(EntryOf("t", -1), "t");
+  EXPECT_EQ(EntryOf("t"), "t");
+}
+
+TEST_F(TraceTest, AWildElapsedTimeDoesNoHarm) {
+  OpenLog();
+  EXPECT_EQ(EntryOf("t", std::nan("")), "t");
+  EXPECT_EQ(EntryOf("t", HUGE_VAL), "t (1000000000000000 ms)");
+  EXPECT_EQ(EntryOf("t", std::numeric_limits<double>::lowest()), "t (-1000000000000000 ms)");
+}
+
+TEST_F(TraceTest, ALogThatCannotBeWrittenIsToldOnceAndStopsNobody) {
+  OpenLog();
+  const auto trace = [this](const char* text) {
+    ::testing::internal::CaptureStderr();
+    tracer_.Trace(text);
+    return ::testing::internal::GetCapturedStderr();
+  };
+  tracer_.GetLog()->folder = folder_ + "/missing";
+  EXPECT_THAT(trace("first"), ::testing::StartsWith("The log cannot be written: "));
+  EXPECT_EQ(trace("second"), "");
+  fs::create_directory(folder_ + "/missing");
+  EXPECT_EQ(trace("third"), "");
+  fs::remove_all(folder_ + "/missing");
+  EXPECT_THAT(trace("fourth"), ::testing::StartsWith("The log cannot be written: "));
+  EXPECT_THAT(window_.entries, ElementsAre(Pair(0, "first"), Pair(0, "second"), Pair(0, "third"), Pair(0, "fourth")));
+}
+
+}  // namespace
+}  // namespace ods

@@ -1,0 +1,781 @@
+#include <algorithm>
+#include <ctime>
+#include <gmock/gmock.h>
+#include <map>
+#include <sys/file.h>
+#include <sys/inotify.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include "common/Error.h"
+#include "platform/queue/Queue.h"
+#include "platform/system/FileHandle.h"
+#include "platform/system/System.h"
+#include "platform/system/TestFolder.h"
+
+namespace ods {
+namespace {
+
+using testing::Child;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using testing::ModeOf;
+using testing::ReadText;
+using testing::Report;
+using testing::TestFolder;
+using testing::WriteText;
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr int kLong = 20000;  // milliseconds that no test ever waits to the end
+
+/// The number and description of the error that a routine raises.
+template <typename Routine>
+std::string Raised(Routine routine) {
+  try {
+    routine();
+  } catch (const Error& error) {
+    return std::to_string(error.Number()) + " " + error.Description();
+  }
+  return "nothing";
+}
+
+std::shared_ptr<Queue> Open(const std::string& folder) {
+  auto queue = CreateFolderQueue();
+  queue->SetFolder(folder);
+  queue->Create();
+  return queue;
+}
+
+void Send(const std::string& folder, const std::string& id, const std::string& text) {
+  const auto queue = Open(folder);
+  queue->SetPackage(text);
+  queue->Send(id);
+}
+
+std::vector<std::string> NamesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void SetTime(const std::string& path, std::int64_t seconds, long nanoseconds) {
+  const timespec times[2] = {{.tv_sec = seconds, .tv_nsec = nanoseconds}, {.tv_sec = seconds, .tv_nsec = nanoseconds}};
+  ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
+}
+
+/// Answers one message as the server does, and gives its id.
+std::string AnswerOne(Queue& queue) {
+  std::string id = queue.Poll("", 0);
+  if (!id.empty()) queue.Answered();
+  return id;
+}
+
+/// A server that takes the next message and dies over it.
+void DieOverAMessage(const std::string& folder) {
+  Child server([&folder](int pipe) {
+    const auto queue = Open(folder);
+    Report(pipe, queue->Poll("", kLong));
+    pause();
+  });
+  ASSERT_NE(server.Line(), "");
+  server.End(SIGKILL);
+}
+
+class QueueTest : public ::testing::Test {
+ protected:
+  [[nodiscard]] std::string New(const std::string& name) const { return folder_ + "/new/" + name; }
+
+  /// A message from a sender that is no queue object.
+  void Arrive(const std::string& name, const std::string& text) const {
+    WriteText(folder_ + "/tmp/part", text);
+    std::filesystem::rename(folder_ + "/tmp/part", New(name));
+  }
+
+  TestFolder base_;
+  std::string folder_ = base_ / "queue";
+};
+
+TEST_F(QueueTest, CreateMakesPrivateFoldersAndTheirParents) {
+  const mode_t before = umask(0);
+  const auto queue = Open(base_ / "a/b/c");
+  umask(before);
+  EXPECT_THAT(NamesIn(base_ / "a/b/c"), ElementsAre("cur", "failed", "new", "tmp"));
+  for (const char* name : {"a", "a/b", "a/b/c", "a/b/c/tmp", "a/b/c/new", "a/b/c/cur", "a/b/c/failed"}) {
+    EXPECT_EQ(ModeOf(base_ / name), 0700U) << name;
+  }
+  EXPECT_NO_THROW(Open(base_ / "a/b/c")) << "the folders are there already";
+}
+
+TEST_F(QueueTest, CreateNamesTheFolderThatCannotBeMade) {
+  WriteText(base_ / "file", "");
+  EXPECT_EQ(Raised([&] { Open(base_ / "file/queue"); }),
+            "1000 Unable to create the queue folder \"" + (base_ / "file/queue") + "\": Not a directory");
+  EXPECT_EQ(Raised([&] { Open(base_ / "file"); }),
+            "1000 Unable to open the queue folder \"" + (base_ / "file") + "\": Not a directory");
+  EXPECT_EQ(Raised([] { Open(""); }), "1000 The queue has no folder.");
+}
+
+TEST_F(QueueTest, ASubfolderThatIsALinkIsRefused) {
+  std::filesystem::create_directories(folder_);
+  std::filesystem::create_directories(base_ / "elsewhere");
+  std::filesystem::create_symlink(base_ / "elsewhere", folder_ + "/new");
+  EXPECT_EQ(Raised([&] { Open(folder_); }),
+            "1000 Unable to open the queue folder \"" + folder_ + "/new\": Not a directory");
+}
+
+TEST_F(QueueTest, NeedsToBeCreatedBeforeUse) {
+  const auto queue = CreateFolderQueue();
+  queue->SetFolder(folder_);
+  EXPECT_EQ(queue->TypeName(), "IHalvikQueue");
+  EXPECT_EQ(Raised([&] { queue->Poll("", 0); }), "1000 The queue is not open: its folder was not created.");
+  EXPECT_EQ(Raised([&] { queue->Send("a"); }), "1000 The queue is not open: its folder was not created.");
+  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The queue has no message: none was polled.");
+}
+
+TEST_F(QueueTest, CarriesAMessageFromSenderToServer) {
+  const std::string text = "<XML><Type>Ping</Type></XML>\n\xC3\xA4";
+  Send(folder_, "id-1", text);
+  EXPECT_EQ(ReadText(New("id-1.xml")), text);
+  EXPECT_EQ(ModeOf(New("id-1.xml")), 0600U);
+  EXPECT_THAT(NamesIn(folder_ + "/tmp"), IsEmpty());
+
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "id-1");
+  EXPECT_EQ(queue->Package(), text);
+  EXPECT_EQ(queue->Package(), text) << "reading twice gives the same";
+  EXPECT_THAT(NamesIn(folder_ + "/new"), IsEmpty());
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("id-1.xml"));
+
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty()) << "the next poll removes it";
+  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The queue has no message: none was polled.");
+}
+
+TEST_F(QueueTest, AnEmptyMessageIsAMessage) {
+  Send(folder_, "empty", "");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "empty");
+  EXPECT_EQ(queue->Package(), "");
+}
+
+TEST_F(QueueTest, SendNeverOverwritesAWaitingMessage) {
+  Send(folder_, "a b", "first");
+  EXPECT_EQ(Raised([&] { Send(folder_, "a b", "second"); }), "58 The message \"a%20b\" is waiting already.");
+  EXPECT_EQ(ReadText(New("a%20b.xml")), "first");
+  EXPECT_THAT(NamesIn(folder_ + "/tmp"), IsEmpty());
+}
+
+TEST_F(QueueTest, SendLeavesNothingBehindWhenItFails) {
+  Child poor([this](int pipe) {
+    const auto queue = Open(folder_);
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{.rlim_cur = 1000, .rlim_max = 1000};
+    setrlimit(RLIMIT_FSIZE, &small);
+    queue->SetPackage(std::string(5000, 'x'));
+    Report(pipe, Raised([&] { queue->Send("big"); }));
+  });
+  EXPECT_EQ(poor.Line(),
+            "1000 The message \"big\" cannot be sent to the queue folder \"" + folder_ + "\": File too large");
+  EXPECT_THAT(NamesIn(folder_ + "/tmp"), IsEmpty());
+  EXPECT_THAT(NamesIn(folder_ + "/new"), IsEmpty());
+}
+
+TEST_F(QueueTest, SendNamesTheFolderThatCannotBeWritten) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
+  Open(folder_);
+  for (const char* name : {"", "/tmp", "/new", "/cur", "/failed"}) chmod((folder_ + name).c_str(), 0755);
+  chmod(base_.Path().c_str(), 0755);
+  Child other([this](int pipe) {
+    if (setuid(65534) != 0) _exit(3);
+    Report(pipe, Raised([this] { Send(folder_, "id", "x"); }));
+  });
+  EXPECT_EQ(other.Line(),
+            "1000 The message \"id\" cannot be sent to the queue folder \"" + folder_ + "\": Permission denied");
+}
+
+TEST(MessageFileName, EncodesAnyId) {
+  const std::map<std::string, std::string> names = {
+      {"0A1B2C3D-0001-00FF-8A9B-00C0FFEE0123", "0A1B2C3D-0001-00FF-8A9B-00C0FFEE0123.xml"},
+      {"../../etc/passwd", "%2E.%2F..%2Fetc%2Fpasswd.xml"},
+      {".", "%2E.xml"},
+      {"..", "%2E..xml"},
+      {"a.b", "a.b.xml"},
+      {std::string("a\0b", 3), "a%00b.xml"},
+      {"gr\xC3\xBC\xC3\x9F", "gr%C3%BC%C3%9F.xml"},
+      {"50%", "50%25.xml"},
+      {"a\nb\\c", "a%0Ab%5Cc.xml"},
+      {std::string(200, 'x'), std::string(200, 'x') + ".xml"},
+  };
+  for (const auto& [id, name] : names) EXPECT_EQ(MessageFileName(id), name);
+}
+
+TEST(MessageFileName, RefusesEmptyAndTooLongIds) {
+  EXPECT_EQ(MessageFileName(""), std::nullopt);
+  EXPECT_EQ(MessageFileName(std::string(201, 'x')), std::nullopt);
+  EXPECT_EQ(MessageFileName(std::string(250, 'x')), std::nullopt);
+  EXPECT_EQ(MessageFileName(std::string(66, ' ') + "xxx"), std::nullopt) << "198 + 3 bytes encoded";
+  EXPECT_NE(MessageFileName(std::string(66, ' ') + "xx"), std::nullopt);
+}
+
+TEST_F(QueueTest, CarriesAnyId) {
+  const std::vector<std::string> ids = {"../../etc/passwd",
+                                        ".",
+                                        "..",
+                                        std::string("a\0b", 3),
+                                        "gr\xC3\xBC\xC3\x9F",
+                                        std::string(200, 'x'),
+                                        "50%",
+                                        "a%41b",
+                                        "\xFF\xFE"};
+  for (const std::string& id : ids) {
+    Send(folder_, id, "text");
+    const auto queue = Open(folder_);
+    EXPECT_EQ(queue->Poll("", 0), id);
+    EXPECT_EQ(queue->Package(), "text");
+    queue->Answered();
+  }
+  EXPECT_THAT(NamesIn(base_.Path()), ElementsAre("queue")) << "nothing was written outside";
+}
+
+TEST_F(QueueTest, RefusesIdsThatCannotBeNames) {
+  EXPECT_EQ(Raised([&] { Send(folder_, "", "x"); }),
+            "1000 A message id has 1 to 200 bytes when percent-encoded, this one 0.");
+  EXPECT_EQ(Raised([&] { Send(folder_, std::string(250, 'x'), "x"); }),
+            "1000 A message id has 1 to 200 bytes when percent-encoded, this one 250.");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(Raised([&] { queue->Poll(std::string(250, 'x'), 0); }),
+            "1000 A message id has 1 to 200 bytes when percent-encoded, this one 250.");
+}
+
+TEST_F(QueueTest, OtherNamesAreLeftAlone) {
+  const auto queue = Open(folder_);
+  for (const char* name : {"readme.txt", ".hidden.xml", ".xml", "a.XML", "a.xml~"}) WriteText(New(name), "x");
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_EQ(Open(folder_)->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_ + "/new"), ElementsAre(".hidden.xml", ".xml", "a.XML", "a.xml~", "readme.txt"));
+}
+
+TEST_F(QueueTest, ANameThatIsNotTheCanonicalEncodingIsAnsweredAllTheSame) {
+  Open(folder_);
+  WriteText(New("a b%2g%41.xml"), "text");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "a b%2gA");
+  EXPECT_EQ(queue->Package(), "text");
+}
+
+TEST_F(QueueTest, AnIdThatNoAnswerCanCarryGoesToFailedUnanswered) {
+  Open(folder_);
+  const std::string name = std::string(210, 'x') + ".xml";
+  WriteText(New(name), "text");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre(name));
+}
+
+TEST_F(QueueTest, MessagesComeInOrderOfTheirTimesThenNames) {
+  for (const char* id : {"late", "b", "a", "early", "nano"}) Send(folder_, id, id);
+  SetTime(New("late.xml"), 2000, 0);
+  SetTime(New("b.xml"), 1000, 7);
+  SetTime(New("a.xml"), 1000, 7);
+  SetTime(New("nano.xml"), 1000, 6);
+  SetTime(New("early.xml"), -5, 999999999);  // before 1970
+  const auto queue = Open(folder_);
+  std::vector<std::string> ids;
+  for (std::string id = queue->Poll("", 0); !id.empty(); id = queue->Poll("", 0)) ids.push_back(id);
+  EXPECT_THAT(ids, ElementsAre("early", "nano", "a", "b", "late"));
+}
+
+TEST_F(QueueTest, ArrivalsWhileOthersWaitKeepTheOrder) {
+  Send(folder_, "first", "");
+  Send(folder_, "third", "");
+  SetTime(New("first.xml"), 1000, 0);
+  SetTime(New("third.xml"), 3000, 0);
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "first");
+  WriteText(folder_ + "/tmp/x", "");
+  SetTime(folder_ + "/tmp/x", 2000, 0);
+  std::filesystem::rename(folder_ + "/tmp/x", New("second.xml"));
+  EXPECT_EQ(queue->Poll("", 0), "second");
+  EXPECT_EQ(queue->Poll("", 0), "third");
+}
+
+TEST_F(QueueTest, AMessageCanBePolledByItsId) {
+  for (const char* id : {"a", "b", "c"}) Send(folder_, id, id);
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("b", 0), "b");
+  EXPECT_EQ(queue->Package(), "b");
+  EXPECT_EQ(queue->Poll("none", 0), "");
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  EXPECT_EQ(queue->Poll("", 0), "c");
+  EXPECT_EQ(queue->Poll("", 0), "");
+}
+
+TEST_F(QueueTest, PollWaitsNoLongerThanAsked) {
+  const auto queue = Open(folder_);
+  const auto start = Clock::now();
+  EXPECT_EQ(queue->Poll("", 100), "");
+  EXPECT_GE(Clock::now() - start, milliseconds(100));
+  EXPECT_LT(Clock::now() - start, milliseconds(2000));
+}
+
+TEST_F(QueueTest, PollReturnsAtOnceWhenAMessageArrives) {
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  Child sender([this](int) {
+    SleepMilliseconds(100);
+    Send(folder_, "hello", "");
+  });
+  const auto start = Clock::now();
+  EXPECT_EQ(queue->Poll("", kLong), "hello");
+  EXPECT_LT(Clock::now() - start, milliseconds(kLong / 2));
+}
+
+TEST_F(QueueTest, AMessageMayArriveByALink) {
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  WriteText(folder_ + "/tmp/part", "text");
+  std::filesystem::create_hard_link(folder_ + "/tmp/part", New("linked.xml"));
+  EXPECT_EQ(queue->Poll("", kLong), "linked");
+  EXPECT_EQ(queue->Package(), "text");
+}
+
+TEST_F(QueueTest, PollEndsEarlyWhenASignalComes) {
+  Child server([this](int pipe) {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, nullptr);
+    const auto queue = Open(folder_);
+    Report(pipe, "polling");
+    Report(pipe, "\"" + queue->Poll("", 600000) + "\"");
+  });
+  ASSERT_EQ(server.Line(), "polling");
+  SleepMilliseconds(100);
+  kill(server.Pid(), SIGUSR1);
+  EXPECT_EQ(server.Line(), "\"\"");
+}
+
+TEST_F(QueueTest, PollWorksWhereTheSystemHasNoWatchLeft) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
+  chmod(base_.Path().c_str(), 0777);
+  Child server([this](int pipe) {
+    // Every user has a number of watches of his own (inotify(7), max_user_instances): a user of this test's own uses
+    // them up.
+    if (setuid(1234567) != 0) _exit(3);
+    std::vector<FileHandle> watches;
+    for (FileHandle one(inotify_init1(IN_CLOEXEC)); one; one = FileHandle(inotify_init1(IN_CLOEXEC))) {
+      watches.push_back(std::move(one));
+    }
+    const bool noFileLeft = errno == EMFILE && !FileHandle(open("/dev/null", O_RDONLY));
+    if (noFileLeft) watches.resize(watches.size() / 2);
+    const auto queue = Open(folder_);
+    Report(pipe, noFileLeft ? "cannot be tried" : "unwatched" + queue->Poll("", 0));
+    WriteText(New("hello.xml"), "text");
+    Report(pipe, queue->Poll("", kLong));
+  });
+  if (server.Line() == "cannot be tried") GTEST_SKIP() << "the process has fewer files than the user has watches";
+  EXPECT_EQ(server.Line(), "hello");
+}
+
+TEST_F(QueueTest, TwentyThousandMessagesAreTakenInOrder) {
+  Open(folder_);
+  constexpr int kMessages = 20000;
+  for (int i = 0; i < kMessages; ++i) {
+    const FileHandle file(open(New(std::to_string(100000 + i) + ".xml").c_str(), O_WRONLY | O_CREAT, 0600));
+    const timespec times[2] = {{.tv_sec = 1000, .tv_nsec = i}, {.tv_sec = 1000, .tv_nsec = i}};
+    ASSERT_EQ(futimens(file.Get(), times), 0);
+  }
+  const auto queue = Open(folder_);
+  for (int i = 0; i < kMessages; ++i) ASSERT_EQ(queue->Poll("", 0), std::to_string(100000 + i));
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
+}
+
+TEST_F(QueueTest, NoArrivalIsLostWhenTheEventsOverflow) {
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  // More events (three a message) than the system keeps (max_queued_events, 16384 as a rule).
+  constexpr int kMessages = 12000;
+  for (int i = 0; i < kMessages; ++i) WriteText(New(std::to_string(i) + ".xml"), "");
+  int taken = 0;
+  while (!queue->Poll("", 0).empty()) ++taken;
+  EXPECT_EQ(taken, kMessages);
+}
+
+TEST_F(QueueTest, AFolderThatWasClearedAwayIsMadeAnew) {
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  std::filesystem::remove_all(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  Send(folder_, "after", "text");
+  EXPECT_EQ(queue->Poll("", kLong), "after");
+
+  std::filesystem::rename(folder_, base_ / "moved");
+  queue->SetPackage("answer");
+  queue->Send("sent");
+  EXPECT_EQ(ReadText(New("sent.xml")), "answer") << "sent into the folder of the path, not into the one moved away";
+  EXPECT_EQ(queue->Poll("", 0), "sent");
+}
+
+TEST_F(QueueTest, AFolderExchangedDuringAPollIsNoticed) {
+  const auto queue = Open(folder_);
+  Child other([this](int) {
+    SleepMilliseconds(200);
+    std::filesystem::rename(folder_, base_ / "moved");
+    Send(folder_, "hello", "");
+  });
+  EXPECT_EQ(queue->Poll("", kLong), "hello");
+}
+
+TEST_F(QueueTest, AMessageTakenInAFolderMovedAwayIsRemovedThere) {
+  Send(folder_, "a", "old");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  std::filesystem::rename(folder_, base_ / "moved");
+  Send(folder_, "a", "new");
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  EXPECT_EQ(queue->Package(), "new");
+  EXPECT_THAT(NamesIn(base_ / "moved/cur"), IsEmpty());
+}
+
+TEST_F(QueueTest, AMessageTooLargeGoesToFailed) {
+  Open(folder_);
+  WriteText(New("big.xml"), "");
+  ASSERT_EQ(truncate(New("big.xml").c_str(), 16777217), 0);
+  WriteText(New("fits.xml"), "");
+  ASSERT_EQ(truncate(New("fits.xml").c_str(), 16777216), 0);
+  SetTime(New("big.xml"), 1000, 0);
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "big");
+  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The message \"big\" is larger than 16777216 bytes.");
+  EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("big.xml"));
+  EXPECT_EQ(queue->Poll("", 0), "fits");
+  EXPECT_EQ(queue->Package().size(), 16777216U);
+}
+
+TEST_F(QueueTest, AMessageThatGrowsAfterItWasTakenIsNotReadBeyondTheLimit) {
+  Send(folder_, "grows", "x");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "grows");
+  ASSERT_EQ(truncate((folder_ + "/cur/grows.xml").c_str(), 16777217), 0);
+  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The message \"grows\" is larger than 16777216 bytes.");
+}
+
+TEST_F(QueueTest, WhatIsNoPlainFileGoesToFailed) {
+  Open(folder_);
+  WriteText(base_ / "secret", "secret");
+  std::filesystem::create_symlink(base_ / "secret", New("link.xml"));
+  std::filesystem::create_directories(New("folder.xml/inside"));
+  ASSERT_EQ(mkfifo(New("pipe.xml").c_str(), 0600), 0);
+  const FileHandle listener(socket(AF_UNIX, SOCK_STREAM, 0));
+  sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+  New("socket.xml").copy(address.sun_path, sizeof address.sun_path - 1);
+  ASSERT_EQ(bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+
+  const auto queue = Open(folder_);
+  for (int i = 0; i < 4; ++i) {
+    const std::string id = queue->Poll("", 0);
+    EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The message \"" + id + "\" is not a plain file.");
+  }
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("folder.xml", "link.xml", "pipe.xml", "socket.xml"));
+  EXPECT_EQ(ReadText(base_ / "secret"), "secret");
+}
+
+TEST_F(QueueTest, AMessageThatMayNotBeReadGoesToFailed) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
+  chmod(base_.Path().c_str(), 0777);
+  Child server([this](int pipe) {
+    if (setuid(65534) != 0) _exit(3);
+    const auto queue = Open(folder_);
+    WriteText(New("locked.xml"), "x");
+    chmod(New("locked.xml").c_str(), 0);
+    Report(pipe, queue->Poll("", 0));
+    Report(pipe, Raised([&] { (void)queue->Package(); }));
+  });
+  EXPECT_EQ(server.Line(), "locked");
+  EXPECT_EQ(server.Line(), "1000 The message \"locked\" cannot be read: Permission denied");
+  EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("locked.xml"));
+}
+
+TEST_F(QueueTest, FailedMessagesOfOneNameAreAllKept) {
+  const auto queue = Open(folder_);
+  for (int i = 0; i < 105; ++i) {
+    std::filesystem::create_directory(New("x.xml"));
+    ASSERT_EQ(queue->Poll("", 0), "x");
+  }
+  const auto names = NamesIn(folder_ + "/failed");
+  EXPECT_EQ(names.size(), 105U);
+  for (const char* name : {"x.xml", "x.xml.1", "x.xml.2", "x.xml.100"}) {
+    EXPECT_THAT(names, ::testing::Contains(name));
+  }
+}
+
+TEST_F(QueueTest, AMessageOfADeadServerIsPutBack) {
+  Send(folder_, "precious", "text");
+  DieOverAMessage(folder_);
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("precious.xml"));
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "precious");
+  EXPECT_EQ(queue->Package(), "text");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("precious.tries", "precious.xml"));
+  EXPECT_EQ(ReadText(folder_ + "/cur/precious.tries"), "1");
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty()) << "the count goes with the message";
+}
+
+TEST_F(QueueTest, AnotherServerPutsItBackWhileItPolls) {
+  Send(folder_, "precious", "text");
+  Child first([this](int pipe) {
+    const auto queue = Open(folder_);
+    Report(pipe, queue->Poll("", kLong));
+    pause();
+  });
+  ASSERT_EQ(first.Line(), "precious");
+  const auto second = Open(folder_);
+  EXPECT_EQ(second->Poll("", 0), "") << "the first server is alive";
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("precious.xml"));
+  first.End(SIGKILL);
+  EXPECT_EQ(second->Poll("", kLong), "precious");
+}
+
+TEST_F(QueueTest, TheThirdDeathGivesAMessageUp) {
+  Send(folder_, "deadly", "text");
+  for (int i = 0; i < 3; ++i) DieOverAMessage(folder_);
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "deadly");
+  EXPECT_EQ(Raised([&] { (void)queue->Package(); }),
+            "1000 The message \"deadly\" was given up: the server ended 3 times while it answered it.");
+  EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("deadly.xml"));
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
+  EXPECT_EQ(queue->Poll("", 0), "");
+  // A later message of the same id starts anew.
+  Send(folder_, "deadly", "text");
+  EXPECT_EQ(queue->Poll("", 0), "deadly");
+  EXPECT_EQ(queue->Package(), "text");
+}
+
+TEST_F(QueueTest, AnAnsweredMessageIsRemovedWithTheQueue) {
+  Send(folder_, "a", "");
+  EXPECT_EQ(AnswerOne(*Open(folder_)), "a");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
+  EXPECT_THAT(NamesIn(folder_ + "/new"), IsEmpty());
+}
+
+TEST_F(QueueTest, AnUnansweredMessageStaysTakenUntilTheNextCreate) {
+  Send(folder_, "a", "");
+  EXPECT_EQ(Open(folder_)->Poll("", 0), "a");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("a.xml"));
+  EXPECT_EQ(AnswerOne(*Open(folder_)), "a");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
+}
+
+TEST_F(QueueTest, AMessageInHandIsNotPutBackByASecondQueueObject) {
+  Send(folder_, "a", "");
+  const auto first = Open(folder_);
+  EXPECT_EQ(first->Poll("", 0), "a");
+  const auto second = Open(folder_);
+  EXPECT_EQ(second->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("a.xml"));
+}
+
+TEST_F(QueueTest, AMessageIsNotPutBackOverAWaitingOne) {
+  Send(folder_, "a", "old");
+  DieOverAMessage(folder_);
+  Arrive("a.xml", "new");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  EXPECT_EQ(queue->Package(), "old");
+  EXPECT_EQ(ReadText(New("a.xml")), "new");
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  EXPECT_EQ(queue->Package(), "new");
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
+}
+
+TEST_F(QueueTest, AMessageInFrontOfAWaitingOneIsGivenUpToo) {
+  Send(folder_, "a", "old");
+  DieOverAMessage(folder_);
+  Arrive("a.xml", "new");
+  DieOverAMessage(folder_);
+  DieOverAMessage(folder_);
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  EXPECT_EQ(Raised([&] { (void)queue->Package(); }),
+            "1000 The message \"a\" was given up: the server ended 3 times while it answered it.");
+  EXPECT_EQ(ReadText(folder_ + "/failed/a.xml"), "old");
+  EXPECT_EQ(queue->Poll("a", 0), "a");
+  EXPECT_EQ(queue->Package(), "new");
+}
+
+TEST_F(QueueTest, AMessageOfAnIdInHandWaitsForItsTurn) {
+  Send(folder_, "a", "first");
+  const auto first = Open(folder_);
+  EXPECT_EQ(first->Poll("", 0), "a");
+  Send(folder_, "a", "second");
+  const auto second = Open(folder_);
+  EXPECT_EQ(second->Poll("", 0), "");
+  EXPECT_EQ(first->Poll("", 0), "a");
+  EXPECT_EQ(first->Package(), "second");
+}
+
+TEST_F(QueueTest, AMessageLockedByAnotherServerIsPassedOver) {
+  Send(folder_, "a", "");
+  Send(folder_, "b", "");
+  SetTime(New("a.xml"), 1000, 0);
+  const auto queue = Open(folder_);
+  FileHandle lock(open(New("a.xml").c_str(), O_RDONLY));
+  ASSERT_EQ(flock(lock.Get(), LOCK_EX), 0);
+  EXPECT_EQ(queue->Poll("", 0), "b");
+  EXPECT_EQ(queue->Poll("", 0), "");
+  lock.Close();
+  EXPECT_EQ(queue->Poll("", 0), "a") << "no event tells it, and it is not forgotten";
+}
+
+TEST_F(QueueTest, AnswerThatCannotBeClearedAwayIsNotTakenForWaiting) {
+  Send(folder_, "a", "");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  // Somebody put a folder in the message's place.
+  std::filesystem::remove(folder_ + "/cur/a.xml");
+  std::filesystem::create_directory(folder_ + "/cur/a.xml");
+  EXPECT_EQ(Raised([&] { queue->Poll("", 0); }),
+            "1000 Unable to remove an answered message from the queue folder \"" + folder_ + "\": Is a directory");
+  std::filesystem::remove(folder_ + "/cur/a.xml");
+  EXPECT_EQ(queue->Poll("", 0), "");
+}
+
+TEST_F(QueueTest, CreateClearsWhatSendersLeftLongAgo) {
+  Open(folder_);
+  constexpr std::int64_t kHour = 3600;
+  const std::int64_t now = std::time(nullptr);
+  for (const char* name : {"/tmp/old", "/tmp/recent"}) WriteText(folder_ + name, "x");
+  std::filesystem::create_directory(folder_ + "/tmp/folder");
+  SetTime(folder_ + "/tmp/old", now - 36 * kHour - 60, 0);
+  SetTime(folder_ + "/tmp/recent", now - 36 * kHour + 60, 0);
+  SetTime(folder_ + "/tmp/folder", now - 37 * kHour, 0);
+  WriteText(folder_ + "/cur/gone.tries", "2");
+  Open(folder_);
+  EXPECT_THAT(NamesIn(folder_ + "/tmp"), ElementsAre("folder", "recent"));
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty()) << "a count without its message";
+}
+
+TEST_F(QueueTest, EachMessageGoesToOneOfSeveralServers) {
+  constexpr int kMessages = 500;
+  const std::string record = base_ / "record";
+  const auto serve = [&](int pipe) {
+    const auto queue = Open(folder_);
+    Report(pipe, "ready");
+    const int file = open(record.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    for (std::string id = queue->Poll("", kLong); !id.starts_with("stop"); id = queue->Poll("", kLong)) {
+      Report(file, id + "=" + queue->Package());
+    }
+    queue->Answered();
+  };
+  Child one(serve);
+  Child two(serve);
+  ASSERT_EQ(one.Line(), "ready");
+  ASSERT_EQ(two.Line(), "ready");
+  const auto sender = Open(folder_);
+  std::vector<std::string> sent;
+  for (int i = 0; i < kMessages; ++i) {
+    const std::string number = std::to_string(i);
+    sender->SetPackage("text" + number);
+    sender->Send("id" + number);
+    sent.push_back(std::string("id").append(number).append("=text").append(number));
+  }
+  sender->Send("stop1");
+  sender->Send("stop2");
+  EXPECT_EQ(one.End(0), 0);
+  EXPECT_EQ(two.End(0), 0);
+  std::vector<std::string> taken;
+  std::ifstream lines(record);
+  for (std::string line; std::getline(lines, line);) taken.push_back(line);
+  EXPECT_THAT(taken, ::testing::UnorderedElementsAreArray(sent));
+  for (const char* name : {"/new", "/cur", "/failed", "/tmp"}) EXPECT_THAT(NamesIn(folder_ + name), IsEmpty()) << name;
+}
+
+class ReceiveMessageTest : public QueueTest {};
+
+TEST_F(ReceiveMessageTest, ReadsAndRemovesTheAnswerThatIsThere) {
+  Send(folder_, "a b", "answer");
+  Send(folder_, "other", "not mine");
+  EXPECT_EQ(ReceiveMessage(folder_, "a b", milliseconds(0)), "answer");
+  EXPECT_THAT(NamesIn(folder_ + "/new"), ElementsAre("other.xml"));
+}
+
+TEST_F(ReceiveMessageTest, ReturnsAtOnceWhenTheAnswerComes) {
+  Open(folder_);
+  Child server([this](int) {
+    SleepMilliseconds(50);
+    Send(folder_, "other", "not mine");
+    SleepMilliseconds(50);
+    Send(folder_, "mine", "answer");
+  });
+  const auto start = Clock::now();
+  EXPECT_EQ(ReceiveMessage(folder_, "mine", milliseconds(kLong)), "answer");
+  EXPECT_LT(Clock::now() - start, milliseconds(kLong / 2));
+}
+
+TEST_F(ReceiveMessageTest, GivesUpAfterTheTimeout) {
+  Open(folder_);
+  const auto start = Clock::now();
+  EXPECT_EQ(ReceiveMessage(folder_, "none", milliseconds(100)), std::nullopt);
+  EXPECT_GE(Clock::now() - start, milliseconds(100));
+}
+
+TEST_F(ReceiveMessageTest, WaitsForAFolderThatIsNotThereYet) {
+  EXPECT_EQ(ReceiveMessage(folder_, "none", milliseconds(50)), std::nullopt);
+  EXPECT_FALSE(std::filesystem::exists(folder_));
+  Child server([this](int) {
+    SleepMilliseconds(100);
+    Send(folder_, "mine", "answer");
+  });
+  EXPECT_EQ(ReceiveMessage(folder_, "mine", milliseconds(kLong)), "answer");
+}
+
+TEST_F(ReceiveMessageTest, FindsTheAnswerInAFolderMadeAnew) {
+  Open(folder_);
+  Child server([this](int) {
+    SleepMilliseconds(50);
+    std::filesystem::rename(folder_, base_ / "moved");
+    Send(folder_, "mine", "answer");
+  });
+  EXPECT_EQ(ReceiveMessage(folder_, "mine", milliseconds(kLong)), "answer");
+}
+
+TEST_F(ReceiveMessageTest, AnAnswerMayBeLargerThanARequest) {
+  Send(folder_, "big", std::string(kMaxMessageBytes + 1, 'x'));
+  const auto answer = ReceiveMessage(folder_, "big", milliseconds(0));
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->size(), kMaxMessageBytes + 1);
+}
+
+TEST_F(ReceiveMessageTest, NamesWhatCannotBeRead) {
+  WriteText(folder_, "a file");
+  EXPECT_EQ(Raised([this] { (void)ReceiveMessage(folder_, "a", milliseconds(0)); }),
+            "1000 Unable to read the queue folder \"" + folder_ + "\": Not a directory");
+  EXPECT_EQ(Raised([this] { (void)ReceiveMessage(folder_, "", milliseconds(0)); }),
+            "1000 The id of the answer cannot be a message id.");
+  std::filesystem::remove(folder_);
+  Open(folder_);
+  std::filesystem::create_symlink("/etc/passwd", New("link.xml"));
+  std::filesystem::create_directory(New("folder.xml"));
+  WriteText(New("huge.xml"), "");
+  ASSERT_EQ(truncate(New("huge.xml").c_str(), (std::int64_t{1} << 30) + 1), 0);
+  const auto what = [this](const std::string& name) {
+    return "1000 The answer \"" + name + "\" in the queue folder \"" + folder_ + "\" ";
+  };
+  EXPECT_EQ(Raised([this] { (void)ReceiveMessage(folder_, "link", milliseconds(0)); }),
+            what("link.xml") + "cannot be read: Too many levels of symbolic links");
+  EXPECT_EQ(Raised([this] { (void)ReceiveMessage(folder_, "folder", milliseconds(0)); }),
+            what("folder.xml") + "is not a plain file.");
+  EXPECT_EQ(Raised([this] { (void)ReceiveMessage(folder_, "huge", milliseconds(0)); }),
+            what("huge.xml") + "is larger than 1073741824 bytes.");
+}
+
+}  // namespace
+}  // namespace ods

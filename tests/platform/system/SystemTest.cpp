@@ -1,0 +1,284 @@
+#include <chrono>
+#include <cstdlib>
+#include <ctime>
+#include <gmock/gmock.h>
+#include <regex>
+#include <set>
+#include <sys/resource.h>
+#include <sys/time.h>
+
+#include "common/Error.h"
+#include "platform/system/FileHandle.h"
+#include "platform/system/System.h"
+#include "platform/system/TestFolder.h"
+
+namespace ods {
+namespace {
+
+using testing::Child;
+using ::testing::EndsWith;
+using testing::ModeOf;
+using testing::ReadText;
+using testing::Report;
+using testing::TestFolder;
+using testing::WriteText;
+
+using Clock = std::chrono::steady_clock;
+
+/// The description of the error that a routine raises, with its number.
+template <typename Routine>
+std::string Raised(Routine routine) {
+  try {
+    routine();
+  } catch (const Error& error) {
+    return std::to_string(error.Number()) + " " + error.Description();
+  }
+  return "nothing";
+}
+
+TEST(Guid, IsWrittenInByteOrderWithoutBraces) {
+  const std::uint8_t bytes[16] = {0x0A, 0x1B, 0x2C, 0x3D, 0x00, 0x01, 0x00, 0xFF,
+                                  0x8A, 0x9B, 0x00, 0xC0, 0xFF, 0xEE, 0x01, 0x23};
+  EXPECT_EQ(FormatGuid(bytes), "0A1B2C3D-0001-00FF-8A9B-00C0FFEE0123");
+}
+
+TEST(Guid, IsRandomOfVersionFour) {
+  const std::regex form("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
+  std::set<std::string> seen;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string text = NewGuidText();
+    EXPECT_TRUE(std::regex_match(text, form)) << text;
+    seen.insert(text);
+  }
+  EXPECT_EQ(seen.size(), 1000U);
+}
+
+TEST(Process, KnowsItself) {
+  EXPECT_EQ(CurrentProcessId(), static_cast<std::uint32_t>(getpid()));
+  EXPECT_THAT(ExecutablePath(), EndsWith("/test-platform-system"));
+  char name[256] = {};
+  ASSERT_EQ(gethostname(name, sizeof name - 1), 0);
+  EXPECT_EQ(ComputerName(), name);
+}
+
+TEST(Process, KnowsItsUser) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
+  EXPECT_EQ(CurrentUserName(), "root");
+  Child other([](int pipe) {
+    if (setuid(123456789) != 0) _exit(3);
+    Report(pipe, "\"" + CurrentUserName() + "\"");
+  });
+  EXPECT_EQ(other.Line(), "\"\"") << "a user that the system does not know";
+}
+
+TEST(Process, ReadsEnvironmentVariables) {
+  ASSERT_EQ(setenv("ODS_TEST_VARIABLE", "some value", 1), 0);
+  EXPECT_EQ(EnvironmentVariable("ODS_TEST_VARIABLE"), "some value");
+  ASSERT_EQ(unsetenv("ODS_TEST_VARIABLE"), 0);
+  EXPECT_EQ(EnvironmentVariable("ODS_TEST_VARIABLE"), "");
+}
+
+TEST(Process, TakesTheTempFolderFromTheEnvironment) {
+  const std::string before = EnvironmentVariable("TMPDIR");
+  setenv("TMPDIR", "/var/tmp", 1);
+  EXPECT_EQ(SystemTempFolder(), "/var/tmp");
+  setenv("TMPDIR", "relative", 1);
+  EXPECT_EQ(SystemTempFolder(), "/tmp");
+  unsetenv("TMPDIR");
+  EXPECT_EQ(SystemTempFolder(), "/tmp");
+  if (!before.empty()) setenv("TMPDIR", before.c_str(), 1);
+}
+
+TEST(Time, IsLocal) {
+  const std::string before = EnvironmentVariable("TZ");
+  setenv("TZ", "XYZ-5:30", 1);  // five and a half hours east
+  tzset();
+  const std::time_t now = std::time(nullptr);
+  const Date zero = *Date::FromParts({.year = 1970, .month = 1, .day = 1});
+  EXPECT_NEAR(static_cast<double>(LocalNow().seconds - zero.seconds), static_cast<double>(now + 19800), 2);
+
+  const TestFolder folder;
+  WriteText(folder / "file", "");
+  const timeval times[2] = {{.tv_sec = 1000000000, .tv_usec = 0}, {.tv_sec = 1000000000, .tv_usec = 250000}};
+  ASSERT_EQ(utimes((folder / "file").c_str(), times), 0);
+  EXPECT_EQ(FileModificationTime(folder / "file").seconds - zero.seconds, 1000000000 + 19800);
+  EXPECT_FALSE(FileModificationTime(folder / "file").dateOnly);
+  before.empty() ? unsetenv("TZ") : setenv("TZ", before.c_str(), 1);
+  tzset();
+}
+
+TEST(Time, OfAMissingFileIsZero) {
+  const TestFolder folder;
+  EXPECT_EQ(FileModificationTime(folder / "none"), Date{});
+  EXPECT_EQ(FileModificationStamp(folder / "none"), 0);
+}
+
+TEST(Time, StampsTellChangesWithinASecond) {
+  const TestFolder folder;
+  const std::string path = folder / "file";
+  WriteText(path, "");
+  const auto stampAt = [&path](std::int64_t seconds, long nanoseconds) {
+    const timespec times[2] = {{.tv_sec = seconds, .tv_nsec = nanoseconds},
+                               {.tv_sec = seconds, .tv_nsec = nanoseconds}};
+    EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    return FileModificationStamp(path);
+  };
+  EXPECT_EQ(stampAt(1000000000, 5), stampAt(1000000000, 5));
+  EXPECT_NE(stampAt(1000000000, 5), stampAt(1000000000, 6));
+  EXPECT_NE(stampAt(0, 0), 0) << "an existing file never looks missing";
+}
+
+TEST(Sleep, TakesItsTime) {
+  const auto start = Clock::now();
+  SleepMilliseconds(30);
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(30));
+  SleepMilliseconds(-1);
+}
+
+TEST(Sleep, EndsEarlyByASignal) {
+  Child sleeper([](int pipe) {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, nullptr);
+    Report(pipe, "sleeping");
+    SleepMilliseconds(60000);
+  });
+  ASSERT_EQ(sleeper.Line(), "sleeping");
+  SleepMilliseconds(50);
+  EXPECT_EQ(sleeper.End(SIGUSR1), 0);
+}
+
+TEST(AppendToPrivateFile, CreatesAppendsAndTellsTheSize) {
+  const TestFolder folder;
+  const std::string path = folder / "log";
+  const mode_t before = umask(0);
+  EXPECT_EQ(AppendToPrivateFile(path, "one\n"), 4U);
+  umask(before);
+  EXPECT_EQ(ModeOf(path), 0600U);
+  EXPECT_EQ(AppendToPrivateFile(path, "two\n"), 8U);
+  EXPECT_EQ(AppendToPrivateFile(path, ""), 8U);
+  EXPECT_EQ(ReadText(path), "one\ntwo\n");
+}
+
+TEST(AppendToPrivateFile, NamesThePathThatCannotBeWritten) {
+  const TestFolder folder;
+  EXPECT_EQ(Raised([&] { AppendToPrivateFile(folder / "no/log", "x"); }),
+            "1000 Unable to append to file \"" + (folder / "no/log") + "\": No such file or directory");
+  EXPECT_EQ(Raised([] { AppendToPrivateFile("/dev/full", "x"); }),
+            "1000 Unable to append to file \"/dev/full\": No space left on device");
+}
+
+TEST(AppendToPrivateFile, NeverFollowsALinkNorWaitsForAPipe) {
+  const TestFolder folder;
+  std::filesystem::create_symlink(folder / "victim", folder / "link");
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_THROW(AppendToPrivateFile(folder / "link", "x"), Error);
+  EXPECT_THROW(AppendToPrivateFile(folder / "pipe", "x"), Error);
+  EXPECT_FALSE(CanAppendTo(folder / "link"));
+  EXPECT_FALSE(CanAppendTo(folder / "pipe"));
+  EXPECT_FALSE(std::filesystem::exists(folder / "victim"));
+}
+
+TEST(AppendToPrivateFile, TellsThatNoHandleIsLeft) {
+  const TestFolder folder;
+  const std::string path = folder / "log";
+  Child poor([&path](int pipe) {
+    const int next = dup(pipe);
+    close(next);
+    const rlimit none{.rlim_cur = static_cast<rlim_t>(next), .rlim_max = static_cast<rlim_t>(next)};
+    setrlimit(RLIMIT_NOFILE, &none);
+    Report(pipe, Raised([&path] { AppendToPrivateFile(path, "x"); }));
+    Report(pipe, CanAppendTo(path) ? "can" : "cannot");
+  });
+  EXPECT_EQ(poor.Line(), "1000 Unable to get file handle in function PreLog");
+  EXPECT_EQ(poor.Line(), "cannot");
+}
+
+TEST(CanAppendTo, TellsWhetherAFileCanBeOpened) {
+  const TestFolder folder;
+  EXPECT_TRUE(CanAppendTo(folder / "log"));
+  EXPECT_FALSE(CanAppendTo(folder / "no/log"));
+  EXPECT_FALSE(CanAppendTo(folder.Path()));
+}
+
+TEST(WriteFileAtomically, ReplacesTheContentByANewFile) {
+  const TestFolder folder;
+  const std::string path = folder / "status.xml";
+  WriteText(path, "a much longer old content");
+  std::ifstream reader(path);  // who reads meanwhile keeps the whole old content
+  WriteFileAtomically(path, "new");
+  EXPECT_EQ(ReadText(path), "new");
+  EXPECT_EQ(ModeOf(path), 0600U);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "a much longer old content");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1) << "nothing is left beside it";
+}
+
+TEST(WriteFileAtomically, NamesThePathAndLeavesNothingWhenItFails) {
+  const TestFolder folder;
+  EXPECT_EQ(Raised([&] { WriteFileAtomically(folder / "no/file", "x"); }),
+            "1000 Unable to write file \"" + (folder / "no/file") + "\": No such file or directory");
+  std::filesystem::create_directories(folder / "taken/full");
+  EXPECT_EQ(Raised([&] { WriteFileAtomically(folder / "taken", "x"); }),
+            "1000 Unable to write file \"" + (folder / "taken") + "\": Is a directory");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1) << "only the folder is there";
+}
+
+TEST(StopSignals, SeeTerminateAndInterruptAndKeepTheProcessAlive) {
+  for (const int signal : {SIGTERM, SIGINT}) {
+    Child process([](int pipe) {
+      StopSignals signals;
+      Report(pipe, signals.Requested() ? "early" : "running");
+      for (int rounds = 0; rounds < 1000 && !signals.Requested(); ++rounds) SleepMilliseconds(10);
+      Report(pipe, signals.Requested() ? "stopped" : "never");
+      Report(pipe, signals.Requested() ? "still stopped" : "forgotten");
+    });
+    ASSERT_EQ(process.Line(), "running");
+    kill(process.Pid(), signal);
+    EXPECT_EQ(process.Line(), "stopped");
+    EXPECT_EQ(process.Line(), "still stopped");
+    EXPECT_EQ(process.End(0), 0);
+  }
+}
+
+TEST(StopSignals, ARepeatedRequestDoesNotKillAProcessOnItsWayOut) {
+  Child process([](int pipe) {
+    {
+      StopSignals signals;
+      kill(getpid(), SIGTERM);
+      Report(pipe, signals.Requested() ? "stopped" : "not");
+      kill(getpid(), SIGTERM);
+      kill(getpid(), SIGINT);
+    }
+    Report(pipe, "ended in order");
+  });
+  EXPECT_EQ(process.Line(), "stopped");
+  EXPECT_EQ(process.Line(), "ended in order");
+  EXPECT_EQ(process.End(0), 0);
+}
+
+TEST(StopSignals, ActAsEverAfterwards) {
+  Child process([](int pipe) {
+    { const StopSignals signals; }
+    Report(pipe, "unwatched");
+    pause();
+  });
+  ASSERT_EQ(process.Line(), "unwatched");
+  const int status = process.End(SIGTERM);
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(WTERMSIG(status), SIGTERM);
+}
+
+TEST(FileNames, AreEncodedByteByByteAndDecodedLeniently) {
+  EXPECT_EQ(PercentEncode("aZ09._-"), "aZ09._-");
+  EXPECT_EQ(PercentEncode("."), "%2E");
+  EXPECT_EQ(PercentEncode("..a"), "%2E.a");
+  EXPECT_EQ(PercentEncode(std::string_view("a/b\0%\xC3\xA4", 7)), "a%2Fb%00%25%C3%A4");
+  EXPECT_EQ(PercentDecode("a%2Fb%00%25%C3%A4"), std::string_view("a/b\0%\xC3\xA4", 7));
+  EXPECT_EQ(PercentDecode("%2f%4A%4a"), "/JJ");
+  EXPECT_EQ(PercentDecode("100%"), "100%");
+  EXPECT_EQ(PercentDecode("%4"), "%4");
+  EXPECT_EQ(PercentDecode("%G1%1G %41"), "%G1%1G A");
+}
+
+}  // namespace
+}  // namespace ods

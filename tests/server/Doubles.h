@@ -1,0 +1,189 @@
+// What a server is put among in tests: scripted queues, a scripted database and a user interface that remembers.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "common/ComponentRegistry.h"
+#include "common/Error.h"
+#include "common/UserInterface.h"
+#include "platform/ado/Ado.h"
+#include "platform/queue/Queue.h"
+#include "support/FakeSession.h"
+
+namespace ods::test {
+
+class ScriptedUserInterface final : public UserInterface {
+ public:
+  [[nodiscard]] bool HasWindows() const override { return hasWindows; }
+  void LetEventsRun() override {
+    ++eventRounds;
+    if (onEvents) onEvents();
+  }
+  void ShowMainWindow() override { calls.emplace_back("show main window"); }
+  void UnloadMainWindow() override { calls.emplace_back("unload main window"); }
+  void ShowOptionsDialog() override { calls.emplace_back("options dialog"); }
+  void MessageBox(const std::string& title, const std::string& text, BoxStyle style) override {
+    calls.push_back((style == BoxStyle::kExclamation ? "warning: " : "information: ") + title + ": " + text);
+  }
+  void AddTraceEntry(std::int32_t /*severity*/, const std::string& text) override { entries.push_back(text); }
+
+  [[nodiscard]] int CountOf(const std::string& entry) const {
+    return static_cast<int>(std::count(entries.begin(), entries.end(), entry));
+  }
+
+  bool hasWindows = false;
+  int eventRounds = 0;
+  std::function<void()> onEvents;
+  std::vector<std::string> calls;
+  std::vector<std::string> entries;
+};
+
+struct SentMessage {
+  std::string id;
+  std::string text;
+};
+
+/// What all queue objects of a test share: the script and the record.
+struct QueueScript {
+  /// One entry a poll; what it returns is the id. When there are no more, `atEnd` is run and nothing waits.
+  std::deque<std::function<std::string()>> polls;
+  std::function<void()> atEnd;
+  std::map<std::string, std::string> packages;
+  /// One entry a send that has to fail; nothing for one that succeeds.
+  std::deque<std::optional<Error>> sendFailures;
+  std::deque<std::optional<Error>> createFailures;
+  std::vector<SentMessage> sent;
+  std::vector<std::string> events;
+
+  /// A message that the next poll returns.
+  void Receive(const std::string& id, const std::string& text) {
+    packages[id] = text;
+    polls.emplace_back([id] { return id; });
+  }
+  /// A poll that returns no message; `action` happens meanwhile.
+  void Idle(std::function<void()> action = [] {}) {
+    polls.emplace_back([action = std::move(action)] {
+      action();
+      return std::string();
+    });
+  }
+};
+
+/// Raises the error that a script has at its front, if any.
+inline void RaiseNext(std::deque<std::optional<Error>>& failures) {
+  if (failures.empty()) return;
+  const std::optional<Error> failure = failures.front();
+  failures.pop_front();
+  if (failure) throw Error(*failure);
+}
+
+class FakeQueue final : public Queue {
+ public:
+  explicit FakeQueue(QueueScript& script) : script_(script) {}
+  ~FakeQueue() override { script_.events.push_back("drop " + folder_); }
+  FakeQueue(const FakeQueue&) = delete;
+  FakeQueue& operator=(const FakeQueue&) = delete;
+  FakeQueue(FakeQueue&&) = delete;
+  FakeQueue& operator=(FakeQueue&&) = delete;
+
+  void SetFolder(const std::string& folder) override { folder_ = folder; }
+  void Create() override {
+    script_.events.push_back("create " + folder_);
+    RaiseNext(script_.createFailures);
+  }
+  std::string Poll(const std::string& id, int waitMilliseconds) override {
+    EXPECT_EQ(id, "");
+    EXPECT_EQ(waitMilliseconds, 100);
+    script_.events.push_back("poll " + folder_);
+    if (script_.polls.empty()) {
+      script_.atEnd();
+      return "";
+    }
+    const auto next = script_.polls.front();
+    script_.polls.pop_front();
+    current_ = next();
+    return current_;
+  }
+  [[nodiscard]] std::string Package() const override {
+    const auto found = script_.packages.find(current_);
+    if (found == script_.packages.end())
+      throw Error(error_number::kOwn, "The message \"" + current_ + "\" is too large.");
+    return found->second;
+  }
+  void SetPackage(std::string text) override { package_ = std::move(text); }
+  void Send(const std::string& id) override {
+    script_.events.push_back("send " + id + " to " + folder_);
+    RaiseNext(script_.sendFailures);
+    script_.sent.push_back({id, package_});
+  }
+  void Answered() override { script_.events.push_back("answered " + current_); }
+
+ private:
+  QueueScript& script_;
+  std::string folder_;
+  std::string current_;
+  std::string package_;
+};
+
+/// What all connections of a test share.
+struct DatabaseScript {
+  std::vector<std::string> opened;
+  std::deque<std::optional<Error>> openFailures;
+  std::deque<std::optional<Error>> schemaFailures;
+  std::vector<ConnectionProperty> properties = {{"DBMS Name", "SQLite"}, {"Current Catalog", "main"}};
+  std::string defaultDatabase;
+  std::vector<Row> literals;
+  std::vector<Row> tables;
+  std::vector<Schema> schemas;
+  std::vector<Value> tableRestrictions;
+  int alive = 0;
+};
+
+class TestConnection final : public Connection {
+ public:
+  explicit TestConnection(DatabaseScript& script) : script_(script) { ++script_.alive; }
+  ~TestConnection() override { --script_.alive; }
+  TestConnection(const TestConnection&) = delete;
+  TestConnection& operator=(const TestConnection&) = delete;
+  TestConnection(TestConnection&&) = delete;
+  TestConnection& operator=(TestConnection&&) = delete;
+
+  void Open(const std::string& connectionString) override {
+    script_.opened.push_back(connectionString);
+    EXPECT_EQ(script_.alive, 1) << "the old connection is gone before the new one opens";
+    RaiseNext(script_.openFailures);
+  }
+  [[nodiscard]] const std::vector<ConnectionProperty>& Properties() const override { return script_.properties; }
+  [[nodiscard]] std::string DefaultDatabase() const override { return script_.defaultDatabase; }
+  [[nodiscard]] std::shared_ptr<RecordSet> OpenSchema(Schema schema, const std::vector<Value>& restrictions) override {
+    script_.schemas.push_back(schema);
+    RaiseNext(script_.schemaFailures);
+    if (schema == Schema::kProviderTypes) return MakeRows(TextColumns({"TYPE_NAME"}), {{"integer"}});
+    if (schema == Schema::kDBInfoLiterals)
+      return MakeRows(TextColumns({"LiteralName", "LiteralValue"}), script_.literals);
+    script_.tableRestrictions = restrictions;
+    return MakeRows(TextColumns({"TABLE_CATALOG", "TABLE_SCHEMA", "TABLE_NAME", "TABLE_TYPE"}), script_.tables);
+  }
+  [[nodiscard]] std::shared_ptr<RecordSet> OpenRecordSet(const std::string& sql, std::int32_t /*maxRecords*/) override {
+    throw Error(error_number::kGeneralFailure, "unexpected statement: " + sql);
+  }
+
+ private:
+  DatabaseScript& script_;
+};
+
+inline void RegisterDoubles(ComponentRegistry& components, QueueScript& queues, DatabaseScript& database) {
+  components.Register("Halvik.Queue", [&queues] { return std::make_shared<FakeQueue>(queues); });
+  components.Register("ADODB.Connection", [&database] { return std::make_shared<TestConnection>(database); });
+}
+
+}  // namespace ods::test

@@ -1,0 +1,135 @@
+#include "server/modDispatch.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+#include "catalogue/modFieldList.h"
+#include "catalogue/modKeys.h"
+#include "catalogue/modTableList.h"
+#include "common/Error.h"
+#include "support/FakeSession.h"
+#include "tabledata/modTableData.h"
+
+namespace ods {
+namespace {
+
+void Raise(const XmlDocument& /*request*/, XmlDocument& /*response*/, DataSession& /*session*/) {
+  throw Error(7, "handler failed");
+}
+
+RequestHandler FindRaise(std::string_view /*type*/) { return &Raise; }
+
+std::string Dispatched(const std::string& type, DataSession* session) {
+  const XmlDocument request("<XML><Type>" + type + "</Type></XML>");
+  XmlDocument response;
+  DispatchRequest(type, request, response, session, &FindHandler);
+  return response.Xml();
+}
+
+std::string ErrorDocument(std::int32_t number, const std::string& description) {
+  XmlDocument response("<XML><Half/></XML>");
+  FillErrorDocument(response, number, description);
+  return response.Xml();
+}
+
+std::string Stamped(const std::string& xml) {
+  XmlDocument response(xml);
+  StampResponse(response, "ID");
+  return response.Xml();
+}
+
+TEST(DispatchTable, KnowsTheHandlers) {
+  EXPECT_EQ(FindHandler("Ping"), &Ping);
+  EXPECT_EQ(FindHandler("TableList"), &ProcessTableList);
+  EXPECT_EQ(FindHandler("FieldList"), &ProcessFieldList);
+  EXPECT_EQ(FindHandler("KeyList"), &ProcessKeyList);
+  EXPECT_EQ(FindHandler("PrimaryKey"), &ProcessPrimaryKey);
+  EXPECT_EQ(FindHandler("TableData"), &TableData);
+}
+
+TEST(DispatchTable, ComparesExactly) {
+  for (const char* type : {"ping", "PING", "Ping ", "", "Status"}) EXPECT_EQ(FindHandler(type), nullptr) << type;
+}
+
+TEST(Dispatch, PingIsAnswered) {
+  test::FakeSession fake;
+  EXPECT_EQ(Dispatched("Ping", &fake.session), "<XML><Ping>OK</Ping></XML>");
+}
+
+TEST(Dispatch, AnUnknownTypeGetsErrorOne) {
+  test::FakeSession fake;
+  EXPECT_EQ(Dispatched("ping", &fake.session),
+            "<XML><Error>1</Error><Message>Unknown message type: ping</Message></XML>");
+  EXPECT_EQ(Dispatched("", &fake.session), "<XML><Error>1</Error><Message>Unknown message type: </Message></XML>");
+}
+
+TEST(Dispatch, MarkupInATypeIsText) {
+  test::FakeSession fake;
+  const XmlDocument request;
+  XmlDocument response;
+  DispatchRequest("<a>&", request, response, &fake.session, &FindHandler);
+  EXPECT_EQ(GetNodeText(response, "/XML/Message"), "Unknown message type: <a>&");
+}
+
+TEST(Dispatch, WithoutASessionEveryTypeGetsErrorThousand) {
+  for (const char* type : {"Ping", "TableList", "nonsense", ""}) {
+    EXPECT_EQ(Dispatched(type, nullptr),
+              "<XML><Error>1000</Error><Message>The database connection is not open. The database configuration may be "
+              "invalid.</Message></XML>");
+  }
+}
+
+TEST(Dispatch, AStatusRequestIsUnknownWithAndWithoutASession) {
+  test::FakeSession fake;
+  constexpr const char* kUnknown = "<XML><Error>1</Error><Message>Unknown message type: Status</Message></XML>";
+  EXPECT_EQ(Dispatched("Status", nullptr), kUnknown);
+  EXPECT_EQ(Dispatched("Status", &fake.session), kUnknown);
+}
+
+TEST(Dispatch, TheErrorOfAHandlerIsRaised) {
+  test::FakeSession fake;
+  const XmlDocument request;
+  XmlDocument response;
+  const auto [number, text] =
+      test::ErrorOf([&] { DispatchRequest("any", request, response, &fake.session, &FindRaise); });
+  EXPECT_EQ(number, 7);
+  EXPECT_EQ(text, "handler failed");
+}
+
+TEST(ErrorDocument, HoldsNumberAndDescription) {
+  EXPECT_EQ(ErrorDocument(-2147217865, "no such table: x"),
+            "<XML><Error>-2147217865</Error><Message>no such table: x</Message></XML>");
+}
+
+TEST(ErrorDocument, ADescriptionGoesInAsItIs) {
+  EXPECT_EQ(ErrorDocument(1, "a &amp; <b>c</b>"), "<XML><Error>1</Error><Message>a &amp; <b>c</b></Message></XML>");
+}
+
+TEST(ErrorDocument, ADescriptionThatIsNoXmlGoesInAsText) {
+  for (const std::string text : {"a < b & c", "near \"<\": error", "</Message>", "</XML><XML>", "<!DOCTYPE x>"}) {
+    EXPECT_EQ(GetNodeText(XmlDocument(ErrorDocument(1, text)), "/XML/Message"), text);
+  }
+}
+
+TEST(ErrorDocument, WhatXmlCannotCarryDoesNotSpoilIt) {
+  EXPECT_EQ(ErrorDocument(1, "bad\x01 \xFF"), "<XML><Error>1</Error><Message>bad? ?</Message></XML>");
+}
+
+TEST(Stamp, IsAppendedOrReplaced) {
+  EXPECT_EQ(Stamped("<XML><Ping>OK</Ping></XML>"), "<XML><Ping>OK</Ping><DataSession>ID</DataSession></XML>");
+  EXPECT_EQ(Stamped("<XML><DataSession>old</DataSession><Ping/></XML>"),
+            "<XML><DataSession>ID</DataSession><Ping/></XML>");
+}
+
+TEST(Stamp, OnlyTheChildOfTheRootCounts) {
+  EXPECT_EQ(Stamped("<XML><A><DataSession>x</DataSession></A></XML>"),
+            "<XML><A><DataSession>x</DataSession></A><DataSession>ID</DataSession></XML>");
+}
+
+TEST(Stamp, AResponseWithoutTheRootGetsIt) {
+  EXPECT_EQ(Stamped(""), "<XML><DataSession>ID</DataSession></XML>");
+  EXPECT_EQ(Stamped("<Other/>"), "<XML><DataSession>ID</DataSession></XML>");
+}
+
+}  // namespace
+}  // namespace ods

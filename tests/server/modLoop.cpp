@@ -1,0 +1,629 @@
+#include "server/modLoop.h"
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <limits>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "common/Conversions.h"
+#include "common/Files.h"
+#include "platform/system/System.h"
+#include "server/Doubles.h"
+
+namespace ods {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+constexpr const char* kNoConnection = "The database connection is not open. The database configuration may be invalid.";
+
+void RaiseDriverError(const XmlDocument& /*request*/, XmlDocument& response, DataSession& /*session*/) {
+  response.LoadXML("<XML><Half>done</Half></XML>");
+  throw Error(-2147217865, "no such table: t");
+}
+
+void RaiseMarkup(const XmlDocument& /*request*/, XmlDocument& /*response*/, DataSession& /*session*/) {
+  throw Error(5, "near \"<\": syntax error & more");
+}
+
+void RaiseNoMemory(const XmlDocument& /*request*/, XmlDocument& /*response*/, DataSession& /*session*/) {
+  throw std::bad_alloc();
+}
+
+void FillNothing(const XmlDocument& /*request*/, XmlDocument& /*response*/, DataSession& /*session*/) {}
+
+/// Adds one to an entry of the session's cache and answers with it.
+void CountInCache(const XmlDocument& /*request*/, XmlDocument& response, DataSession& session) {
+  const std::int32_t count = SafeLng(session.cache->Item("count")) + 1;
+  session.cache->Set("count", count);
+  response.LoadXML("<XML><Count>" + std::to_string(count) + "</Count></XML>");
+}
+
+RequestHandler FindTestHandler(std::string_view type) {
+  if (type == "DriverError") return &RaiseDriverError;
+  if (type == "Markup") return &RaiseMarkup;
+  if (type == "NoMemory") return &RaiseNoMemory;
+  if (type == "Nothing") return &FillNothing;
+  if (type == "Count") return &CountInCache;
+  return FindHandler(type);
+}
+
+/// A main loop that runs until its script is at its end.
+class LoopTest : public testing::Test {
+ protected:
+  LoopTest() {
+    auto log = std::make_unique<Log>();
+    log->folder = folder_.Path();
+    tracer_.SetLog(std::move(log));
+    process_.ui = &ui_;
+    process_.tracer = &tracer_;
+    process_.components = &components_;
+    test::RegisterDoubles(components_, queues_, database_);
+    settings_.config = folder_.Path() + "/dataserver.xml";
+    settings_.messagefile = folder_.Path() + "/message.xml";
+    settings_.inqueue = "in";
+    settings_.outqueue = "out";
+    Configure("DSN=test");
+    LoadConfiguration(settings_.config, settings_.configuration);
+    state_.RunFlag = true;
+    state_.pollingEnabled = true;
+    state_.databaseConnectPending = true;
+    state_.queueConnectPending = true;
+    state_.buttonState = button_state::kStop;
+    queues_.atEnd = [this] { state_.RunFlag = false; };
+    ui_.onEvents = [this] { StopWhenLost(); };
+  }
+
+  void Run() {
+    StatusSignals signals(tracer_, settings_.messagefile, settings_.alivefile);
+    MainLoop({settings_, state_, process_, signals, stopRequested_, &FindTestHandler});
+  }
+  /// Saves a configuration file that is later than every one before.
+  void Configure(const std::string& connectionString) {
+    Configuration configuration;
+    configuration.ConnectionString = connectionString;
+    SaveConfiguration(settings_.config, configuration);
+    Touch();
+  }
+  void Touch() {
+    std::filesystem::last_write_time(settings_.config,
+                                     std::filesystem::file_time_type::clock::now() + std::chrono::hours(++saves_));
+  }
+  void StopWhenLost() {
+    if (ui_.eventRounds < 300) return;
+    ADD_FAILURE() << "the loop does not end";
+    state_.RunFlag = false;
+  }
+  /// Runs `action` at the `round`th time that events run from now on.
+  void AtEvents(int round, std::function<void()> action) {
+    const int due = ui_.eventRounds + round;
+    ui_.onEvents = [this, due, action = std::move(action)] {
+      StopWhenLost();
+      if (ui_.eventRounds == due) action();
+    };
+  }
+  void Request(const std::string& id, const std::string& type) {
+    queues_.Receive(id, "<XML><Type>" + type + "</Type></XML>");
+  }
+  [[nodiscard]] XmlDocument Answer(std::size_t index) const { return XmlDocument(queues_.sent.at(index).text); }
+  [[nodiscard]] std::string AnswerText(std::size_t index, const char* xpath) const {
+    return GetNodeText(Answer(index), xpath);
+  }
+  [[nodiscard]] std::string Report(const char* xpath) const {
+    XmlDocument document;
+    document.Load(settings_.messagefile);
+    return GetNodeText(document, xpath);
+  }
+  [[nodiscard]] int EventCount(const std::string& event) const {
+    return static_cast<int>(std::count(queues_.events.begin(), queues_.events.end(), event));
+  }
+
+  test::TemporaryFolder folder_;
+  test::ScriptedUserInterface ui_;
+  Tracer tracer_{ui_};
+  ComponentRegistry components_;
+  test::QueueScript queues_;
+  test::DatabaseScript database_;
+  ProcessState process_;
+  Settings settings_;
+  ServerState state_;
+  std::function<bool()> stopRequested_;
+  int saves_ = 0;
+};
+
+TEST_F(LoopTest, TracesItsWholeWay) {
+  Request("m1", "Ping");
+  Run();
+  EXPECT_THAT(ui_.entries,
+              ElementsAre("In main loop", "Start conditions: run=True, parentmutex(\"\")=False",
+                          "Connect to database: DSN=test", "Get database information", "Property: DBMS Name=SQLite",
+                          "Property: Current Catalog=main", "Connect to Queue", "Connect to queue \"in\"",
+                          "Connect to queue \"out\"", "Start Polling", MatchesRegex("Pingm1 \\([0-9]+ ms\\)"),
+                          "Stop conditions: run=False, parentmutex(\"\")=False", "Exit main loop"));
+}
+
+TEST_F(LoopTest, AnswersAMessageUnderItsId) {
+  Request("m1", "Ping");
+  Run();
+  ASSERT_EQ(queues_.sent.size(), 1U);
+  EXPECT_EQ(queues_.sent[0].id, "m1");
+  EXPECT_EQ(queues_.sent[0].text,
+            "<XML><Ping>OK</Ping><DataSession>" + state_.ServerSessionId + "</DataSession></XML>");
+  EXPECT_THAT(queues_.events, ElementsAre("create in", "create out", "poll in", "send m1 to out", "answered m1",
+                                          "poll in", "drop out", "drop in"));
+}
+
+TEST_F(LoopTest, LetsOthersRunAfterEveryPollAndMessage) {
+  Request("m1", "Ping");
+  queues_.Idle();
+  Run();
+  EXPECT_EQ(ui_.eventRounds, 4) << "at the entry, after the message, and after two polls";
+}
+
+TEST_F(LoopTest, BeatsTheHeartAtItsEntry) {
+  settings_.alivefile = folder_.Path() + "/alive.xml";
+  state_.RunFlag = false;
+  Run();
+  EXPECT_EQ(GetNodeText(XmlDocument(ReadFileText(settings_.alivefile)), "/XML/Type"), "Running");
+}
+
+TEST_F(LoopTest, EveryResponseCarriesTheSameSession) {
+  Request("m1", "Ping");
+  Request("m2", "nonsense");
+  Request("m3", "DriverError");
+  Run();
+  ASSERT_EQ(queues_.sent.size(), 3U);
+  EXPECT_EQ(state_.ServerSessionId.size(), 36U);
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(AnswerText(i, "/XML/DataSession"), state_.ServerSessionId);
+}
+
+TEST_F(LoopTest, ASessionIdThatThereIsIsKept) {
+  state_.ServerSessionId = "given";
+  Request("m1", "Ping");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/DataSession"), "given");
+}
+
+TEST_F(LoopTest, CountsEveryMessage) {
+  Request("m1", "Ping");
+  Request("m2", "DriverError");
+  Request("m3", "nonsense");
+  queues_.polls.emplace_back([] { return "unreadable"; });
+  Run();
+  EXPECT_EQ(state_.requestCount, 4);
+}
+
+TEST_F(LoopTest, ACountThatWouldOverflowIsAnErrorAndTheMessageStays) {
+  state_.requestCount = std::numeric_limits<std::int32_t>::max();
+  Request("m1", "Ping");
+  EXPECT_EQ(test::ErrorOf([&] { Run(); }).first, error_number::kOverflow);
+  EXPECT_EQ(EventCount("answered m1"), 0);
+}
+
+TEST_F(LoopTest, AnUnknownTypeGetsErrorOneAndNoRestart) {
+  Request("m1", "ping");
+  queues_.Receive("m2", "<XML/>");
+  queues_.Receive("m3", "no XML at all");
+  Run();
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(AnswerText(i, "/XML/Error"), "1");
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), "Unknown message type: ping");
+  EXPECT_EQ(AnswerText(1, "/XML/Message"), "Unknown message type: ");
+  EXPECT_EQ(AnswerText(2, "/XML/Message"), "Unknown message type: ");
+  EXPECT_FALSE(std::filesystem::exists(settings_.messagefile));
+  EXPECT_THAT(ui_.entries, Contains(MatchesRegex("m2 \\([0-9]+ ms\\)")));
+}
+
+TEST_F(LoopTest, AHandlersErrorBecomesAnErrorDocumentAndARestartRequest) {
+  Request("m1", "DriverError");
+  Request("m2", "Ping");
+  Run();
+  EXPECT_EQ(queues_.sent[0].text, "<XML><Error>-2147217865</Error><Message>no such table: t</Message><DataSession>" +
+                                      state_.ServerSessionId + "</DataSession></XML>");
+  constexpr const char* kText =
+      "Request a restart of dataserver in order to recover error state. -2147217865 no such table: t";
+  EXPECT_EQ(Report("/XML/Type"), "Restart");
+  EXPECT_EQ(Report("/XML/Code"), "ErrorProcessingMessage");
+  EXPECT_EQ(Report("/XML/Message"), kText);
+  EXPECT_EQ(ui_.CountOf(std::string("Report status: Restart - ") + kText), 1);
+  EXPECT_EQ(AnswerText(1, "/XML/Ping"), "OK") << "the loop goes on";
+}
+
+TEST_F(LoopTest, AnErrorTextThatIsNoXmlArrivesAllTheSame) {
+  Request("m1", "Markup");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Error"), "5");
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), "near \"<\": syntax error & more");
+}
+
+TEST_F(LoopTest, ErrorsOfTheLanguageCountAsOwnOnes) {
+  Request("m1", "NoMemory");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Error"), "1000");
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), std::bad_alloc().what());
+  EXPECT_EQ(Report("/XML/Type"), "Restart");
+}
+
+TEST_F(LoopTest, AResponseWithoutARootGetsOne) {
+  Request("m1", "Nothing");
+  Run();
+  EXPECT_EQ(queues_.sent[0].text, "<XML><DataSession>" + state_.ServerSessionId + "</DataSession></XML>");
+}
+
+TEST_F(LoopTest, AMessageThatCannotBeReadIsAnsweredWithoutARestartRequest) {
+  queues_.polls.emplace_back([] { return "m1"; });
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Error"), "1000");
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), "The message \"m1\" is too large.");
+  EXPECT_EQ(AnswerText(0, "/XML/DataSession"), state_.ServerSessionId);
+  EXPECT_EQ(EventCount("answered m1"), 1);
+  EXPECT_FALSE(std::filesystem::exists(settings_.messagefile));
+}
+
+// Stopping
+
+TEST_F(LoopTest, DoesNothingWithoutTheRunFlag) {
+  state_.RunFlag = false;
+  Run();
+  EXPECT_THAT(ui_.entries, ElementsAre("In main loop", "Start conditions: run=False, parentmutex(\"\")=False",
+                                       "Stop conditions: run=False, parentmutex(\"\")=False", "Exit main loop"));
+  EXPECT_EQ(state_.statusText, "Stopped");
+}
+
+TEST_F(LoopTest, FinishesTheMessageInHandBeforeItStops) {
+  queues_.packages["m1"] = "<XML><Type>Ping</Type></XML>";
+  queues_.polls.emplace_back([this] {
+    state_.RunFlag = false;
+    return "m1";
+  });
+  Request("m2", "Ping");
+  Run();
+  ASSERT_EQ(queues_.sent.size(), 1U);
+  EXPECT_EQ(EventCount("answered m1"), 1);
+}
+
+TEST_F(LoopTest, AStopFromOutsideClearsTheRunFlag) {
+  bool stop = false;
+  stopRequested_ = [&] { return stop; };
+  queues_.Idle([&] { stop = true; });
+  queues_.Idle();
+  Run();
+  EXPECT_FALSE(state_.RunFlag);
+  EXPECT_EQ(queues_.polls.size(), 1U);
+}
+
+TEST_F(LoopTest, StopsWhenTheParentMutexIsGone) {
+  settings_.parentmutex = "ods-test-" + std::to_string(CurrentProcessId()) + "-parent";
+  auto parent = std::make_unique<NamedMutex>(settings_.parentmutex);
+  queues_.Idle();
+  queues_.Idle([&] { parent.reset(); });
+  queues_.Idle();
+  Run();
+  EXPECT_EQ(queues_.polls.size(), 1U);
+  EXPECT_EQ(ui_.entries[1], "Start conditions: run=True, parentmutex(\"" + settings_.parentmutex + "\")=True");
+  EXPECT_EQ(ui_.CountOf("Stop conditions: run=True, parentmutex(\"" + settings_.parentmutex + "\")=False"), 1);
+}
+
+TEST_F(LoopTest, WithoutItsParentItDoesNotEvenConnect) {
+  settings_.parentmutex = "ods-test-" + std::to_string(CurrentProcessId()) + "-nobody";
+  Run();
+  EXPECT_THAT(database_.opened, IsEmpty());
+  EXPECT_THAT(queues_.events, IsEmpty());
+}
+
+// Status and button
+
+TEST_F(LoopTest, TellsItsStatus) {
+  std::vector<std::string> seen;
+  queues_.packages["m1"] = "<XML><Type>Ping</Type></XML>";
+  queues_.polls.emplace_back([&] {
+    seen.push_back(state_.statusText + "/" + state_.buttonState);
+    return "m1";
+  });
+  ui_.onEvents = [&] { seen.push_back(state_.statusText + "/" + state_.buttonState); };
+  state_.buttonState = button_state::kStart;
+  Run();
+  EXPECT_THAT(seen, ElementsAre("/START", "Running/STOP", "Processing.../STOP", "Running/STOP"));
+  EXPECT_EQ(state_.statusText, "Stopped");
+}
+
+TEST_F(LoopTest, TellsThatItConnects) {
+  std::vector<std::string> seen;
+  components_.Register("ADODB.Connection", [&] {
+    seen.push_back(state_.statusText);
+    return std::make_shared<test::TestConnection>(database_);
+  });
+  components_.Register("Halvik.Queue", [&] {
+    seen.push_back(state_.statusText);
+    return std::make_shared<test::FakeQueue>(queues_);
+  });
+  Run();
+  EXPECT_THAT(seen, ElementsAre("Connect to Database", "Connect to Queue", "Connect to Queue"));
+}
+
+// The database
+
+TEST_F(LoopTest, AFailedConnectIsReportedAndRequestsGetErrorThousand) {
+  database_.openFailures.emplace_back(Error(-2147217843, "Login failed"));
+  Request("m1", "Ping");
+  Run();
+  EXPECT_EQ(ui_.CountOf("Error connecting to database. Error -2147217843. Login failed"), 1);
+  EXPECT_EQ(Report("/XML/Type"), "Message");
+  EXPECT_EQ(Report("/XML/Code"), "UnableToConnectDB");
+  EXPECT_EQ(Report("/XML/Message"), "Unable to connect to database.");
+  EXPECT_EQ(AnswerText(0, "/XML/Error"), "1000");
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), kNoConnection);
+  EXPECT_EQ(AnswerText(0, "/XML/DataSession"), state_.ServerSessionId);
+  EXPECT_EQ(database_.opened.size(), 1U) << "no other try";
+}
+
+TEST_F(LoopTest, AFailedLookUpCountsAsAFailedConnect) {
+  database_.schemaFailures.emplace_back(std::nullopt);
+  database_.schemaFailures.emplace_back(Error(error_number::kGeneralFailure, "no literals"));
+  Request("m1", "Ping");
+  Run();
+  EXPECT_EQ(ui_.CountOf("Error connecting to database. Error -2147467259. no literals"), 1);
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), kNoConnection);
+}
+
+TEST_F(LoopTest, AFailedConnectIsShownToAPerson) {
+  settings_.Unattended = false;
+  database_.openFailures.emplace_back(Error(-2147217843, "Login failed"));
+  Run();
+  EXPECT_THAT(
+      ui_.calls,
+      ElementsAre("warning: Korvanta: Error connecting to the database.\nThe Options dialog will now appear. Please "
+                  "specify a new database connection or check the existing one.\nError Information:\nConnection string "
+                  "is DSN=test\n-2147217843 (0x80040E4D)\nLogin failed",
+                  "options dialog"));
+  EXPECT_FALSE(std::filesystem::exists(settings_.messagefile));
+}
+
+TEST_F(LoopTest, WithoutAPendingConnectRequestsGetErrorThousand) {
+  state_.databaseConnectPending = false;
+  Request("m1", "Ping");
+  Run();
+  EXPECT_THAT(database_.opened, IsEmpty());
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), kNoConnection);
+}
+
+TEST_F(LoopTest, ASavedWorkbookConnectsAnew) {
+  const std::string workbook = folder_.Path() + "/Book.xls";
+  std::ofstream(workbook) << "1";
+  database_.properties = {{"DBMS Name", "EXCEL"}, {"Current Catalog", folder_.Path() + "/Book"}};
+  queues_.Idle();
+  queues_.Idle([&] {
+    std::filesystem::last_write_time(workbook, std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+  });
+  queues_.Idle();
+  Run();
+  EXPECT_EQ(database_.opened.size(), 2U);
+  EXPECT_EQ(EventCount("create in"), 2);
+}
+
+// The configuration file
+
+TEST_F(LoopTest, AChangedFileConnectsAnew) {
+  Request("m1", "Count");
+  Request("m2", "Count");
+  queues_.Idle([this] { Configure("DSN=other"); });
+  Request("m3", "Count");
+  Run();
+  EXPECT_THAT(database_.opened, ElementsAre("DSN=test", "DSN=other"));
+  EXPECT_EQ(AnswerText(1, "/XML/Count"), "2");
+  EXPECT_EQ(AnswerText(2, "/XML/Count"), "1") << "the cache is a new one";
+  EXPECT_EQ(ui_.CountOf("Reload ini-file from: " + FormatDate(FileModificationTime(settings_.config))), 1);
+  EXPECT_EQ(ui_.CountOf("Start Polling"), 1) << "polling went on";
+}
+
+TEST_F(LoopTest, AReconnectLetsGoOfTheOldQueuesFirst) {
+  Request("m1", "Ping");
+  queues_.Idle([this] { Configure("DSN=other"); });
+  Run();
+  EXPECT_THAT(queues_.events,
+              ElementsAre("create in", "create out", "poll in", "send m1 to out", "answered m1", "poll in", "drop in",
+                          "drop out", "create in", "create out", "poll in", "drop out", "drop in"));
+}
+
+TEST_F(LoopTest, WithoutAConnectionStringPollingStops) {
+  queues_.Idle([this] {
+    Configure("");
+    AtEvents(3, [this] {
+      EXPECT_EQ(state_.statusText, "Stopped");
+      EXPECT_EQ(state_.buttonState, "START");
+      state_.RunFlag = false;
+    });
+  });
+  Run();
+  EXPECT_EQ(EventCount("poll in"), 1);
+  EXPECT_EQ(ui_.CountOf("Stop Polling"), 1);
+  EXPECT_EQ(Report("/XML/Code"), "UnableToConnectDB");
+  EXPECT_EQ(ui_.CountOf("Report status: Message - Unable to connect to database."), 1);
+}
+
+TEST_F(LoopTest, StoppedItSleepsBetweenRounds) {
+  state_.pollingEnabled = false;
+  AtEvents(4, [this] { state_.RunFlag = false; });
+  const auto start = std::chrono::steady_clock::now();
+  Run();
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(290));
+  EXPECT_EQ(ui_.CountOf("Stop Polling"), 0) << "it had not polled";
+}
+
+TEST_F(LoopTest, AConnectionStringStartsPollingAgain) {
+  queues_.Idle([this] {
+    Configure("");
+    AtEvents(2, [this] { Configure("DSN=new"); });
+  });
+  Request("m1", "Ping");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Ping"), "OK");
+  EXPECT_THAT(database_.opened, ElementsAre("DSN=test", "DSN=new"));
+  EXPECT_EQ(ui_.CountOf("Start Polling"), 2);
+  EXPECT_EQ(ui_.CountOf("Stop Polling"), 1);
+  EXPECT_EQ(state_.buttonState, "STOP");
+}
+
+TEST_F(LoopTest, AMissingConnectionStringIsShownToAPerson) {
+  settings_.Unattended = false;
+  queues_.Idle([this] {
+    Configure("");
+    AtEvents(2, [this] { state_.RunFlag = false; });
+  });
+  Run();
+  EXPECT_THAT(ui_.calls, ElementsAre(AllOf(StartsWith("warning: Korvanta: Error connecting to the database.\n"),
+                                           testing::EndsWith("\nConnection string is ")),
+                                     "options dialog"));
+}
+
+TEST_F(LoopTest, AFileThatCannotBeReadLeavesTheSettingsUntilItCan) {
+  queues_.Idle([this] {
+    std::filesystem::remove(settings_.config);
+    std::filesystem::create_directory(settings_.config);
+  });
+  queues_.Idle();
+  Request("m1", "Ping");
+  queues_.Idle([this] {
+    std::filesystem::remove(settings_.config);
+    Configure("DSN=later");
+  });
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Ping"), "OK");
+  EXPECT_THAT(database_.opened, ElementsAre("DSN=test", "DSN=later"));
+  EXPECT_EQ(std::count_if(ui_.entries.begin(), ui_.entries.end(),
+                          [](const std::string& entry) {
+                            return entry.find("Error loading configuration") != std::string::npos;
+                          }),
+            1);
+  EXPECT_EQ(std::count_if(ui_.entries.begin(), ui_.entries.end(),
+                          [](const std::string& entry) { return entry.starts_with("Reload ini-file from: "); }),
+            2);
+}
+
+TEST_F(LoopTest, ARemovedFileIsMadeAnewAndStopsPolling) {
+  queues_.Idle([this] {
+    std::filesystem::remove(settings_.config);
+    AtEvents(2, [this] { state_.RunFlag = false; });
+  });
+  Run();
+  EXPECT_TRUE(std::filesystem::exists(settings_.config));
+  EXPECT_EQ(settings_.configuration.ConnectionString, "");
+  EXPECT_FALSE(state_.pollingEnabled);
+}
+
+// The queues
+
+TEST_F(LoopTest, AQueueThatCannotBeCreatedIsTriedAgainAndTracedOnce) {
+  const Error refused(error_number::kOwn, "no folder");
+  queues_.createFailures = {refused, std::nullopt, refused, Error(error_number::kOwn, "disk full"), std::nullopt};
+  Request("m1", "Ping");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Ping"), "OK");
+  EXPECT_EQ(ui_.CountOf("Error connecting to queue. Error 1000. no folder"), 1);
+  EXPECT_EQ(ui_.CountOf("Error connecting to queue. Error 1000. disk full"), 1);
+  EXPECT_EQ(ui_.CountOf("Connect to Queue"), 1);
+  EXPECT_EQ(database_.opened.size(), 1U);
+}
+
+TEST_F(LoopTest, AMissingQueueComponentDoesNotEndTheLoop) {
+  const ComponentRegistry empty;
+  process_.components = &empty;
+  state_.databaseConnectPending = false;
+  AtEvents(3, [this] { state_.RunFlag = false; });
+  Run();
+  EXPECT_EQ(ui_.CountOf("Error connecting to queue. Error 429. Error creating object: Halvik.Queue"), 1);
+  EXPECT_TRUE(state_.queueConnectPending);
+}
+
+TEST_F(LoopTest, AFailingPollIsTracedOnceAndTriedAgain) {
+  const auto fail = [] {
+    throw Error(error_number::kOwn, "cannot be read");
+    return std::string();
+  };
+  queues_.polls.emplace_back(fail);
+  queues_.polls.emplace_back(fail);
+  Request("m1", "Ping");
+  Run();
+  EXPECT_EQ(ui_.CountOf("Error polling queue. Error 1000. cannot be read"), 1);
+  EXPECT_EQ(AnswerText(0, "/XML/Ping"), "OK");
+  EXPECT_EQ(EventCount("create in"), 1);
+}
+
+TEST_F(LoopTest, AnAnswerThatWaitsAlreadyCountsAsAnswered) {
+  queues_.sendFailures.emplace_back(Error(error_number::kFileExists, "is waiting already"));
+  Request("m1", "Ping");
+  Request("m2", "Ping");
+  Run();
+  EXPECT_EQ(ui_.CountOf("Error sending answer to message m1. Error 58. is waiting already"), 1);
+  EXPECT_EQ(EventCount("send m1 to out"), 1);
+  EXPECT_EQ(EventCount("answered m1"), 1);
+  ASSERT_EQ(queues_.sent.size(), 1U);
+  EXPECT_EQ(queues_.sent[0].id, "m2");
+}
+
+TEST_F(LoopTest, AFailedSendIsTriedAgainUntilItSucceeds) {
+  const Error full(error_number::kOwn, "disk full");
+  queues_.sendFailures = {full, full, Error(error_number::kOwn, "no folder"), std::nullopt};
+  Request("m1", "Ping");
+  Run();
+  EXPECT_EQ(ui_.CountOf("Error sending answer to message m1. Error 1000. disk full"), 1);
+  EXPECT_EQ(ui_.CountOf("Error sending answer to message m1. Error 1000. no folder"), 1);
+  ASSERT_EQ(queues_.sent.size(), 1U);
+  EXPECT_EQ(AnswerText(0, "/XML/Ping"), "OK");
+  EXPECT_EQ(EventCount("answered m1"), 1);
+}
+
+TEST_F(LoopTest, StoppedWhileAnAnswerCannotBeSentItLeavesTheMessage) {
+  for (int i = 0; i < 10; ++i) queues_.sendFailures.emplace_back(Error(error_number::kOwn, "disk full"));
+  Request("m1", "Ping");
+  Request("m2", "Ping");
+  AtEvents(3, [this] { state_.RunFlag = false; });
+  Run();
+  EXPECT_THAT(queues_.sent, IsEmpty());
+  EXPECT_EQ(EventCount("answered m1"), 0);
+  EXPECT_EQ(EventCount("poll in"), 1) << "a poll would remove it";
+  EXPECT_EQ(ui_.entries.back(), "Exit main loop");
+}
+
+TEST_F(LoopTest, AStopFromOutsideIsSeenWhileAnAnswerCannotBeSent) {
+  bool stop = false;
+  stopRequested_ = [&] { return stop; };
+  for (int i = 0; i < 10; ++i) queues_.sendFailures.emplace_back(Error(error_number::kOwn, "disk full"));
+  Request("m1", "Ping");
+  AtEvents(2, [&] { stop = true; });
+  Run();
+  EXPECT_EQ(EventCount("answered m1"), 0);
+  EXPECT_FALSE(state_.RunFlag);
+}
+
+TEST_F(LoopTest, AnIdThatNoAnswerCanHaveIsGivenUp) {
+  const std::string id(201, 'x');
+  queues_.sendFailures.emplace_back(Error(error_number::kOwn, "too long"));
+  Request(id, "Ping");
+  Run();
+  EXPECT_EQ(EventCount("send " + id + " to out"), 1);
+  EXPECT_EQ(EventCount("answered " + id), 1);
+}
+
+TEST_F(LoopTest, AStatusFileThatCannotBeWrittenStopsNothing) {
+  settings_.messagefile = folder_.Path() + "/missing/message.xml";
+  Request("m1", "DriverError");
+  Request("m2", "DriverError");
+  Run();
+  EXPECT_EQ(queues_.sent.size(), 2U);
+  EXPECT_EQ(std::count_if(ui_.entries.begin(), ui_.entries.end(),
+                          [](const std::string& entry) { return entry.starts_with("Error writing status file "); }),
+            1);
+}
+
+}  // namespace
+}  // namespace ods

@@ -1,0 +1,303 @@
+#include "server/modMain.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+
+#include "common/Files.h"
+#include "platform/system/NamedMutex.h"
+#include "platform/system/System.h"
+#include "server/Doubles.h"
+#include "server/modConfiguration.h"
+
+namespace ods {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+/// A server whose program lies in a temporary folder.
+class ServerTest : public testing::Test {
+ protected:
+  ServerTest() {
+    setenv("TEMP", (folder_.Path() + "/temp").c_str(), 1);
+    std::filesystem::create_directory(exeFolder_);
+    test::RegisterDoubles(components_, queues_, database_);
+    // At the end of the script a stop comes from outside.
+    queues_.atEnd = [this] { stop_ = true; };
+  }
+  ~ServerTest() override { unsetenv("TEMP"); }
+
+  void Configure(const std::string& path, const std::string& connectionString = "DSN=test") {
+    Configuration configuration;
+    configuration.ConnectionString = connectionString;
+    MkDirRecurse(path.substr(0, path.rfind('/')));
+    SaveConfiguration(path, configuration);
+  }
+  [[nodiscard]] std::string DefaultIni() const { return exeFolder_ + "/Data/config/dataserver.xml"; }
+  const Settings& Run(const std::string& commandLine) {
+    server_.Run(commandLine);
+    return server_.GetSettings();
+  }
+
+  test::TemporaryFolder folder_;
+  std::string exeFolder_ = folder_.Path() + "/bin";
+  test::ScriptedUserInterface ui_;
+  Tracer tracer_{ui_};
+  ComponentRegistry components_;
+  test::QueueScript queues_;
+  test::DatabaseScript database_;
+  bool stop_ = false;
+  Server server_{{ui_, tracer_, components_, exeFolder_ + "/odbc-data-server", [this] { return stop_; }}};
+};
+
+TEST_F(ServerTest, StartsUpInItsOrder) {
+  Configure(DefaultIni());
+  const std::string mutex = "ods-test-" + std::to_string(CurrentProcessId()) + "-running";
+  const std::string line = "instance=7 hidden runningmutex=" + mutex;
+  bool existed = false;
+  queues_.Idle([&] { existed = MutexExists(mutex); });
+  Run(line);
+  const std::string queueFolder = folder_.Path() + "/temp/Korvanta/7/Queue";
+  EXPECT_THAT(ui_.entries, ElementsAreArray({std::string("Starting odbc-data-server version 1.0.0.0"),
+                                             "Parse command line: " + line,
+                                             "Context file: " + exeFolder_ + "/context.xml",
+                                             "Ini file: " + DefaultIni(),
+                                             "Incoming Queue: " + queueFolder + "/Requests",
+                                             "Outgoing Queue: " + queueFolder + "/Results",
+                                             std::string("Mode: run"),
+                                             "Create mutex: " + mutex,
+                                             "Mutex created: " + mutex,
+                                             std::string("Enter main loop"),
+                                             std::string("In main loop"),
+                                             std::string("Start conditions: run=True, parentmutex(\"\")=False"),
+                                             std::string("Connect to database: DSN=test"),
+                                             std::string("Get database information"),
+                                             std::string("Property: DBMS Name=SQLite"),
+                                             std::string("Property: Current Catalog=main"),
+                                             std::string("Connect to Queue"),
+                                             "Connect to queue \"" + queueFolder + "/Requests\"",
+                                             "Connect to queue \"" + queueFolder + "/Results\"",
+                                             std::string("Start Polling"),
+                                             std::string("Stop conditions: run=False, parentmutex(\"\")=False"),
+                                             std::string("Exit main loop"),
+                                             std::string("Signal that data server is stopped"),
+                                             std::string("Stop")}));
+  EXPECT_TRUE(existed) << "while the loop runs";
+  EXPECT_FALSE(MutexExists(mutex));
+  EXPECT_TRUE(std::filesystem::is_directory(queueFolder + "/Requests"));
+  EXPECT_TRUE(std::filesystem::is_directory(queueFolder + "/Results"));
+  EXPECT_THAT(ui_.calls, IsEmpty());
+}
+
+TEST_F(ServerTest, TheLogBeginsWithTheSystemsEntry) {
+  Run("mode=config hidden");
+  const std::string log = ReadFileText(tracer_.GetLog()->PathOf(LocalNow()));
+  EXPECT_THAT(log, HasSubstr(", 1, 0, 'User="));
+  EXPECT_THAT(log, HasSubstr(", 2, 0, 'Starting "));
+  EXPECT_EQ(tracer_.GetLog()->PathOf(LocalNow()).find(exeFolder_ + "/Data/Logs/"), 0U);
+  EXPECT_THAT(tracer_.GetLog()->PathOf(LocalNow()),
+              testing::EndsWith("-DBSRV-" + std::to_string(CurrentProcessId()) + ".log"));
+  EXPECT_EQ(tracer_.GetLog()->maxsize, 100000);
+}
+
+TEST_F(ServerTest, HasItsDefaults) {
+  const Settings& settings = Run("mode=config");
+  EXPECT_EQ(settings.instance, std::to_string(CurrentProcessId()));
+  EXPECT_EQ(settings.datafolder, exeFolder_ + "/Data");
+  EXPECT_EQ(settings.configfolder, exeFolder_ + "/Data/config");
+  EXPECT_EQ(settings.config, DefaultIni());
+  EXPECT_EQ(settings.context, exeFolder_ + "/context.xml");
+  EXPECT_EQ(settings.inqueue, folder_.Path() + "/temp/Korvanta/" + settings.instance + "/Queue/Requests");
+  EXPECT_EQ(settings.runningmutex + settings.parentmutex + settings.messagefile + settings.alivefile, "");
+  EXPECT_TRUE(std::filesystem::exists(DefaultIni())) << "made with defaults";
+}
+
+TEST_F(ServerTest, TakesEveryPathFromTheCommandLine) {
+  const std::string data = folder_.Path() + "/data";
+  const std::string elsewhere = folder_.Path() + "/elsewhere";
+  Configure(elsewhere + "/my.xml");
+  const Settings& settings =
+      Run("mode=config datafolder=" + data + " configfolder=" + elsewhere + "/cfg config=" + elsewhere +
+          "/my.xml context=" + elsewhere + "/c.xml inqueue=" + elsewhere + "/in outqueue=" + elsewhere + "/out");
+  EXPECT_EQ(settings.configfolder, elsewhere + "/cfg");
+  EXPECT_EQ(settings.configuration.ConnectionString, "DSN=test");
+  EXPECT_FALSE(std::filesystem::exists(elsewhere + "/cfg")) << "made only for the default file";
+  EXPECT_TRUE(std::filesystem::exists(elsewhere + "/in"));
+  EXPECT_TRUE(std::filesystem::exists(elsewhere + "/out"));
+  EXPECT_TRUE(std::filesystem::exists(data + "/Logs"));
+  EXPECT_EQ(ui_.CountOf("Context file: " + elsewhere + "/c.xml"), 1);
+}
+
+TEST_F(ServerTest, ARelativeConfigFolderLiesInTheDataFolder) {
+  const std::string data = folder_.Path() + "/data";
+  EXPECT_EQ(Run("mode=config configfolder=cfg datafolder=" + data).configfolder, data + "/cfg");
+}
+
+TEST_F(ServerTest, DriveAndNetworkPathsAreAbsolute) {
+  const std::string ini = " mode=config config=" + folder_.Path() + "/my.xml";
+  EXPECT_EQ(Run("configfolder=D:\\cfg" + ini).configfolder, "D:\\cfg");
+  EXPECT_EQ(Run("configfolder=\\\\srv\\cfg" + ini).configfolder, "\\\\srv\\cfg");
+}
+
+TEST_F(ServerTest, TheDefaultConfigFolderOfARelativeDataFolderIsDoubled) {
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(folder_.Path());
+  EXPECT_EQ(Run("mode=config datafolder=D").configfolder, "D/D/config");
+  EXPECT_TRUE(std::filesystem::exists(folder_.Path() + "/D/D/config/dataserver.xml"));
+  std::filesystem::current_path(before);
+}
+
+TEST_F(ServerTest, LoadsTheContextDocument) {
+  std::ofstream(exeFolder_ + "/context.xml") << "<Context><A>1</A></Context>";
+  Run("mode=config");
+  EXPECT_EQ(GetNodeText(server_.Context(), "/Context/A"), "1");
+}
+
+TEST_F(ServerTest, AContextDocumentThatDoesNotLoadIsNoError) {
+  std::ofstream(exeFolder_ + "/context.xml") << "<Context>";
+  Run("mode=config");
+  EXPECT_FALSE(server_.Context().DocumentElement());
+  EXPECT_EQ(ui_.entries.back(), "Stop");
+}
+
+TEST_F(ServerTest, ReadsTheParameterFileBelowTheCommandLine) {
+  const std::string file = folder_.Path() + "/server.par";
+  std::ofstream(file, std::ios::binary) << "MODE=run\r\ninstance=file\r\nhidden";
+  const Settings& settings = Run("mode=config parameterfile=" + file);
+  EXPECT_EQ(settings.mode, "config");
+  EXPECT_EQ(settings.instance, "file");
+  EXPECT_TRUE(settings.hidden);
+}
+
+TEST_F(ServerTest, AMissingParameterFileIsAnErrorThatNamesIt) {
+  const std::string file = folder_.Path() + "/missing.par";
+  const auto [number, text] = test::ErrorOf([&] { Run("parameterfile=" + file); });
+  EXPECT_EQ(number, error_number::kFileNotFound);
+  EXPECT_THAT(text, HasSubstr(file));
+  EXPECT_FALSE(std::filesystem::exists(exeFolder_ + "/Data")) << "nothing was made yet";
+}
+
+TEST_F(ServerTest, AConfigurationThatCannotBeLoadedEndsTheStart) {
+  const auto [number, text] = test::ErrorOf([&] { Run("config=" + folder_.Path() + "/no/such/folder.xml"); });
+  EXPECT_EQ(number, error_number::kOwn);
+  EXPECT_THAT(text, StartsWith("Error saving default configuration file to " + folder_.Path() + "/no/such/folder.xml"));
+  ASSERT_GE(ui_.entries.size(), 2U);
+  EXPECT_EQ(ui_.entries[ui_.entries.size() - 2], "Error: " + text);
+  EXPECT_EQ(ui_.entries.back(), "Stop");
+}
+
+TEST_F(ServerTest, AMutexThatCannotBeCreatedEndsTheStart) {
+  Configure(DefaultIni());
+  const auto [number, text] = test::ErrorOf([&] { Run("runningmutex=" + std::string(300, 'x')); });
+  EXPECT_EQ(number, error_number::kOwn);
+  EXPECT_THAT(text, StartsWith("Error creating instance mutex ("));
+  EXPECT_THAT(database_.opened, IsEmpty());
+}
+
+TEST_F(ServerTest, BeatsTheHeartBeforeItsModeIsLookedAt) {
+  const std::string alive = folder_.Path() + "/alive.xml";
+  Run("mode=config alivefile=" + alive);
+  EXPECT_EQ(GetNodeText(XmlDocument(ReadFileText(alive)), "/XML/Type"), "Running");
+}
+
+// Modes
+
+TEST_F(ServerTest, ModesAreLowerCased) {
+  Configure(DefaultIni());
+  Run("Mode=RUN");
+  EXPECT_EQ(ui_.CountOf("Mode: run"), 1);
+  EXPECT_EQ(ui_.CountOf("Exit main loop"), 1);
+}
+
+TEST_F(ServerTest, AnEmptyModeRuns) {
+  Configure(DefaultIni());
+  Run("mode=");
+  EXPECT_EQ(ui_.CountOf("Exit main loop"), 1);
+}
+
+TEST_F(ServerTest, TheConfigModeShowsTheOptionsOnly) {
+  Run("mode=Config");
+  EXPECT_THAT(ui_.calls, ElementsAre("options dialog"));
+  EXPECT_EQ(ui_.CountOf("Mode: config"), 1);
+  EXPECT_EQ(ui_.entries.back(), "Stop");
+  EXPECT_THAT(queues_.events, IsEmpty());
+}
+
+TEST_F(ServerTest, AnUnknownModeStopsAtOnce) {
+  Run("mode=fly");
+  EXPECT_THAT(ui_.calls, IsEmpty()) << "nobody is there to read a box";
+  EXPECT_EQ(ui_.CountOf("Unknown mode: fly"), 1);
+  EXPECT_EQ(ui_.entries.back(), "Stop");
+  EXPECT_THAT(database_.opened, IsEmpty());
+  EXPECT_THAT(queues_.events, IsEmpty());
+}
+
+TEST_F(ServerTest, AnUnknownModeIsShownToAPerson) {
+  ui_.hasWindows = true;
+  Run("mode=fly");
+  EXPECT_THAT(ui_.calls, ElementsAre("warning: Korvanta: Unknown mode specified as command line parameter: fly"));
+}
+
+// Who watches
+
+TEST_F(ServerTest, WithoutWindowsTheServerIsUnattended) { EXPECT_TRUE(Run("mode=config").Unattended); }
+
+TEST_F(ServerTest, AServerWithWindowsIsUnattendedWhenHiddenOrWatched) {
+  ui_.hasWindows = true;
+  EXPECT_FALSE(Run("mode=config").Unattended);
+  EXPECT_TRUE(Run("mode=config hidden").Unattended);
+  EXPECT_TRUE(Run("mode=config hidden=0").Unattended) << "its value does not count";
+  EXPECT_TRUE(Run("mode=config runningmutex=x").Unattended);
+}
+
+TEST_F(ServerTest, AWatchedServerShowsItsWindowStill) {
+  Configure(DefaultIni());
+  ui_.hasWindows = true;
+  Run("runningmutex=ods-test-" + std::to_string(CurrentProcessId()) + "-watched");
+  EXPECT_THAT(ui_.calls, ElementsAre("show main window", "unload main window"));
+}
+
+TEST_F(ServerTest, WithoutAConnectionStringItReportsAndServesAllTheSame) {
+  const std::string message = folder_.Path() + "/message.xml";
+  queues_.Receive("m1", "<XML><Type>Ping</Type></XML>");
+  Run("messagefile=" + message);
+  EXPECT_EQ(GetNodeText(XmlDocument(ReadFileText(message)), "/XML/Code"), "UnableToConnectDB");
+  EXPECT_THAT(database_.opened, IsEmpty());
+  ASSERT_EQ(queues_.sent.size(), 1U);
+  EXPECT_EQ(GetNodeText(XmlDocument(queues_.sent[0].text), "/XML/Error"), "1000");
+}
+
+TEST_F(ServerTest, WithoutAConnectionStringItAsksAPerson) {
+  ui_.hasWindows = true;
+  Run("");
+  EXPECT_THAT(ui_.calls,
+              ElementsAre("show main window", "options dialog",
+                          "information: Korvanta: Please select an ODBC data source.", "unload main window"));
+}
+
+TEST_F(ServerTest, TheStateTellsWhatHappened) {
+  Configure(DefaultIni());
+  queues_.Receive("m1", "<XML><Type>Ping</Type></XML>");
+  const Date before = LocalNow();
+  Run("");
+  EXPECT_EQ(server_.State().requestCount, 1);
+  EXPECT_EQ(server_.State().statusText, "Stopped");
+  EXPECT_GE(server_.State().startTime.seconds, before.seconds);
+}
+
+TEST(Components, TheServerRegistersItsOwn) {
+  ComponentRegistry components;
+  RegisterComponents(components);
+  EXPECT_EQ(components.Create("Halvik.Queue")->TypeName(), "IHalvikQueue");
+  EXPECT_EQ(components.Create("ADODB.Connection")->TypeName(), "Connection");
+}
+
+}  // namespace
+}  // namespace ods
