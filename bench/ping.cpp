@@ -1,7 +1,8 @@
 // One round trip: a Ping request sent to a real server process, until its answer is read.
 //
-// The server is the program named as the first argument, or the one beside the benchmark; it runs hidden on an empty
-// SQLite database. Beside the mean the counters give the median and the 99th percentile in microseconds.
+// The server is the program named as the first argument, or by the environment variable ODS_BENCH_SERVER, or the one
+// beside the benchmark; it runs hidden on an empty SQLite database. Beside the mean the counters give the median and
+// the 99th percentile in microseconds.
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
@@ -22,6 +23,8 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr const char* kServerVariable = "ODS_BENCH_SERVER";
 
 /// A server process in a folder of its own; stopped by SIGTERM.
 class RunningServer {
@@ -93,8 +96,8 @@ double Quantile(const std::vector<double>& sorted, double part) {
   return sorted[std::min(sorted.size() - 1, static_cast<std::size_t>(static_cast<double>(sorted.size()) * part))];
 }
 
-void PingRoundTrip(benchmark::State& state, const std::string& program) {
-  const RunningServer server(program);
+void PingRoundTrip(benchmark::State& state) {
+  const RunningServer server(ods::EnvironmentVariable(kServerVariable));
   if (!server.Runs()) {
     state.SkipWithError("the server cannot be started");
     return;
@@ -105,7 +108,7 @@ void PingRoundTrip(benchmark::State& state, const std::string& program) {
     return;
   }
   std::vector<double> microseconds;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     const auto start = Clock::now();
     if (!pinger.Ping(std::chrono::seconds(10))) {
       state.SkipWithError("no answer");
@@ -118,24 +121,24 @@ void PingRoundTrip(benchmark::State& state, const std::string& program) {
   state.counters["p99_us"] = Quantile(microseconds, 0.99);
 }
 
+BENCHMARK(PingRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(5);
+
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
-  std::string program = std::filesystem::path(ods::ExecutablePath()).parent_path() / "odbc-data-server";
+  const std::string beside = std::filesystem::path(ods::ExecutablePath()).parent_path() / "odbc-data-server";
+  setenv(kServerVariable, beside.c_str(), 0);
   if (argumentCount > 1 && arguments[1][0] != '-') {
-    program = arguments[1];
+    setenv(kServerVariable, arguments[1], 1);
     std::rotate(arguments + 1, arguments + 2, arguments + argumentCount);
     --argumentCount;
   }
   benchmark::Initialize(&argumentCount, arguments);
   if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments)) return 2;
+  const std::string program = ods::EnvironmentVariable(kServerVariable);
   if (access(program.c_str(), X_OK) != 0) {
     std::cerr << "There is no server at \"" << program << "\".\n";
     return 2;
   }
-  benchmark::RegisterBenchmark("PingRoundTrip", PingRoundTrip, program)
-      ->Unit(benchmark::kMicrosecond)
-      ->UseRealTime()
-      ->MinTime(5);
   benchmark::RunSpecifiedBenchmarks();
 }

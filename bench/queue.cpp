@@ -56,7 +56,7 @@ void PollWithOthersWaiting(benchmark::State& state) {
   const auto queue = folder.Open();
   folder.Fill(state.range(0) + kPolls + 1);
   if (queue->Poll("", 0).empty()) state.SkipWithError("no message");  // reads the folder once
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     if (queue->Poll("", 0).empty()) state.SkipWithError("no message");
     benchmark::DoNotOptimize(queue->Package());
   }
@@ -69,7 +69,7 @@ void SendAndPoll(benchmark::State& state) {
   const auto sender = folder.Open();
   const auto server = folder.Open();
   sender->SetPackage(std::string(static_cast<std::size_t>(state.range(0)), 'x'));
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     sender->Send("id");
     if (server->Poll("", 0).empty()) state.SkipWithError("no message");
     benchmark::DoNotOptimize(server->Package());

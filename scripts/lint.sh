@@ -20,6 +20,6 @@ list_sources | xargs --null clang-format --dry-run -Werror || status=1
 say "clang-tidy"
 [[ -f build/release/compile_commands.json ]] || cmake --preset release >/dev/null
 find src client -name '*.cpp' -print0 |
-  xargs --null --max-args=1 --max-procs="$(nproc)" clang-tidy --quiet -p build/release 2>/dev/null || status=1
+  xargs --null --max-args=1 --max-procs="$(nproc)" clang-tidy --quiet -p build/release --extra-arg=-Wno-unknown-warning-option 2>/dev/null || status=1
 
 exit "$status"

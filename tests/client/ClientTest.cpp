@@ -103,11 +103,11 @@ TEST_F(ClientTest, SendTakesAFileOrStandardInput) {
 }
 
 TEST_F(ClientTest, AnErrorDocumentGivesStatusOne) {
-  const std::string error = "<XML><Error>1</Error><Message>Unknown message type: ping</Message></XML>";
-  const auto server = Serve([&error](const std::string&) -> std::string { return error; });
+  const char* error = "<XML><Error>1</Error><Message>Unknown message type: ping</Message></XML>";
+  const auto server = Serve([error](const std::string&) { return error; });
   const Result result = Exchange({"send"}, "<XML><Type>ping</Type></XML>");
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, error + "\n");
+  EXPECT_EQ(result.output, std::string(error) + "\n");
 }
 
 TEST_F(ClientTest, OnlyAChildOfTheRootMakesAnErrorDocument) {

@@ -46,7 +46,8 @@ void ServerFolders::Configure(const std::string& connectionString) const {
 
 std::string ServerFolders::LogText() const {
   std::string text;
-  for (const auto& entry : std::filesystem::directory_iterator(Root() + "/data/Logs")) {
+  std::error_code notYetThere;
+  for (const auto& entry : std::filesystem::directory_iterator(Root() + "/data/Logs", notYetThere)) {
     text += ReadFileText(entry.path().string());
   }
   return text;

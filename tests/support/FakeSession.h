@@ -44,6 +44,7 @@ inline std::shared_ptr<RecordSet> MakeRows(std::vector<Field> fields, std::vecto
 /// Text columns of the given names: enough for schema rowsets.
 inline std::vector<Field> TextColumns(const std::vector<std::string>& names) {
   std::vector<Field> fields;
+  fields.reserve(names.size());
   for (const std::string& name : names) fields.push_back({name, ado_type::kVarWChar, 128, 0});
   return fields;
 }

@@ -197,6 +197,11 @@ std::optional<DiagnosticRecord> ReadDiagnostic(SQLSMALLINT handleType, SQLHANDLE
                           WithoutTrailingSpace(FromDiagnosticText(std::span(text).first(units)))};
 }
 
+/// A numeric attribute's value, which by the definition of the calls travels in the pointer itself.
+SQLPOINTER NumberAsPointer(SQLULEN value) {
+  return reinterpret_cast<SQLPOINTER>(value);  // NOLINT(performance-no-int-to-ptr)
+}
+
 }  // namespace
 
 std::vector<SQLWCHAR> ToUtf16(std::string_view text) {
@@ -261,8 +266,7 @@ void RaiseDiagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
 }
 
 Session::Environment::Environment() : handle_(SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
-  // The attribute's value travels in the pointer itself; that is how the call is defined.
-  auto* const version = reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(SQL_OV_ODBC3));
+  auto* const version = NumberAsPointer(SQL_OV_ODBC3);
   if (!SQL_SUCCEEDED(SQLSetEnvAttr(handle_.Get(), SQL_ATTR_ODBC_VERSION, version, 0))) {
     RaiseDiagnostics(SQL_HANDLE_ENV, handle_.Get());
   }
@@ -420,8 +424,7 @@ void Statement::Check(SQLRETURN result) const {
 }
 
 bool Statement::SetAttribute(SQLINTEGER attribute, SQLULEN value) const {
-  // A numeric attribute's value travels in the pointer itself; that is how the call is defined.
-  return SQL_SUCCEEDED(SQLSetStmtAttr(Get(), attribute, reinterpret_cast<SQLPOINTER>(value), 0));
+  return SQL_SUCCEEDED(SQLSetStmtAttr(Get(), attribute, NumberAsPointer(value), 0));
 }
 
 }  // namespace ods::odbc

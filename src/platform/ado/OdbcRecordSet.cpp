@@ -141,18 +141,18 @@ const Value& OdbcRecordSet::Item(std::size_t index) const {
 
 void OdbcRecordSet::FetchBlock() {
   row_ = 0;
+  rowsInBlock_ = 0;  // until the fetch has succeeded
   rowsFetched_ = 0;
   const SQLRETURN result = recordsLeft_ == 0 ? static_cast<SQLRETURN>(SQL_NO_DATA) : SQLFetch(statement_->Get());
   statement_->Check(result);
-  rowsInBlock_ = blockSize_ > 1 ? std::min<std::size_t>(rowsFetched_, blockSize_) : 1;
-  if (result == SQL_NO_DATA || rowsInBlock_ == 0) {
+  const std::size_t fetched = blockSize_ > 1 ? std::min<std::size_t>(rowsFetched_, blockSize_) : 1;
+  if (result == SQL_NO_DATA || fetched == 0) {
     statement_.reset();
     return;
   }
-  const auto fetched = std::span(rowStatus_).first(std::min(rowsInBlock_, rowStatus_.size()));
-  const bool failed = std::find(fetched.begin(), fetched.end(), SQL_ROW_ERROR) != fetched.end();
-  if (failed) statement_->Raise();
-  rowsInBlock_ = std::min(rowsInBlock_, recordsLeft_);
+  const auto states = std::span(rowStatus_).first(std::min(fetched, rowStatus_.size()));
+  if (std::find(states.begin(), states.end(), SQL_ROW_ERROR) != states.end()) statement_->Raise();
+  rowsInBlock_ = std::min(fetched, recordsLeft_);
   recordsLeft_ -= rowsInBlock_;
   LoadRow();
 }

@@ -199,10 +199,13 @@ TEST_F(SqliteTest, NothingIsLostWhenTextsAreLongerThanTheirColumnSays) {
   Run("CREATE TABLE t (id INTEGER, v VARCHAR(5), bl VARBINARY(5), d DECIMAL(5,2))");
   const std::string text = Repeat("\xC3\xA4\xF0\x9F\x98\x80z", 3334);
   for (int i = 0; i < 100; ++i) {
-    const std::string n = std::to_string(i);
-    Run(i % 3 == 0
-            ? "INSERT INTO t VALUES (" + n + ", '" + text + n + "', zeroblob(10000), '" + Repeat("9", 300) + "')"
-            : "INSERT INTO t VALUES (" + n + ", '" + n + "', x'" + (i % 2 == 0 ? "00" : "0102030405") + "', '1.5')");
+    std::string sql = "INSERT INTO t VALUES (" + std::to_string(i) + ", '";
+    if (i % 3 == 0) {
+      sql.append(text).append(std::to_string(i)).append("', zeroblob(10000), '").append(300, '9').append("')");
+    } else {
+      sql.append(std::to_string(i)).append(i % 2 == 0 ? "', x'00', '1.5')" : "', x'0102030405', '1.5')");
+    }
+    Run(sql);
   }
   const std::vector<Row> rows = Read("SELECT * FROM t ORDER BY id");
   ASSERT_EQ(rows.size(), 100U);
@@ -378,6 +381,18 @@ TEST_F(SqliteTest, TheSystemsSqlIsUnderstood) {
   EXPECT_EQ(ReadOne(*connection_, "SELECT UCASE('abc')"), Value("ABC"));
   EXPECT_EQ(ReadOne(*connection_, "SELECT {fn UCASE('abc')}"), Value("ABC"));
   EXPECT_EQ(ReadOne(*connection_, "SELECT 0x0A1B"), Value(Bytes{0x0A, 0x1B}));
+}
+
+TEST_F(SqliteTest, AnErrorOnTheWayIsRaisedAndNotTakenForTheEnd) {
+  Run("CREATE TABLE t (i BIGINT, v VARCHAR(10))");
+  Run("INSERT INTO t SELECT id, 'x' FROM (WITH RECURSIVE c(id) AS (SELECT 1 UNION ALL SELECT id + 1 FROM c WHERE id < "
+      "100)"
+      " SELECT id FROM c)");
+  Run("INSERT INTO t VALUES (-9223372036854775808, 'y')");
+  for (const char* columns : {"i", "i, v", "i, CAST(v AS TEXT)"}) {
+    ExpectError([&] { Read(std::string("SELECT ") + columns + " FROM t WHERE abs(i) > 0 ORDER BY rowid"); },
+                Hex(0x80004005), "integer overflow");
+  }
 }
 
 TEST_F(SqliteTest, TheTablesSchemaMatchesANameAsItIs) {
