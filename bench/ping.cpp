@@ -83,12 +83,12 @@ class Pinger {
   bool Ping(std::chrono::milliseconds timeout) {
     const std::string id = ods::NewGuidText();
     queue_->Send(id);
-    const auto answer = ods::ReceiveMessage(results_, id, timeout);
+    const auto answer = results_.Receive(id, timeout);
     return answer && answer->find("<Ping>OK</Ping>") != std::string::npos;
   }
 
  private:
-  std::string results_;
+  ods::AnswerFolder results_;
   std::shared_ptr<ods::Queue> queue_;
 };
 

@@ -43,7 +43,8 @@ int Run(const Exchange& exchange, const std::string& request, std::ostream& outp
   const std::string id = NewGuidText();
   queue->SetPackage(request);
   queue->Send(id);
-  const auto answer = ReceiveMessage(exchange.results, id, exchange.timeout);
+  AnswerFolder answers(exchange.results);
+  const auto answer = answers.Receive(id, exchange.timeout);
   if (!answer) {
     errors << "No answer came within " << static_cast<double>(exchange.timeout.count()) / 1000
            << " seconds. The request " << id << " was left in \"" << exchange.requests << "\".\n";

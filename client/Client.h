@@ -30,8 +30,8 @@ struct Exchange {
 [[nodiscard]] std::string ReadRequest(const std::string& path, std::istream& standardInput);
 
 /// Sends `request` under a new id, waits for the answer and writes it and a line end to `output`; a missing answer is
-/// told on `errors`. Gives the exit status. Raises error 1000 (see `Queue::Send` and `ReceiveMessage`), and when the
-/// answer cannot be written.
+/// told on `errors`. Gives the exit status. Raises error 1000 (see `Queue::Send` and `AnswerFolder::Receive`), and when
+/// the answer cannot be written.
 [[nodiscard]] int Run(const Exchange& exchange, const std::string& request, std::ostream& output, std::ostream& errors);
 
 /// True when `answer` is a document with the root `XML` that has a child `Error`.

@@ -16,10 +16,10 @@ std::string CheckSeconds(const std::string& text) {
   return good ? "" : "\"" + text + "\" is no number of seconds.";
 }
 
-void AddExchangeOptions(CLI::App& command, ods::Exchange& exchange, double& timeout) {
-  command.add_option("--requests", exchange.requests, "The folder of the server's incoming queue")->required();
-  command.add_option("--results", exchange.results, "The folder of the server's outgoing queue")->required();
-  command.add_option("--timeout", timeout, "How many seconds to wait for the answer")
+void AddExchangeOptions(CLI::App& app, ods::Exchange& exchange, double& timeout) {
+  app.add_option("--requests", exchange.requests, "The folder of the server's incoming queue")->required();
+  app.add_option("--results", exchange.results, "The folder of the server's outgoing queue")->required();
+  app.add_option("--timeout", timeout, "How many seconds to wait for the answer")
       ->check(CLI::Validator(CheckSeconds, "SECONDS"))
       ->capture_default_str();
 }
@@ -30,15 +30,17 @@ int RunCommandLine(int argumentCount, char** arguments) {
   std::string file;
   CLI::App app("Sends a request to the ODBC Data Server and prints its answer.", "odbc-data-client");
   app.footer(
+      "odbc-data-client --help tells all options; they may stand before or after the command.\n"
       "Exit status: 0 answered, 1 the answer is an error document, 2 wrong usage or a file or folder that cannot\n"
       "be used, 3 no answer in time.");
   app.set_version_flag("--version", "odbc-data-client " ODS_VERSION);
   app.require_subcommand(1);
+  app.fallthrough();  // the options may stand before or after the command
   CLI::App& ping = *app.add_subcommand("ping", "Asks whether the server answers");
   CLI::App& send = *app.add_subcommand("send", "Sends a request document");
   send.add_option("FILE", file, "The document; standard input when not given");
-  AddExchangeOptions(ping, exchange, timeout);
-  AddExchangeOptions(send, exchange, timeout);
+  for (CLI::App* command : {&ping, &send}) command->set_help_flag();  // there is one help for all
+  AddExchangeOptions(app, exchange, timeout);
   try {
     app.parse(argumentCount, arguments);
   } catch (const CLI::ParseError& result) {

@@ -149,8 +149,8 @@ postgresql_programs() {
   printf '%s\n' "${folders[@]}" | sort --version-sort | tail --lines=1
 }
 
-# start_postgresql FOLDER PORT: a new server with an empty database `sample` and a superuser `sample`, whose password
-# goes into FOLDER/password. Sets STARTED_PID. Fails, with the end of the log, when it does not come up.
+# start_postgresql FOLDER PORT: a new server with the empty databases `sample` and `scratch` and a superuser `sample`, whose
+# password goes into FOLDER/password. Sets STARTED_PID. Fails, with the end of the log, when it does not come up.
 start_postgresql() {
   local folder=$1 port=$2 user programs
   user=$(database_user postgres)
@@ -174,7 +174,8 @@ start_postgresql() {
   # The answer must come from the server in this folder, not from another one on the same port: so by its socket.
   wait_until_ready "$STARTED_PID" 60 "$programs/pg_isready" --quiet --host="$folder" --port="$port" ||
     { tail --lines=20 "$folder/server.log" >&2; stop_server "$STARTED_PID"; return 1; }
-  postgresql_client "$folder" "$port" postgres --quiet --command='CREATE DATABASE sample'
+  postgresql_client "$folder" "$port" postgres --quiet --command='CREATE DATABASE sample' \
+    --command='CREATE DATABASE scratch'
 }
 
 # postgresql_client FOLDER PORT DATABASE [psql argument...]: psql on the server, ending at the first error.
@@ -185,8 +186,8 @@ postgresql_client() {
     --host=127.0.0.1 --port="$port" --username=sample --dbname="$database" "$@"
 }
 
-# start_mariadb FOLDER PORT: a new server with an empty database `sample` and a user `sample` that owns it, whose
-# password goes into FOLDER/password. Sets STARTED_PID. Fails, with the end of the log, when it does not come up.
+# start_mariadb FOLDER PORT: a new server with the empty databases `sample` and `scratch` and a user `sample` who may do
+# everything, whose password goes into FOLDER/password. Sets STARTED_PID. Fails, with the end of the log, when it does not come up.
 start_mariadb() {
   local folder=$1 port=$2 user password server
   user=$(database_user mysql)
@@ -213,8 +214,9 @@ start_mariadb() {
     { tail --lines=20 "$folder/server.log" >&2; stop_server "$STARTED_PID"; return 1; }
   mariadb_administrator "$folder" <<SQL
 CREATE DATABASE sample CHARACTER SET utf8mb4;
+CREATE DATABASE scratch CHARACTER SET utf8mb4;
 CREATE USER sample IDENTIFIED BY '$password';
-GRANT ALL ON sample.* TO sample;
+GRANT ALL ON *.* TO sample;
 SQL
 }
 
@@ -277,12 +279,12 @@ load_mariadb() {
   "$generator" mariadb | mariadb_administrator "$folder" sample
 }
 
-# The ODBC connection strings of the databases.
+# The ODBC connection string of a database, `sample` unless another one is named.
 postgresql_connection_string() {
-  local folder=$1 port=$2
-  printf 'Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=%s;Database=sample;UID=sample;PWD=%s\n' "$port" "$(<"$folder/password")"
+  local folder=$1 port=$2 database=${3:-sample}
+  printf 'Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=%s;Database=%s;UID=sample;PWD=%s\n' "$port" "$database" "$(<"$folder/password")"
 }
 mariadb_connection_string() {
-  local folder=$1 port=$2
-  printf 'Driver=MariaDB Unicode;Server=127.0.0.1;Port=%s;Database=sample;UID=sample;PWD=%s\n' "$port" "$(<"$folder/password")"
+  local folder=$1 port=$2 database=${3:-sample}
+  printf 'Driver=MariaDB Unicode;Server=127.0.0.1;Port=%s;Database=%s;UID=sample;PWD=%s\n' "$port" "$database" "$(<"$folder/password")"
 }

@@ -76,8 +76,10 @@ load_mariadb "$folder/mariadb" "$generator"
 "$ODS_ROOT/scripts/make-sample-database.sh" "$folder/sample.db" "$generator"
 ODS_TEST_POSTGRESQL=$(postgresql_connection_string "$folder/postgresql" "$postgresql_port")
 ODS_TEST_MARIADB=$(mariadb_connection_string "$folder/mariadb" "$mariadb_port")
+ODS_TEST_POSTGRESQL_SCRATCH=$(postgresql_connection_string "$folder/postgresql" "$postgresql_port" scratch)
+ODS_TEST_MARIADB_SCRATCH=$(mariadb_connection_string "$folder/mariadb" "$mariadb_port" scratch)
 ODS_TEST_SQLITE_SAMPLE=$folder/sample.db
-export ODS_TEST_POSTGRESQL ODS_TEST_MARIADB ODS_TEST_SQLITE_SAMPLE
+export ODS_TEST_POSTGRESQL ODS_TEST_MARIADB ODS_TEST_POSTGRESQL_SCRATCH ODS_TEST_MARIADB_SCRATCH ODS_TEST_SQLITE_SAMPLE
 
 presets=(release)
 step "Tests of the release preset" run_ctest release

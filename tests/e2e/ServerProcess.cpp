@@ -118,7 +118,7 @@ std::string QueueClient::Send(const std::string& text) {
 }
 
 std::string QueueClient::Receive(const std::string& id, std::chrono::seconds timeout) {
-  auto answer = ReceiveMessage(results_, id, timeout);
+  auto answer = results_.Receive(id, timeout);
   EXPECT_TRUE(answer) << "no answer in time";
   return answer.value_or("");
 }

@@ -79,7 +79,7 @@ class QueueClient {
 
  private:
   std::shared_ptr<Queue> requests_;
-  std::string results_;
+  AnswerFolder results_;
 };
 
 /// A request of a type with more elements.

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -35,7 +36,7 @@ struct InfoProperty {
   SQLUSMALLINT infoType;
 };
 
-/// The properties in their order. The catalogue is asked for in its own way.
+/// The properties in their order, the product's name first. The catalogue is asked for in its own way.
 constexpr std::array<InfoProperty, 10> kInfoProperties = {{
     {kDbmsName, SQL_DBMS_NAME},
     {"DBMS Version", SQL_DBMS_VER},
@@ -48,6 +49,30 @@ constexpr std::array<InfoProperty, 10> kInfoProperties = {{
     {"User Name", SQL_USER_NAME},
     {"Identifier Quote Character", SQL_IDENTIFIER_QUOTE_CHAR},
 }};
+
+/// What a product's session needs besides what ODBC asks for.
+struct SessionRule {
+  std::string_view dbmsName;
+  /// Runs right after the connection is open: in a text literal a backslash must be a character like any other, or a
+  /// value that ends in one would run on beyond its closing apostrophe.
+  const char* statement;
+  /// The tables schema lists every database of the server unless it is asked for one.
+  bool listsAllDatabases;
+};
+
+constexpr const char* kNoBackslashEscapes =
+    "SET SESSION sql_mode = CONCAT(@@SESSION.sql_mode, ',NO_BACKSLASH_ESCAPES')";
+constexpr std::array<SessionRule, 3> kSessionRules = {{
+    {"MySQL", kNoBackslashEscapes, false},
+    {"MariaDB", kNoBackslashEscapes, true},
+    {"PostgreSQL", "SET standard_conforming_strings = on", false},
+}};
+
+/// The rule of a product, nullptr when it has none.
+const SessionRule* FindSessionRule(std::string_view dbmsName) {
+  const auto* const rule = std::ranges::find(kSessionRules, dbmsName, &SessionRule::dbmsName);
+  return rule == kSessionRules.end() ? nullptr : rule;
+}
 
 /// A column of a schema rowset: its ADO name and where the ODBC result has it.
 struct SchemaColumn {
@@ -128,6 +153,7 @@ class OdbcConnection final : public Connection {
 
   std::shared_ptr<Session> session_;  ///< shared with the record sets
   std::vector<ConnectionProperty> properties_;
+  const SessionRule* rule_ = nullptr;
 };
 
 void OdbcConnection::Open(const std::string& connectionString) {
@@ -140,6 +166,8 @@ void OdbcConnection::Open(const std::string& connectionString) {
     const bool catalog = property.infoType == SQL_DATABASE_NAME;
     properties.push_back({property.name, catalog ? session->CurrentCatalog() : session->InfoText(property.infoType)});
   }
+  rule_ = FindSessionRule(properties.front().value);
+  if (rule_ != nullptr) Statement(session).Execute(rule_->statement);
   session_ = std::move(session);
   properties_ = std::move(properties);
 }
@@ -182,7 +210,9 @@ std::shared_ptr<RecordSet> OdbcConnection::OpenTables(const std::vector<Value>& 
   std::unique_ptr<Statement> statement = NewStatement();
   const std::string escape = session_->InfoText(SQL_SEARCH_PATTERN_ESCAPE);
   // Drivers disagree whether a catalogue is a pattern; unescaped it matches itself either way.
-  statement->Tables({.catalog = RestrictionText(restrictions, 0),
+  std::string catalog = RestrictionText(restrictions, 0);
+  if (catalog.empty() && rule_ != nullptr && rule_->listsAllDatabases) catalog = DefaultDatabase();
+  statement->Tables({.catalog = std::move(catalog),
                      .schema = EscapedPattern(RestrictionText(restrictions, 1), escape),
                      .table = EscapedPattern(RestrictionText(restrictions, 2), escape),
                      .type = RestrictionText(restrictions, 3)});

@@ -47,9 +47,26 @@ class Queue : public Object {
 /// Nothing for an empty id and for one of more than 200 encoded bytes.
 [[nodiscard]] std::optional<std::string> MessageFileName(const std::string& id);
 
-/// What a client does with the answer: waits up to `timeout` for the message `id` in the queue folder, reads it and
-/// removes it; nothing when it has not come. Raises error 1000 naming the folder when it cannot be read.
-[[nodiscard]] std::optional<std::string> ReceiveMessage(const std::string& folder, const std::string& id,
-                                                        std::chrono::milliseconds timeout);
+/// The client's end of an outgoing queue: waits for answers, reads and removes them. One object serves many answers;
+/// ending its watch costs some milliseconds in the kernel, so a client that sends more than one request keeps it.
+class AnswerFolder {
+ public:
+  /// `folder` may be missing yet.
+  explicit AnswerFolder(std::string folder);
+  ~AnswerFolder();
+  AnswerFolder(const AnswerFolder&) = delete;
+  AnswerFolder& operator=(const AnswerFolder&) = delete;
+  AnswerFolder(AnswerFolder&&) = delete;
+  AnswerFolder& operator=(AnswerFolder&&) = delete;
+
+  /// Waits up to `timeout` for the answer to the message `id`; nothing when it has not come. Raises error 1000 naming
+  /// the folder or the file when it cannot be read.
+  [[nodiscard]] std::optional<std::string> Receive(const std::string& id, std::chrono::milliseconds timeout);
+
+ private:
+  struct Watch;
+  std::string folder_;
+  std::unique_ptr<Watch> watch_;
+};
 
 }  // namespace ods

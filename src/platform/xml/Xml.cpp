@@ -57,13 +57,22 @@ void SetTextOf(pugi::xml_node node, std::string_view text) {
   if (!text.empty()) node.append_child(pugi::node_pcdata).set_value(text.data(), text.size());
 }
 
+/// An expression as an error names it: its start, for a client may have made it very long.
+std::string Shown(std::string_view xpath) {
+  constexpr std::size_t kMost = 200;
+  if (xpath.size() <= kMost) return std::string(xpath);
+  std::size_t length = kMost;
+  while (length > 0 && (static_cast<unsigned char>(xpath[length]) & 0xC0U) == 0x80U) --length;
+  return std::string(xpath.substr(0, length)) + "...";
+}
+
 /// Runs a selection, and raises the library's complaint about the expression as an error of ours.
 template <typename Selection>
 auto Select(const char* xpath, Selection selection) {
   try {
     return selection();
   } catch (const pugi::xpath_exception& exception) {
-    RaiseGeneral("Error in XPath expression " + std::string(xpath) + ": " + exception.what());
+    RaiseGeneral("Error in XPath expression " + Shown(xpath) + ": " + exception.what());
   }
 }
 

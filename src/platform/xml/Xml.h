@@ -36,7 +36,8 @@ class XmlNode {
   void SetAttribute(const char* name, std::string_view value);
 
   /// The first node, or all nodes, that an XPath 1.0 expression selects relative to this one; attributes are passed
-  /// over. Raises error 0x80004005 for a malformed expression.
+  /// over. Raises error 0x80004005 for an expression that is malformed or beyond the library's limits (a concat() of
+  /// some thousand parts, say).
   [[nodiscard]] XmlNode SelectSingleNode(const char* xpath) const;
   [[nodiscard]] std::vector<XmlNode> SelectNodes(const char* xpath) const;
   [[nodiscard]] XmlNode FirstChild() const { return XmlNode(node_.first_child()); }

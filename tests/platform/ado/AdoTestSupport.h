@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "common/Conversions.h"
@@ -29,6 +30,9 @@ void ExpectError(Action action, std::int32_t number, const std::string& part) {
 inline std::int32_t Hex(std::uint32_t number) { return static_cast<std::int32_t>(number); }
 
 using Row = std::vector<Value>;
+
+/// A name that no other test process uses at the same time.
+inline std::string UniqueName() { return "ado_test_" + std::to_string(getpid()); }
 
 /// All rows that are left.
 inline std::vector<Row> ReadAll(RecordSet& records) {

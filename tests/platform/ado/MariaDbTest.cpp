@@ -1,5 +1,5 @@
-// MariaDB through its wide driver. The server is named by the environment variable ODS_TEST_MARIADB, an ODBC connection
-// string with a user who may create databases.
+// MariaDB through its wide driver. The server is named by the environment variable ODS_TEST_MARIADB_SCRATCH, an ODBC
+// connection string with a user who may create databases.
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <limits>
@@ -13,18 +13,18 @@ namespace {
 class MariaDbTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    const char* const connectionString = std::getenv("ODS_TEST_MARIADB");
-    if (connectionString == nullptr) GTEST_SKIP() << "ODS_TEST_MARIADB names no server";
+    const char* const connectionString = std::getenv("ODS_TEST_MARIADB_SCRATCH");
+    if (connectionString == nullptr) GTEST_SKIP() << "ODS_TEST_MARIADB_SCRATCH names no server";
     connectionString_ = connectionString;
     connection_ = CreateOdbcConnection();
     connection_->Open(connectionString_);
-    Run("DROP DATABASE IF EXISTS ado_test");
-    Run("CREATE DATABASE ado_test CHARACTER SET utf8mb4");
-    Run("USE ado_test");
+    Run("DROP DATABASE IF EXISTS " + database_);
+    Run("CREATE DATABASE " + database_ + " CHARACTER SET utf8mb4");
+    Run("USE " + database_);
     Run("SET sql_mode = ''");
   }
   void TearDown() override {
-    if (connection_) Run("DROP DATABASE IF EXISTS ado_test");
+    if (connection_) Run("DROP DATABASE IF EXISTS " + database_);
   }
   void Run(const std::string& sql) { (void)connection_->OpenRecordSet(sql, 0); }
   std::vector<Row> Read(const std::string& sql, std::int32_t maxRecords = 0) {
@@ -32,6 +32,7 @@ class MariaDbTest : public ::testing::Test {
   }
 
   std::string connectionString_;
+  std::string database_ = UniqueName();
   std::shared_ptr<Connection> connection_;
 };
 
@@ -143,7 +144,8 @@ TEST_F(MariaDbTest, TheSystemsSqlIsUnderstood) {
 }
 
 TEST_F(MariaDbTest, ErrorsCarryAdosNumbersAndTheDriversTexts) {
-  ExpectError([&] { Run("SELECT * FROM nothing"); }, Hex(0x80040E37), "Table 'ado_test.nothing' doesn't exist");
+  ExpectError([&] { Run("SELECT * FROM nothing"); }, Hex(0x80040E37),
+              "Table '" + database_ + ".nothing' doesn't exist");
   ExpectError([&] { Run("SELEC"); }, Hex(0x80040E14), "You have an error in your SQL syntax");
   Run("CREATE TABLE t (i int PRIMARY KEY)");
   Run("INSERT INTO t VALUES (1)");
@@ -159,14 +161,29 @@ TEST_F(MariaDbTest, SchemaRowsets) {
   Run("CREATE TABLE `50%x\xC3\xA4` (a int)");
   const Value name("50%_\xC3\xA4");
   EXPECT_EQ(ReadAll(*connection_->OpenSchema(Schema::kTables, {Value(), Value(), name})),
-            (std::vector<Row>{{"ado_test", Null{}, name, "TABLE"}}));
-  EXPECT_EQ(ReadAll(*connection_->OpenSchema(Schema::kTables, {"ado_test", Value(), name, "TABLE"})).size(), 1U);
+            (std::vector<Row>{{database_, Null{}, name, "TABLE"}}));
+  EXPECT_EQ(ReadAll(*connection_->OpenSchema(Schema::kTables, {database_, Value(), name, "TABLE"})).size(), 1U);
   EXPECT_TRUE(connection_->OpenSchema(Schema::kTables, {"mysql", Value(), name})->AtEnd());
   const std::vector<Row> expected = {{"PRIMARY", true, 3, 1, "a", Null{}, Null{}, name},
                                      {"by_cb", false, 3, 1, "c", Null{}, Null{}, name},
                                      {"by_cb", false, 3, 2, "b", Null{}, Null{}, name}};
   EXPECT_EQ(ReadAll(*connection_->OpenSchema(Schema::kIndexes, {Value(), Value(), Value(), Value(), name})), expected);
   EXPECT_NE(ReadAll(*connection_->OpenSchema(Schema::kProviderTypes)).size(), 0U);
+}
+
+TEST_F(MariaDbTest, ABackslashInALiteralIsACharacterLikeAnyOther) {
+  connection_->Open(connectionString_);  // the set-up took the mode away
+  const auto rows = connection_->OpenRecordSet("SELECT 'a\\', '\\'' OR 1=1 -- '", 0);
+  EXPECT_EQ(rows->Item(0), Value("a\\"));
+  EXPECT_EQ(rows->Item(1), Value("\\' OR 1=1 -- "));
+}
+
+TEST_F(MariaDbTest, OnlyTheTablesOfTheCurrentDatabaseAreListed) {
+  const auto tables = connection_->OpenSchema(Schema::kTables);
+  ASSERT_FALSE(tables->AtEnd());
+  for (; !tables->AtEnd(); tables->MoveNext()) {
+    EXPECT_EQ(tables->Item("TABLE_CATALOG"), Value(connection_->DefaultDatabase()));
+  }
 }
 
 TEST_F(MariaDbTest, ARecordSetReadInPartMayBeDroppedAndTheTableWritten) {

@@ -1,5 +1,5 @@
 // PostgreSQL through its wide driver, which reads blocks and re-reads cells in them. The server is named by the
-// environment variable ODS_TEST_POSTGRESQL, an ODBC connection string.
+// environment variable ODS_TEST_POSTGRESQL_SCRATCH, an ODBC connection string.
 #include <cstdlib>
 #include <gtest/gtest.h>
 
@@ -12,17 +12,17 @@ namespace {
 class PostgreSqlTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    const char* const connectionString = std::getenv("ODS_TEST_POSTGRESQL");
-    if (connectionString == nullptr) GTEST_SKIP() << "ODS_TEST_POSTGRESQL names no server";
+    const char* const connectionString = std::getenv("ODS_TEST_POSTGRESQL_SCRATCH");
+    if (connectionString == nullptr) GTEST_SKIP() << "ODS_TEST_POSTGRESQL_SCRATCH names no server";
     connectionString_ = connectionString;
     connection_ = CreateOdbcConnection();
     connection_->Open(connectionString_);
-    Run("DROP SCHEMA IF EXISTS ado_test CASCADE");
-    Run("CREATE SCHEMA ado_test");
-    Run("SET search_path TO ado_test");
+    Run("DROP SCHEMA IF EXISTS " + schema_ + " CASCADE");
+    Run("CREATE SCHEMA " + schema_);
+    Run("SET search_path TO " + schema_);
   }
   void TearDown() override {
-    if (connection_) Run("DROP SCHEMA IF EXISTS ado_test CASCADE");
+    if (connection_) Run("DROP SCHEMA IF EXISTS " + schema_ + " CASCADE");
   }
   void Run(const std::string& sql) { (void)connection_->OpenRecordSet(sql, 0); }
   std::vector<Row> Read(const std::string& sql, std::int32_t maxRecords = 0) {
@@ -30,8 +30,13 @@ class PostgreSqlTest : public ::testing::Test {
   }
 
   std::string connectionString_;
+  std::string schema_ = UniqueName();
   std::shared_ptr<Connection> connection_;
 };
+
+TEST_F(PostgreSqlTest, ABackslashInALiteralIsACharacterLikeAnyOther) {
+  EXPECT_EQ(connection_->OpenRecordSet("SELECT 'a\\'", 0)->Item(0), Value("a\\"));
+}
 
 TEST_F(PostgreSqlTest, PropertiesAndLiterals) {
   EXPECT_EQ(connection_->Property("DBMS Name"), "PostgreSQL");
@@ -155,18 +160,17 @@ TEST_F(PostgreSqlTest, SchemaRowsets) {
   Run("CREATE INDEX by_cb ON \"50%_\xC3\xA4\" (c, b)");
   Run("CREATE TABLE \"50%x\xC3\xA4\" (a integer)");
   const Value name("50%_\xC3\xA4");
-  const std::vector<Row> tables =
-      ReadAll(*connection_->OpenSchema(Schema::kTables, {Value(), "ado_test", name, "TABLE"}));
+  const std::vector<Row> tables = ReadAll(*connection_->OpenSchema(Schema::kTables, {Value(), schema_, name, "TABLE"}));
   ASSERT_EQ(tables.size(), 1U);
-  EXPECT_EQ(tables[0], (Row{connection_->DefaultDatabase(), "ado_test", name, "TABLE"}));
+  EXPECT_EQ(tables[0], (Row{connection_->DefaultDatabase(), schema_, name, "TABLE"}));
   EXPECT_TRUE(connection_->OpenSchema(Schema::kTables, {Value(), "public", name})->AtEnd());
   EXPECT_TRUE(connection_->OpenSchema(Schema::kTables, {Value(), "ado%", name})->AtEnd());
 
   const std::vector<Row> indexes =
-      ReadAll(*connection_->OpenSchema(Schema::kIndexes, {Value(), "ado_test", Value(), Value(), name}));
-  const std::vector<Row> expected = {{"50%_\xC3\xA4_pkey", true, 3, 1, "a", Null{}, "ado_test", name},
-                                     {"by_cb", false, 3, 1, "c", Null{}, "ado_test", name},
-                                     {"by_cb", false, 3, 2, "b", Null{}, "ado_test", name}};
+      ReadAll(*connection_->OpenSchema(Schema::kIndexes, {Value(), schema_, Value(), Value(), name}));
+  const std::vector<Row> expected = {{"50%_\xC3\xA4_pkey", true, 3, 1, "a", Null{}, schema_, name},
+                                     {"by_cb", false, 3, 1, "c", Null{}, schema_, name},
+                                     {"by_cb", false, 3, 2, "b", Null{}, schema_, name}};
   EXPECT_EQ(indexes, expected);
   EXPECT_NE(ReadAll(*connection_->OpenSchema(Schema::kProviderTypes)).size(), 0U);
 }

@@ -698,16 +698,16 @@ TEST_F(QueueTest, EachMessageGoesToOneOfSeveralServers) {
   for (const char* name : {"/new", "/cur", "/failed", "/tmp"}) EXPECT_THAT(NamesIn(folder_ + name), IsEmpty()) << name;
 }
 
-class ReceiveMessageTest : public QueueTest {};
+class AnswerFolderTest : public QueueTest {};
 
-TEST_F(ReceiveMessageTest, ReadsAndRemovesTheAnswerThatIsThere) {
+TEST_F(AnswerFolderTest, ReadsAndRemovesTheAnswerThatIsThere) {
   Send(folder_, "a b", "answer");
   Send(folder_, "other", "not mine");
-  EXPECT_EQ(ReceiveMessage(folder_, "a b", milliseconds(0)), "answer");
+  EXPECT_EQ(AnswerFolder(folder_).Receive("a b", milliseconds(0)), "answer");
   EXPECT_THAT(NamesIn(folder_ + "/new"), ElementsAre("other.xml"));
 }
 
-TEST_F(ReceiveMessageTest, ReturnsAtOnceWhenTheAnswerComes) {
+TEST_F(AnswerFolderTest, ReturnsAtOnceWhenTheAnswerComes) {
   Open(folder_);
   Child server([this](int) {
     SleepMilliseconds(50);
@@ -716,49 +716,49 @@ TEST_F(ReceiveMessageTest, ReturnsAtOnceWhenTheAnswerComes) {
     Send(folder_, "mine", "answer");
   });
   const auto start = Clock::now();
-  EXPECT_EQ(ReceiveMessage(folder_, "mine", milliseconds(kLong)), "answer");
+  EXPECT_EQ(AnswerFolder(folder_).Receive("mine", milliseconds(kLong)), "answer");
   EXPECT_LT(Clock::now() - start, milliseconds(kLong / 2));
 }
 
-TEST_F(ReceiveMessageTest, GivesUpAfterTheTimeout) {
+TEST_F(AnswerFolderTest, GivesUpAfterTheTimeout) {
   Open(folder_);
   const auto start = Clock::now();
-  EXPECT_EQ(ReceiveMessage(folder_, "none", milliseconds(100)), std::nullopt);
+  EXPECT_EQ(AnswerFolder(folder_).Receive("none", milliseconds(100)), std::nullopt);
   EXPECT_GE(Clock::now() - start, milliseconds(100));
 }
 
-TEST_F(ReceiveMessageTest, WaitsForAFolderThatIsNotThereYet) {
-  EXPECT_EQ(ReceiveMessage(folder_, "none", milliseconds(50)), std::nullopt);
+TEST_F(AnswerFolderTest, WaitsForAFolderThatIsNotThereYet) {
+  EXPECT_EQ(AnswerFolder(folder_).Receive("none", milliseconds(50)), std::nullopt);
   EXPECT_FALSE(std::filesystem::exists(folder_));
   Child server([this](int) {
     SleepMilliseconds(100);
     Send(folder_, "mine", "answer");
   });
-  EXPECT_EQ(ReceiveMessage(folder_, "mine", milliseconds(kLong)), "answer");
+  EXPECT_EQ(AnswerFolder(folder_).Receive("mine", milliseconds(kLong)), "answer");
 }
 
-TEST_F(ReceiveMessageTest, FindsTheAnswerInAFolderMadeAnew) {
+TEST_F(AnswerFolderTest, FindsTheAnswerInAFolderMadeAnew) {
   Open(folder_);
   Child server([this](int) {
     SleepMilliseconds(50);
     std::filesystem::rename(folder_, base_ / "moved");
     Send(folder_, "mine", "answer");
   });
-  EXPECT_EQ(ReceiveMessage(folder_, "mine", milliseconds(kLong)), "answer");
+  EXPECT_EQ(AnswerFolder(folder_).Receive("mine", milliseconds(kLong)), "answer");
 }
 
-TEST_F(ReceiveMessageTest, AnAnswerMayBeLargerThanARequest) {
+TEST_F(AnswerFolderTest, AnAnswerMayBeLargerThanARequest) {
   Send(folder_, "big", std::string(kMaxMessageBytes + 1, 'x'));
-  const auto answer = ReceiveMessage(folder_, "big", milliseconds(0));
+  const auto answer = AnswerFolder(folder_).Receive("big", milliseconds(0));
   ASSERT_TRUE(answer);
   EXPECT_EQ(answer->size(), kMaxMessageBytes + 1);
 }
 
-TEST_F(ReceiveMessageTest, NamesWhatCannotBeRead) {
+TEST_F(AnswerFolderTest, NamesWhatCannotBeRead) {
   WriteText(folder_, "a file");
-  EXPECT_EQ(Raised([this] { (void)ReceiveMessage(folder_, "a", milliseconds(0)); }),
+  EXPECT_EQ(Raised([this] { (void)AnswerFolder(folder_).Receive("a", milliseconds(0)); }),
             "1000 Unable to read the queue folder \"" + folder_ + "\": Not a directory");
-  EXPECT_EQ(Raised([this] { (void)ReceiveMessage(folder_, "", milliseconds(0)); }),
+  EXPECT_EQ(Raised([this] { (void)AnswerFolder(folder_).Receive("", milliseconds(0)); }),
             "1000 The id of the answer cannot be a message id.");
   std::filesystem::remove(folder_);
   Open(folder_);
@@ -769,11 +769,11 @@ TEST_F(ReceiveMessageTest, NamesWhatCannotBeRead) {
   const auto what = [this](const std::string& name) {
     return "1000 The answer \"" + name + "\" in the queue folder \"" + folder_ + "\" ";
   };
-  EXPECT_EQ(Raised([this] { (void)ReceiveMessage(folder_, "link", milliseconds(0)); }),
+  EXPECT_EQ(Raised([this] { (void)AnswerFolder(folder_).Receive("link", milliseconds(0)); }),
             what("link.xml") + "cannot be read: Too many levels of symbolic links");
-  EXPECT_EQ(Raised([this] { (void)ReceiveMessage(folder_, "folder", milliseconds(0)); }),
+  EXPECT_EQ(Raised([this] { (void)AnswerFolder(folder_).Receive("folder", milliseconds(0)); }),
             what("folder.xml") + "is not a plain file.");
-  EXPECT_EQ(Raised([this] { (void)ReceiveMessage(folder_, "huge", milliseconds(0)); }),
+  EXPECT_EQ(Raised([this] { (void)AnswerFolder(folder_).Receive("huge", milliseconds(0)); }),
             what("huge.xml") + "is larger than 1073741824 bytes.");
 }
 

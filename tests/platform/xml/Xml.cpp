@@ -70,6 +70,29 @@ TEST(GetNodeTextTest, ALiteralOfManyApostrophesStillSelects) {
   EXPECT_EQ(GetNodeText(document, ("/a[@b=" + XPathLiteral(text) + "]/@b").c_str()), text);
 }
 
+TEST(GetNodeTextTest, APathBeyondTheLimitsIsAnErrorOfBoundedLength) {
+  const XmlDocument document("<a/>");
+  const std::string path = "/a[@\xC3\xA9=" + XPathLiteral(std::string(100000, '\'')) + "]";
+  try {
+    static_cast<void>(GetNodeText(document, path.c_str()));
+    ADD_FAILURE() << "nothing was raised";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.Number(), kGeneral);
+    EXPECT_EQ(error.Description(),
+              "Error in XPath expression " + path.substr(0, 200) + "...: Exceeded maximum allowed query depth");
+  }
+  EXPECT_EQ(GetNodeText(document, "/a"), "");
+  for (const std::size_t blanks : {195, 196, 197}) {
+    const std::string split = "/a[" + std::string(blanks, ' ') + "\xC3\xA9\xC3\xA9\xC3\xA9[";
+    try {
+      static_cast<void>(GetNodeText(document, split.c_str()));
+      ADD_FAILURE() << "nothing was raised";
+    } catch (const Error& error) {
+      EXPECT_TRUE(IsValidUtf8(error.Description())) << error.Description();
+    }
+  }
+}
+
 TEST(GetNodeTextTest, AMalformedPathIsAnError) {
   const XmlDocument document("<a/>");
   for (const char* xpath : {"/a[", "a b", "", "1 + 1", "nosuch()", "$x"}) {

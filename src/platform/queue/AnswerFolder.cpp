@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/inotify.h>
 #include <unistd.h>
+#include <utility>
 
 #include "common/Error.h"
 #include "platform/queue/Queue.h"
@@ -50,17 +51,25 @@ void DropEvents(const FileHandle& events) {
 
 }  // namespace
 
-std::optional<std::string> ReceiveMessage(const std::string& folder, const std::string& id, milliseconds timeout) {
+struct AnswerFolder::Watch {
+  FileHandle events{inotify_init1(IN_NONBLOCK | IN_CLOEXEC)};
+};
+
+AnswerFolder::AnswerFolder(std::string folder) : folder_(std::move(folder)), watch_(std::make_unique<Watch>()) {}
+
+AnswerFolder::~AnswerFolder() = default;
+
+std::optional<std::string> AnswerFolder::Receive(const std::string& id, milliseconds timeout) {
   const auto fileName = MessageFileName(id);
   if (!fileName) throw Error(error_number::kOwn, "The id of the answer cannot be a message id.");
-  const std::string watchedPath = folder + "/new";
-  const FileHandle events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  const std::string watchedPath = folder_ + "/new";
+  const FileHandle& events = watch_->events;
   const auto end = Clock::now() + timeout;
   while (true) {
     // Watching a folder once more changes nothing; watching another one of its name is what is wanted.
     const bool watched = events && inotify_add_watch(events.Get(), watchedPath.c_str(),
                                                      IN_MOVED_TO | IN_CREATE | IN_ONLYDIR | IN_DONT_FOLLOW) >= 0;
-    if (auto answer = TakeAnswer(folder, *fileName)) return answer;
+    if (auto answer = TakeAnswer(folder_, *fileName)) return answer;
     const auto rest = std::chrono::ceil<milliseconds>(end - Clock::now());
     if (rest.count() <= 0) return std::nullopt;
     pollfd awaited{.fd = events.Get(), .events = POLLIN, .revents = 0};
