@@ -119,8 +119,9 @@ std::vector<SampleTable> SampleTables(const std::string& quote) {
        "customer_name",
        "o"},
       {"[APPVIEW]order_totals",
-       "(SELECT o.order_no AS order_no, o.order_code AS order_code, o.customer_no AS customer_no, COUNT(l.line_no) AS "
-       "line_count, SUM(l.amount) AS total FROM sales_order o JOIN order_line l ON l.order_no = o.order_no GROUP BY "
+       "(SELECT o.order_no AS order_no, o.order_code AS order_code, o.customer_no AS customer_no, "
+       "CAST(COUNT(l.line_no) AS INTEGER) AS line_count FROM sales_order o JOIN order_line l ON l.order_no = "
+       "o.order_no GROUP BY "
        "o.order_no, o.order_code, o.customer_no) totals",
        {"order_no"},
        true,

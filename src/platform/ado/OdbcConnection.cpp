@@ -58,14 +58,17 @@ struct SessionRule {
   const char* statement;
   /// The tables schema lists every database of the server unless it is asked for one.
   bool listsAllDatabases;
+  /// The driver tells too small a length of UTF-16 cells with characters such as "Ø" (U+00D8): it takes a low byte from
+  /// D8 to DB for half of a pair. Its UTF-8 cells are right.
+  bool miscountsWideCells;
 };
 
 constexpr const char* kNoBackslashEscapes =
     "SET SESSION sql_mode = CONCAT(@@SESSION.sql_mode, ',NO_BACKSLASH_ESCAPES')";
 constexpr std::array<SessionRule, 3> kSessionRules = {{
-    {"MySQL", kNoBackslashEscapes, false},
-    {"MariaDB", kNoBackslashEscapes, true},
-    {"PostgreSQL", "SET standard_conforming_strings = on", false},
+    {"MySQL", kNoBackslashEscapes, false, false},
+    {"MariaDB", kNoBackslashEscapes, true, true},
+    {"PostgreSQL", "SET standard_conforming_strings = on", false, false},
 }};
 
 /// The rule of a product, nullptr when it has none.
@@ -167,7 +170,10 @@ void OdbcConnection::Open(const std::string& connectionString) {
     properties.push_back({property.name, catalog ? session->CurrentCatalog() : session->InfoText(property.infoType)});
   }
   rule_ = FindSessionRule(properties.front().value);
-  if (rule_ != nullptr) Statement(session).Execute(rule_->statement);
+  if (rule_ != nullptr) {
+    if (rule_->miscountsWideCells) session->UseNarrowCells();
+    Statement(session).Execute(rule_->statement);
+  }
   session_ = std::move(session);
   properties_ = std::move(properties);
 }
@@ -211,7 +217,7 @@ std::shared_ptr<RecordSet> OdbcConnection::OpenTables(const std::vector<Value>& 
   const std::string escape = session_->InfoText(SQL_SEARCH_PATTERN_ESCAPE);
   // Drivers disagree whether a catalogue is a pattern; unescaped it matches itself either way.
   std::string catalog = RestrictionText(restrictions, 0);
-  if (catalog.empty() && rule_ != nullptr && rule_->listsAllDatabases) catalog = DefaultDatabase();
+  if (catalog.empty() && rule_ != nullptr && rule_->listsAllDatabases) catalog = session_->CurrentCatalog();
   statement->Tables({.catalog = std::move(catalog),
                      .schema = EscapedPattern(RestrictionText(restrictions, 1), escape),
                      .table = EscapedPattern(RestrictionText(restrictions, 2), escape),

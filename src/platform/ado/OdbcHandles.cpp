@@ -89,6 +89,14 @@ std::string FromUnits(std::span<const SQLCHAR> text) {
   return FromNarrowText({reinterpret_cast<const char*>(text.data()), text.size()});
 }
 
+/// The text in a buffer up to its closing null, which stands behind `units` units or later: odbc-mariadb understates
+/// lengths.
+template <typename Unit>
+std::span<const Unit> UpToNull(std::span<const Unit> buffer, std::size_t units) {
+  while (units < buffer.size() && buffer[units] != 0) ++units;
+  return buffer.first(units);
+}
+
 /// Reads a text of unknown length. `read(buffer, units, length)` sets `length` to the units that the whole text has and
 /// tells whether the driver gave it; a text that did not fit is asked for once more.
 template <typename Unit, typename Read>
@@ -99,7 +107,7 @@ std::string ReadText(Read read) {
     std::int64_t length = 0;
     if (!read(buffer.data(), buffer.size(), length) || length <= 0) return {};
     const auto units = std::min(static_cast<std::size_t>(length), kMostUnits - 1);
-    if (units < buffer.size()) return FromUnits(std::span<const Unit>(buffer.data(), units));
+    if (units < buffer.size()) return FromUnits(UpToNull(std::span<const Unit>(buffer), units));
     buffer.resize(units + 1);
   }
   return {};
@@ -194,7 +202,7 @@ std::optional<DiagnosticRecord> ReadDiagnostic(SQLSMALLINT handleType, SQLHANDLE
     units = std::min(units, text.size() - 1);
   }
   return DiagnosticRecord{ToUtf8(std::span(state).first(SQL_SQLSTATE_SIZE)),
-                          WithoutTrailingSpace(FromDiagnosticText(std::span(text).first(units)))};
+                          WithoutTrailingSpace(FromDiagnosticText(UpToNull(std::span<const SQLWCHAR>(text), units)))};
 }
 
 /// A numeric attribute's value, which by the definition of the calls travels in the pointer itself.

@@ -69,6 +69,10 @@ class Session {
   [[nodiscard]] SQLHANDLE Get() const { return connection_.Get(); }
   /// True when the driver takes and gives text as UTF-16, false when as UTF-8.
   [[nodiscard]] bool IsWide() const { return wide_; }
+  /// True when the cells of a record set come as UTF-8.
+  [[nodiscard]] bool HasNarrowCells() const { return narrowCells_ || !wide_; }
+  /// From here on cells come as UTF-8, whatever the functions take.
+  void UseNarrowCells() { narrowCells_ = true; }
   /// A text that `SQLGetInfo` gives; "" when the driver does not know it.
   [[nodiscard]] std::string InfoText(SQLUSMALLINT infoType) const;
   /// The catalogue in use; "" when the driver has none.
@@ -94,6 +98,7 @@ class Session {
   Environment environment_;
   Handle<SQL_HANDLE_DBC> connection_;
   bool wide_ = true;
+  bool narrowCells_ = false;
   SQLUINTEGER getDataExtensions_ = 0;
 };
 

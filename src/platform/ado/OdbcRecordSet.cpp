@@ -67,7 +67,7 @@ void OdbcRecordSet::DescribeColumn(SQLUSMALLINT number) {
   column.number = number;
   column.kind = type.kind;
   if (field.type == ado_type::kUnsignedBigInt) column.kind = CellKind::kUnsignedBigInteger;
-  if (type.kind == CellKind::kText && !statement_->Owner().IsWide()) column.kind = CellKind::kNarrowText;
+  if (type.kind == CellKind::kText && statement_->Owner().HasNarrowCells()) column.kind = CellKind::kNarrowText;
   const CellFormat& format = FormatOf(column.kind);
   column.isLong = type.isLong || (type.fixedSize == 0 && (described.size == 0 || described.size > kLongestBound));
   column.cellBytes = format.size > 0 ? format.size : VariableCellBytes(format, described.size);
