@@ -18,6 +18,9 @@ CREATE TABLE customer (
   note TEXT
 );
 
+CREATE INDEX customer_name ON customer (name);
+CREATE INDEX customer_created ON customer (created);
+
 CREATE TABLE item (
   no VARCHAR(20) NOT NULL PRIMARY KEY,
   description VARCHAR(80) NOT NULL,
@@ -34,6 +37,7 @@ CREATE TABLE sales_order (
   shipped DATETIME,
   status CHAR(1) NOT NULL
 );
+CREATE INDEX sales_order_date ON sales_order (order_date);
 CREATE INDEX sales_order_customer ON sales_order (customer_no);
 CREATE UNIQUE INDEX sales_order_code ON sales_order (order_code);
 

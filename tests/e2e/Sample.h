@@ -23,16 +23,15 @@ inline const SampleDatabase kMariaDb = {"MariaDB", "ODS_TEST_MARIADB", "`"};
 
 /// A table or view of the sample company and what its walks ask for.
 struct SampleTable {
-  std::string identifier;        ///< table identifier
-  std::string source;            ///< what a direct SELECT names after FROM
-  std::vector<std::string> key;  ///< primary key, given by the client where the server cannot find one
-  bool keyIsGiven = false;
-  std::string sortColumn;      ///< never null
-  std::string selectedKey;     ///< column that the client's chosen key orders by, never null
-  std::string filterElements;  ///< one condition
-  std::string filterSql;       ///< the same for a direct SELECT
-  std::string searchColumn;    ///< text column
-  std::string searchText;
+  std::string identifier;             ///< table identifier
+  std::string source;                 ///< what a direct SELECT names after FROM
+  std::vector<std::string> givenKey;  ///< primary key that the client gives, where the server finds none
+  std::string sortColumn;             ///< never null
+  std::string selectedKey;            ///< column that the client's chosen key orders by, never null
+  std::string filterElements;         ///< one condition, which few rows of a large table meet
+  std::string filterSql;              ///< the same for a direct SELECT
+  std::string searchColumn;           ///< text column
+  std::string searchText;             ///< text that few rows of a large table have
 };
 
 /// The tables and views of the sample company. `quote` is the identifier quote character of the product.

@@ -12,26 +12,40 @@ namespace ods {
 
 namespace {
 
+/// The peculiarities of a product's SQL that decide where a literal or a comment ends.
+enum class Lexis {
+  kStandard,
+  kPostgreSql,  ///< comments nest, E'...' has backslash escapes, and $tag$...$tag$ is a literal
+  kMariaDb,     ///< "#" begins a comment, "--" only before a blank, and what stands in /*! */ is run
+};
+
 /// What distinguishes a product whose statements are rewritten.
 struct Product {
   std::string_view dbmsName;
-  std::string_view limitClause;  ///< stands before the number of records; empty when the driver hands the limit on
-  std::string_view upperFunction;
-  std::string_view binaryPrefix;
+  std::string_view limitClause;    ///< stands before the number of records; empty when the driver hands the limit on
+  std::string_view upperFunction;  ///< stands for UCASE; empty when the product has that
+  std::string_view binaryPrefix;   ///< stands for "0x"; empty when the product knows that
   std::string_view binarySuffix;
   std::string_view quotes;  ///< characters that open a quoted name
-  /// Comments nest, E'...' has backslash escapes, and $tag$...$tag$ is a literal.
-  bool postgreSqlLexis;
+  Lexis lexis;
 };
 
-constexpr std::array<Product, 2> kProducts = {{
-    {"PostgreSQL", "LIMIT ", "UPPER", "'\\x", "'::bytea", "\"", true},
-    {"SQLite", "", "UPPER", "X'", "'", "\"`[", false},
+/// The limit of MariaDB is written here because its driver appends one to every statement, also to one that has its
+/// own.
+constexpr std::array<Product, 3> kProducts = {{
+    {"PostgreSQL", "LIMIT ", "UPPER", "'\\x", "'::bytea", "\"", Lexis::kPostgreSql},
+    {"MariaDB", "LIMIT ", "", "", "", "\"`", Lexis::kMariaDb},
+    {"SQLite", "", "UPPER", "X'", "'", "\"`[", Lexis::kStandard},
 }};
+
+const Product* FindProduct(std::string_view dbmsName) {
+  const auto* const product = std::ranges::find(kProducts, dbmsName, &Product::dbmsName);
+  return product == kProducts.end() ? nullptr : product;
+}
 
 constexpr std::array<std::string_view, 3> kQueryWords = {"SELECT", "WITH", "VALUES"};
 /// Words that forbid a limit clause where they stand outside all parentheses.
-constexpr std::array<std::string_view, 3> kLimitingWords = {"LIMIT", "FETCH", "INTO"};
+constexpr std::array<std::string_view, 5> kLimitingWords = {"LIMIT", "FETCH", "INTO", "FOR", "LOCK"};
 /// Words that make a statement beginning with WITH something else than a query.
 constexpr std::array<std::string_view, 4> kChangingWords = {"INSERT", "UPDATE", "DELETE", "MERGE"};
 
@@ -68,7 +82,7 @@ class Scanner {
     const char c = sql_[at_];
     if (IsBlank(c)) {
       ++at_;
-    } else if (c == '-' && Peek(1) == '-') {
+    } else if (BeginsLineComment(c)) {
       LineComment();
     } else if (c == '/' && Peek(1) == '*') {
       BlockComment();
@@ -84,12 +98,17 @@ class Scanner {
     }
   }
 
+  [[nodiscard]] bool BeginsLineComment(char c) const {
+    if (product_.lexis != Lexis::kMariaDb) return c == '-' && Peek(1) == '-';
+    return c == '#' || (c == '-' && Peek(1) == '-' && (static_cast<unsigned char>(Peek(2)) <= ' '));
+  }
+
   void Token(char c) {
     if (c == '\'') {
       Quoted('\'', false);
     } else if (product_.quotes.find(c) != std::string_view::npos) {
       Quoted(c == '[' ? ']' : c, false);
-    } else if (c == '$' && product_.postgreSqlLexis) {
+    } else if (c == '$' && product_.lexis == Lexis::kPostgreSql) {
       DollarQuoted();
     } else if (IsDigit(c)) {
       Number();
@@ -147,15 +166,16 @@ class Scanner {
   }
 
   void LineComment() {
-    at_ = std::min(sql_.find_first_of(product_.postgreSqlLexis ? "\r\n" : "\n", at_), sql_.size());
+    at_ = std::min(sql_.find_first_of(product_.lexis == Lexis::kPostgreSql ? "\r\n" : "\n", at_), sql_.size());
     lineCommentLast_ = true;
   }
 
   void BlockComment() {
     lineCommentLast_ = false;
+    if (product_.lexis == Lexis::kMariaDb && (Peek(2) == '!' || Peek(2) == 'M')) mayNotLimit_ = true;
     int open = 0;
     while (at_ < sql_.size()) {
-      if (Peek() == '/' && Peek(1) == '*' && (open == 0 || product_.postgreSqlLexis)) {
+      if (Peek() == '/' && Peek(1) == '*' && (open == 0 || product_.lexis == Lexis::kPostgreSql)) {
         ++open;
         at_ += 2;
       } else if (Peek() == '*' && Peek(1) == '/') {
@@ -175,7 +195,7 @@ class Scanner {
     const bool alone = !afterPoint_ && Peek() != '.';
     const bool hexadecimal = token.size() >= 2 && token.size() % 2 == 0 && (token[1] == 'x' || token[1] == 'X') &&
                              token[0] == '0' && std::all_of(token.begin() + 2, token.end(), IsHexDigit);
-    if (!alone || !hexadecimal) return;
+    if (!alone || !hexadecimal || product_.binaryPrefix.empty()) return;
     CopyUpTo(begin);
     rewritten_ += product_.binaryPrefix;
     rewritten_ += token.substr(2);
@@ -190,12 +210,12 @@ class Scanner {
     constexpr std::size_t kLongestKnown = 6;
     if (size > kLongestKnown) return;
     const std::string word = ToUpper(std::string_view(sql_).substr(begin, size));
-    if (word == "E" && product_.postgreSqlLexis && Peek() == '\'') {
+    if (word == "E" && product_.lexis == Lexis::kPostgreSql && Peek() == '\'') {
       Quoted('\'', true);
       return;
     }
     if (afterPoint_) return;
-    if (word == "UCASE" && OpensParenthesis()) {
+    if (word == "UCASE" && !product_.upperFunction.empty() && OpensParenthesis()) {
       CopyUpTo(begin);
       rewritten_ += product_.upperFunction;
       copied_ = at_;
@@ -265,9 +285,13 @@ class Scanner {
 }  // namespace
 
 std::string NativeStatement(std::string_view dbmsName, std::string sql, std::int32_t maxRecords) {
-  const auto* const product =
-      std::find_if(kProducts.begin(), kProducts.end(), [&](const Product& row) { return row.dbmsName == dbmsName; });
-  return product == kProducts.end() ? std::move(sql) : Scanner(*product, std::move(sql)).Rewrite(maxRecords);
+  const Product* product = FindProduct(dbmsName);
+  return product == nullptr ? std::move(sql) : Scanner(*product, std::move(sql)).Rewrite(maxRecords);
+}
+
+bool TakesLimitInText(std::string_view dbmsName) {
+  const Product* product = FindProduct(dbmsName);
+  return product != nullptr && !product->limitClause.empty();
 }
 
 }  // namespace ods

@@ -192,8 +192,11 @@ std::shared_ptr<RecordSet> OdbcConnection::OpenRecordSet(const std::string& sql,
   // Forward-only and read-only is what every driver can do best; one that refuses the attributes does it unasked.
   statement->SetAttribute(SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_FORWARD_ONLY);
   statement->SetAttribute(SQL_ATTR_CONCURRENCY, SQL_CONCUR_READ_ONLY);
-  if (maxRecords > 0) statement->SetAttribute(SQL_ATTR_MAX_ROWS, static_cast<SQLULEN>(maxRecords));
-  statement->Execute(NativeStatement(Property(kDbmsName), sql, maxRecords));
+  const std::string dbmsName = Property(kDbmsName);
+  if (maxRecords > 0 && !TakesLimitInText(dbmsName)) {
+    statement->SetAttribute(SQL_ATTR_MAX_ROWS, static_cast<SQLULEN>(maxRecords));
+  }
+  statement->Execute(NativeStatement(dbmsName, sql, maxRecords));
   return std::make_shared<OdbcRecordSet>(std::move(statement), maxRecords);
 }
 

@@ -180,6 +180,11 @@ TEST_F(MariaDbTest, CharactersThatTheDriverMiscountsComeWhole) {
   ExpectError([&] { Run("SELECT * FROM `" + text + "!`"); }, Hex(0x80040E37), text + "!' doesn't exist");
 }
 
+TEST_F(MariaDbTest, AStatementWithALimitOfItsOwnMayBeBoundedToo) {
+  EXPECT_EQ(Read("SELECT 1 UNION SELECT 2 UNION SELECT 3 LIMIT 3", 2).size(), 2U);
+  EXPECT_EQ(Read("SELECT 1 UNION SELECT 2 UNION SELECT 3 LIMIT 1", 2).size(), 1U);
+}
+
 TEST_F(MariaDbTest, ABackslashInALiteralIsACharacterLikeAnyOther) {
   connection_->Open(connectionString_);  // the set-up took the mode away
   const auto rows = connection_->OpenRecordSet("SELECT 'a\\', '\\'' OR 1=1 -- '", 0);

@@ -23,7 +23,7 @@ void ExpectAll(std::string_view dbmsName, const std::vector<Case>& cases) {
 TEST(NativeStatement, EveryOtherProductGetsTheStatementByteForByte) {
   const std::vector<std::string> statements = {
       "SELECT UCASE(a), 0x0A1B FROM t;", "", "'unterminated", "SELECT \"a", "/*", std::string("a\0b", 3)};
-  for (const char* name : {"MariaDB", "MySQL", "Microsoft SQL Server", "ACCESS", "EXCEL", "", "postgresql", "sqlite",
+  for (const char* name : {"mariadb", "MySQL", "Microsoft SQL Server", "ACCESS", "EXCEL", "", "postgresql", "sqlite",
                            "PostgreSQL 15", "SQLite3"}) {
     for (const std::string& sql : statements) EXPECT_EQ(NativeStatement(name, sql, 5), sql) << name;
   }
@@ -49,6 +49,29 @@ TEST(NativeStatement, PostgreSqlGetsTheRecordLimitInTheText) {
                 {"SELECT limits FROM t", 5, "SELECT limits FROM t LIMIT 5"},
                 {"SELECT a FROM t /* LIMIT 3 */", 5, "SELECT a FROM t /* LIMIT 3 */ LIMIT 5"},
             });
+}
+
+TEST(NativeStatement, MariaDbGetsTheRecordLimitInTheTextAndNothingElse) {
+  ExpectAll("MariaDB",
+            {
+                {"SELECT UCASE(a), 0x0A1B FROM t", 5, "SELECT UCASE(a), 0x0A1B FROM t LIMIT 5"},
+                {"SELECT a FROM t LIMIT 3", 5, "SELECT a FROM t LIMIT 3"},
+                {"SELECT a FROM (SELECT a FROM t LIMIT 3) q;", 5, "SELECT a FROM (SELECT a FROM t LIMIT 3) q LIMIT 5"},
+                {"SELECT `LIMIT`, \"LIMIT\" FROM t # LIMIT", 5, "SELECT `LIMIT`, \"LIMIT\" FROM t # LIMIT\nLIMIT 5"},
+                {"SELECT 5--3 FROM t", 5, "SELECT 5--3 FROM t LIMIT 5"},
+                {"SELECT 5 -- LIMIT", 5, "SELECT 5 -- LIMIT\nLIMIT 5"},
+                {"SELECT a FROM t /*! LIMIT 3 */", 5, "SELECT a FROM t /*! LIMIT 3 */"},
+                {"SELECT a FROM t FOR UPDATE", 5, "SELECT a FROM t FOR UPDATE"},
+                {"SELECT 'a\\' FROM t", 5, "SELECT 'a\\' FROM t LIMIT 5"},
+                {"SHOW VARIABLES", 5, "SHOW VARIABLES"},
+            });
+}
+
+TEST(NativeStatement, TheLimitIsToldToTheDriverOrWrittenNeverBoth) {
+  EXPECT_TRUE(TakesLimitInText("PostgreSQL"));
+  EXPECT_TRUE(TakesLimitInText("MariaDB"));
+  EXPECT_FALSE(TakesLimitInText("SQLite"));
+  EXPECT_FALSE(TakesLimitInText("Microsoft SQL Server"));
 }
 
 TEST(NativeStatement, PostgreSqlGetsNoSecondLimitAndNoneWhereItDoesNotBelong) {
