@@ -1,4 +1,5 @@
-// One round trip: a Ping request sent to a real server process, until its answer is read.
+// One round trip: a Ping request sent to a real server process, until its answer is read. And what a server costs that
+// nobody asks anything: processor time in milliseconds a second, and resident memory in MiB.
 //
 // The server is the program named as the first argument, or by the environment variable ODS_BENCH_SERVER, or the one
 // beside the benchmark; it runs hidden on an empty SQLite database. Beside the mean the counters give the median and
@@ -11,9 +12,11 @@
 #include <iostream>
 #include <signal.h>
 #include <spawn.h>
+#include <sstream>
 #include <stdlib.h>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -54,6 +57,7 @@ class RunningServer {
   RunningServer& operator=(RunningServer&&) = delete;
 
   [[nodiscard]] bool Runs() const { return process_ > 0; }
+  [[nodiscard]] pid_t Process() const { return process_; }
   [[nodiscard]] std::string Requests() const { return folder_ + "/Requests"; }
   [[nodiscard]] std::string Results() const { return folder_ + "/Results"; }
 
@@ -121,6 +125,45 @@ void PingRoundTrip(benchmark::State& state) {
   state.counters["p99_us"] = Quantile(microseconds, 0.99);
 }
 
+/// Processor time that a process has used, in seconds (proc(5), stat fields 14 and 15).
+double ProcessorSeconds(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string text;
+  std::getline(file, text);
+  std::istringstream fields(text.substr(text.rfind(')') + 2));
+  constexpr int kFieldsBefore = 11;  // from the state, field 3, to field 13
+  std::string skipped;
+  for (int i = 0; i < kFieldsBefore; ++i) fields >> skipped;
+  double user = 0;
+  double system = 0;
+  fields >> user >> system;
+  return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+/// Resident memory of a process in MiB (proc(5), statm field 2).
+double ResidentMebibytes(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/statm");
+  double total = 0;
+  double resident = 0;
+  file >> total >> resident;
+  return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024 * 1024);
+}
+
+void IdleServer(benchmark::State& state) {
+  const RunningServer server(ods::EnvironmentVariable(kServerVariable));
+  Pinger pinger(server);
+  if (!server.Runs() || !pinger.Ping(std::chrono::seconds(30))) {
+    state.SkipWithError("the server does not answer");
+    return;
+  }
+  constexpr int kSeconds = 10;
+  const double before = ProcessorSeconds(server.Process());
+  for ([[maybe_unused]] auto _ : state) std::this_thread::sleep_for(std::chrono::seconds(kSeconds));
+  state.counters["cpu_ms_per_s"] = (ProcessorSeconds(server.Process()) - before) * 1000 / kSeconds;
+  state.counters["resident_MiB"] = ResidentMebibytes(server.Process());
+}
+
+BENCHMARK(IdleServer)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK(PingRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(5);
 
 }  // namespace

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Everything that the tests need, then all tests: packages, the release and the sanitizer build, the sample company in
-# SQLite, PostgreSQL and MariaDB, ctest on both builds, and the checks of the sources.
+# SQLite, PostgreSQL and MariaDB, and ctest on both builds.
 #
 #   --no-asan        leave out the build with the sanitizers and its tests
-#   --no-lint        leave out the checks of the sources (scripts/lint.sh)
+#   --lint           check the sources too (scripts/lint.sh)
 #   --filter REGEX   run only the tests whose names match
 #
 # The status is 0 only when everything passed. The database servers are this script's own and end with it.
@@ -12,18 +12,18 @@ set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
 asan=1
-lint=1
+lint=0
 ctest_options=(-j2 --no-tests=error)
 while (($#)); do
   case $1 in
     --no-asan) asan=0 ;;
-    --no-lint) lint=0 ;;
+    --lint) lint=1 ;;
     --filter)
       (($# >= 2)) || die "--filter needs a regular expression"
       ctest_options+=(--tests-regex "$2")
       shift
       ;;
-    *) die "unknown option: $1 (known: --no-asan, --no-lint, --filter REGEX)" ;;
+    *) die "unknown option: $1 (known: --no-asan, --lint, --filter REGEX)" ;;
   esac
   shift
 done
