@@ -346,20 +346,25 @@ std::string FormatDouble(double number) {
 }
 
 std::string FormatDate(const Date& date) {
+  constexpr std::int64_t kSecondsADay = 86400;
+  return date.dateOnly && date.seconds % kSecondsADay == 0 ? FormatDay(date) : FormatMoment(date);
+}
+
+std::string FormatMoment(const Date& date) {
   const DateParts parts = date.Parts();
   std::string text("0000-00-00 00:00:00");
   PutDigits(&text[0], &text[4], parts.year);
   PutDigits(&text[5], &text[7], parts.month);
   PutDigits(&text[8], &text[10], parts.day);
-  if (date.dateOnly && parts.hour == 0 && parts.minute == 0 && parts.second == 0) {
-    text.resize(10);
-    return text;
-  }
   PutDigits(&text[11], &text[13], parts.hour);
   PutDigits(&text[14], &text[16], parts.minute);
   PutDigits(&text[17], text.data() + text.size(), parts.second);
   return text;
 }
+
+std::string FormatDay(const Date& date) { return FormatMoment(date).substr(0, 10); }
+
+std::string FormatTime(const Date& date) { return FormatMoment(date).substr(11); }
 
 std::string FormatCurrency(Currency amount) {
   const bool negative = amount.tenThousandths < 0;

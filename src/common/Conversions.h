@@ -35,6 +35,10 @@ const std::string& StrOf(Value& value);
 [[nodiscard]] std::string FormatDouble(double number);
 /// `yyyy-mm-dd hh:nn:ss`, or `yyyy-mm-dd` for a `dateOnly` value at midnight.
 [[nodiscard]] std::string FormatDate(const Date& date);
+/// Always `yyyy-mm-dd hh:nn:ss`, its day alone, and its time alone.
+[[nodiscard]] std::string FormatMoment(const Date& date);
+[[nodiscard]] std::string FormatDay(const Date& date);
+[[nodiscard]] std::string FormatTime(const Date& date);
 [[nodiscard]] std::string FormatCurrency(Currency amount);
 /// `number` in decimal, padded on the left with zeros to `width` digits (the last `width` digits when it has more).
 [[nodiscard]] std::string PadNumber(std::int64_t number, int width);

@@ -49,14 +49,6 @@ const Literal* FindLiteral(std::string_view name) {
   return found == kLiterals.end() ? nullptr : found;
 }
 
-std::string DateText(const DateParts& parts) {
-  return PadNumber(parts.year, 4) + "-" + PadNumber(parts.month, 2) + "-" + PadNumber(parts.day, 2);
-}
-
-std::string TimeText(const DateParts& parts) {
-  return PadNumber(parts.hour, 2) + ":" + PadNumber(parts.minute, 2) + ":" + PadNumber(parts.second, 2);
-}
-
 }  // namespace
 
 const FieldDescription& RequireField(DataSession& session, const std::string& table, const std::string& field) {
@@ -114,14 +106,11 @@ std::string SafeVal_Float(const Value& value) { return FormatDouble(SafeDbl(valu
 
 std::string SafeVal_Boolean(const Value& value) { return SafeBool(value) ? "1" : "0"; }
 
-std::string SafeVal_Date(const Value& value) { return "{d '" + DateText(SafeDate(value).Parts()) + "'}"; }
+std::string SafeVal_Date(const Value& value) { return "{d '" + FormatDay(SafeDate(value)) + "'}"; }
 
-std::string SafeVal_Time(const Value& value) { return "{t '" + TimeText(SafeDate(value).Parts()) + "'}"; }
+std::string SafeVal_Time(const Value& value) { return "{t '" + FormatTime(SafeDate(value)) + "'}"; }
 
-std::string SafeVal_DBTimeStamp(const Value& value) {
-  const DateParts parts = SafeDate(value).Parts();
-  return "{ts '" + DateText(parts) + " " + TimeText(parts) + "'}";
-}
+std::string SafeVal_DBTimeStamp(const Value& value) { return "{ts '" + FormatMoment(SafeDate(value)) + "'}"; }
 
 std::string SafeVal_Binary(const Value& value) {
   if (value.TypeName().ends_with("()")) return BytesToHex(value);

@@ -59,14 +59,6 @@ Form FormOf(std::int32_t type) {
   }
 }
 
-std::string DateText(const DateParts& parts) {
-  return PadNumber(parts.year, 4) + "-" + PadNumber(parts.month, 2) + "-" + PadNumber(parts.day, 2);
-}
-
-std::string TimeText(const DateParts& parts) {
-  return PadNumber(parts.hour, 2) + ":" + PadNumber(parts.minute, 2) + ":" + PadNumber(parts.second, 2);
-}
-
 /// The control characters 1 to 7 of a stored date formula as the letters of its units.
 std::string SpellDateFormula(std::string text) {
   constexpr std::array<std::string_view, 7> kUnits = {"C", "D", "WD", "W", "M", "Q", "Y"};
@@ -106,14 +98,12 @@ std::string FormatValue(const Value& value, Form form, const DataSession& sessio
       return "";
     case Form::kScaled:
       return ScaledNumber(value, DecimalFactor(session));
-    case Form::kDateTime: {
-      const DateParts parts = SafeDate(value).Parts();
-      return DateText(parts) + " " + TimeText(parts);
-    }
+    case Form::kDateTime:
+      return FormatMoment(SafeDate(value));
     case Form::kDate:
-      return DateText(SafeDate(value).Parts());
+      return FormatDay(SafeDate(value));
     case Form::kTime:
-      return TimeText(SafeDate(value).Parts());
+      return FormatTime(SafeDate(value));
     case Form::kBoolean:
       return SafeBool(value) ? "1" : "0";
     case Form::kBinary:

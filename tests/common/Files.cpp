@@ -8,6 +8,7 @@
 
 #include "common/Error.h"
 #include "support/RaisedErrors.h"
+#include "support/TemporaryFolder.h"
 
 namespace ods {
 namespace {
@@ -18,19 +19,14 @@ using ::testing::IsEmpty;
 
 class FilesTest : public ::testing::Test {
  protected:
-  FilesTest() {
-    std::string pattern = (fs::temp_directory_path() / "files-test-XXXXXX").string();
-    root_ = ::mkdtemp(pattern.data());
-  }
-  ~FilesTest() override { fs::remove_all(root_); }
-
   [[nodiscard]] std::string Path(const std::string& name) const { return root_ + "/" + name; }
   std::string Write(const std::string& name, const std::string& content) const {
     std::ofstream(Path(name), std::ios::binary) << content;
     return Path(name);
   }
 
-  std::string root_;
+  test::TemporaryFolder temporary_;
+  std::string root_ = temporary_.Path();
 };
 
 TEST(PathTest, JoinsFolderAndName) { EXPECT_EQ(JoinPath("/var/log", "a.log"), "/var/log/a.log"); }

@@ -16,6 +16,7 @@
 #include "common/Text.h"
 #include "platform/system/System.h"
 #include "support/RaisedErrors.h"
+#include "support/TemporaryFolder.h"
 
 namespace ods {
 namespace {
@@ -30,12 +31,9 @@ constexpr const char* kStampPattern = R"('\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2}')"
 class LogTest : public ::testing::Test {
  protected:
   LogTest() {
-    std::string pattern = (fs::temp_directory_path() / "log-test-XXXXXX").string();
-    folder_ = ::mkdtemp(pattern.data());
     log_.folder = folder_;
     log_.postfix = "-DBSRV-%PID%.log";
   }
-  ~LogTest() override { fs::remove_all(folder_); }
 
   // The log's one file. (A test that runs over midnight sees the newer of two.)
   [[nodiscard]] std::string File() const {
@@ -56,7 +54,8 @@ class LogTest : public ::testing::Test {
     return match[1];
   }
 
-  std::string folder_;
+  test::TemporaryFolder temporary_;
+  std::string folder_ = temporary_.Path();
   Log log_;
 };
 

@@ -8,6 +8,7 @@
 
 #include "common/Files.h"
 #include "common/Text.h"
+#include "support/TemporaryFolder.h"
 
 namespace ods {
 namespace {
@@ -34,12 +35,6 @@ class Window : public UserInterface {
 
 class TraceTest : public ::testing::Test {
  protected:
-  TraceTest() {
-    std::string pattern = (fs::temp_directory_path() / "trace-test-XXXXXX").string();
-    folder_ = ::mkdtemp(pattern.data());
-  }
-  ~TraceTest() override { fs::remove_all(folder_); }
-
   void OpenLog() {
     auto log = std::make_unique<Log>();
     log->folder = folder_;
@@ -59,7 +54,8 @@ class TraceTest : public ::testing::Test {
     return window_.entries.empty() ? "" : window_.entries.back().second;
   }
 
-  std::string folder_;
+  test::TemporaryFolder temporary_;
+  std::string folder_ = temporary_.Path();
   Window window_;
   Tracer tracer_{window_};
 };

@@ -9,6 +9,7 @@
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
 #include "platform/ado/AdoTestSupport.h"
+#include "support/TemporaryFolder.h"
 
 namespace ods {
 namespace {
@@ -18,16 +19,9 @@ constexpr const char* kSpecials = "\xC3\xA4\xC3\x96\xC3\x9F \xE2\x82\xAC \xF0\x9
 class SqliteTest : public ::testing::Test {
  protected:
   SqliteTest() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ado-test-XXXXXX").string();
-    folder_ = ::mkdtemp(pattern.data());
     connection_ = CreateOdbcConnection();
     connection_->Open(ConnectionString("main.db"));
   }
-  ~SqliteTest() override {
-    connection_.reset();
-    std::filesystem::remove_all(folder_);
-  }
-
   [[nodiscard]] std::string Path(const std::string& file) const { return (folder_ / file).string(); }
   [[nodiscard]] std::string ConnectionString(const std::string& file) const {
     return "Driver=SQLite3;Database=" + Path(file);
@@ -43,7 +37,8 @@ class SqliteTest : public ::testing::Test {
         ") INSERT INTO n SELECT i, i * i, 'word ' || i FROM c");
   }
 
-  std::filesystem::path folder_;
+  test::TemporaryFolder temporary_;
+  std::filesystem::path folder_ = temporary_.Path();
   std::shared_ptr<Connection> connection_;
 };
 

@@ -15,30 +15,14 @@
 #include <unistd.h>
 #include <vector>
 
+#include "support/TemporaryFolder.h"
+
 namespace ods::testing {
 
-/// A new empty folder, removed with all it holds when the object ends.
-class TestFolder {
+/// A temporary folder whose files are named by "/".
+class TestFolder : public test::TemporaryFolder {
  public:
-  TestFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "ods-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) ADD_FAILURE() << "no folder for the test";
-    path_ = name;
-  }
-  ~TestFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  TestFolder(const TestFolder&) = delete;
-  TestFolder& operator=(const TestFolder&) = delete;
-  TestFolder(TestFolder&&) = delete;
-  TestFolder& operator=(TestFolder&&) = delete;
-
-  [[nodiscard]] std::string Path() const { return path_; }
-  [[nodiscard]] std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
+  [[nodiscard]] std::string operator/(const std::string& name) const { return Path() + "/" + name; }
 };
 
 inline std::string ReadText(const std::string& path) {

@@ -12,6 +12,7 @@
 #include "common/Files.h"
 #include "common/Text.h"
 #include "support/RaisedErrors.h"
+#include "support/TemporaryFolder.h"
 
 namespace ods {
 namespace {
@@ -301,13 +302,8 @@ TEST(TextTest, IsLinearOnWideDocuments) {
 
 class XmlFileTest : public ::testing::Test {
  protected:
-  XmlFileTest() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "xml-test-XXXXXX").string();
-    folder_ = ::mkdtemp(pattern.data());
-  }
-  ~XmlFileTest() override { std::filesystem::remove_all(folder_); }
-
-  std::string folder_;
+  test::TemporaryFolder temporary_;
+  std::string folder_ = temporary_.Path();
 };
 
 TEST_F(XmlFileTest, ADocumentReturnsFromItsFile) {
