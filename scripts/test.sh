@@ -39,7 +39,7 @@ trap 'stop_servers; rm --recursive --force -- "$folder"' EXIT
 
 # Leaks of the drivers and of the driver manager are not ours; the file lists them.
 suppressions=$ODS_ROOT/tests/lsan.supp
-export ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1
+export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1
 export UBSAN_OPTIONS=print_stacktrace=1
 export LSAN_OPTIONS=print_suppressions=0
 if [[ -f $suppressions ]]; then
