@@ -49,12 +49,18 @@ void CountInCache(const XmlDocument& /*request*/, XmlDocument& response, DataSes
   response.LoadXML("<XML><Count>" + std::to_string(count) + "</Count></XML>");
 }
 
+void FillMuch(const XmlDocument& /*request*/, XmlDocument& response, DataSession& /*session*/) {
+  response.LoadXML("<XML/>");
+  response.DocumentElement().SetText(std::string(kMaxResponseBytes, 'x'));
+}
+
 RequestHandler FindTestHandler(std::string_view type) {
   if (type == "DriverError") return &RaiseDriverError;
   if (type == "Markup") return &RaiseMarkup;
   if (type == "NoMemory") return &RaiseNoMemory;
   if (type == "Nothing") return &FillNothing;
   if (type == "Count") return &CountInCache;
+  if (type == "Large") return &FillMuch;
   return FindHandler(type);
 }
 
@@ -247,6 +253,17 @@ TEST_F(LoopTest, AHandlersErrorBecomesAnErrorDocumentAndARestartRequest) {
   EXPECT_EQ(Report("/XML/Code"), "ErrorProcessingMessage");
   EXPECT_EQ(Report("/XML/Message"), kText);
   EXPECT_EQ(ui_.CountOf(std::string("Report status: Restart - ") + kText), 1);
+  EXPECT_EQ(AnswerText(1, "/XML/Ping"), "OK") << "the loop goes on";
+}
+
+TEST_F(LoopTest, AResponseThatIsTooLargeBecomesAnErrorDocument) {
+  Request("m1", "Large");
+  Request("m2", "Ping");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Error"), "1000");
+  EXPECT_EQ(AnswerText(0, "/XML/Message"),
+            "The response is larger than 67108864 bytes (64 MiB). Ask for fewer rows or fields.");
+  EXPECT_EQ(AnswerText(0, "/XML/DataSession"), process_.ServerSessionId);
   EXPECT_EQ(AnswerText(1, "/XML/Ping"), "OK") << "the loop goes on";
 }
 
