@@ -11,6 +11,8 @@ BUILD_PACKAGES=(g++ cmake ninja-build unixodbc-dev libpugixml-dev libcli11-dev l
 SQLITE_PACKAGES=(odbcinst libsqliteodbc sqlite3)
 # What the tests need besides.
 TEST_PACKAGES=(unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server libxml2-utils)
+# What builds and runs the fuzzers.
+FUZZ_PACKAGES=(clang libclang-rt-dev)
 # What checks the sources.
 LINT_PACKAGES=(clang-format clang-tidy shellcheck)
 
