@@ -41,7 +41,9 @@ escape() { sed 's/&/\&amp;/g; s/</\&lt;/g; s/>/\&gt;/g' <<<"$1"; }
 remove_earlier_folders
 folder=$(mktemp --directory -- "${TMPDIR:-/tmp}/$TEMPORARY_NAME.XXXXXX")
 printf '%s\n' "$$" >"$folder/demo.pid"
-mkdir -- "$folder/config" "$folder/messages"
+mkdir -- "$folder/config" "$folder/messages" "$folder/program"
+# The server finds users.xml and context.xml beside its executable: so it runs from a copy.
+cp -- "$programs/odbc-data-server" "$ODS_ROOT/samples/users.xml" "$ODS_ROOT/samples/context.xml" "$folder/program"
 cp --recursive -- "$ODS_ROOT/samples/views.xml" "$ODS_ROOT/samples/views" "$folder/config"
 cat >"$folder/config/dataserver.xml" <<XML
 <?xml version="1.0" encoding="utf-8"?>
@@ -64,7 +66,7 @@ trap stop_demo_server EXIT
 
 say "Starting the server"
 # Should this script be killed outright, the kernel asks the server to end.
-setpriv --pdeathsig TERM -- "$programs/odbc-data-server" /hidden /instance=demo "/datafolder=$folder/data" "/configfolder=$folder/config" \
+setpriv --pdeathsig TERM -- "$folder/program/odbc-data-server" /hidden /instance=demo "/datafolder=$folder/data" "/configfolder=$folder/config" \
   "/inqueue=$folder/requests" "/outqueue=$folder/results" "/alivefile=$folder/alive.xml" >"$folder/server.out" 2>&1 &
 server_pid=$!
 wait_until_ready "$server_pid" 20 test -d "$folder/requests/new" -a -d "$folder/results/new" || {
@@ -132,6 +134,10 @@ customer='[TABLE]customer'
 customer_fields=$(fields no name city)
 
 request "Is the server there?" Ping
+request "What can it do?" Initialize "<UserMode>DETECT</UserMode>"
+request "Who is bob, and what may he do?" Authorize "<UserId>bob</UserId>"
+request "And ann, who has logged in somewhere else?" Authorize "<AuthenticatedUser>ann</AuthenticatedUser>"
+request "Which users has the database? (Only a Navision database has any.)" UsersAndRoles
 request "Which tables are there?" TableList
 request "Which fields has the table of customers?" FieldList "<TableId>$customer</TableId>"
 request "Which keys have the order lines?" KeyList "<TableId>[TABLE]order_line</TableId>"

@@ -6,11 +6,13 @@
 ODS_ROOT=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 
 # What the programs, their tests and their benchmarks need to be configured and built.
-BUILD_PACKAGES=(g++ cmake ninja-build unixodbc-dev libpugixml-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev)
+BUILD_PACKAGES=(g++ cmake ninja-build unixodbc-dev libpugixml-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev)
 # What it takes to serve an SQLite file.
 SQLITE_PACKAGES=(odbcinst libsqliteodbc sqlite3)
 # What the tests need besides.
 TEST_PACKAGES=(unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server libxml2-utils)
+# What builds and runs the fuzzers.
+FUZZ_PACKAGES=(clang libclang-rt-dev)
 # What checks the sources.
 LINT_PACKAGES=(clang-format clang-tidy shellcheck)
 

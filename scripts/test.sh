@@ -3,6 +3,7 @@
 # SQLite, PostgreSQL and MariaDB, and ctest on both builds.
 #
 #   --no-asan        leave out the build with the sanitizers and its tests
+#   --no-fuzz        leave out the short run of the fuzzers (scripts/fuzz.sh)
 #   --lint           check the sources too (scripts/lint.sh)
 #   --filter REGEX   run only the tests whose names match
 #
@@ -13,17 +14,19 @@ set -euo pipefail
 
 asan=1
 lint=0
+fuzz=1
 ctest_options=(-j2 --no-tests=error)
 while (($#)); do
   case $1 in
     --no-asan) asan=0 ;;
+    --no-fuzz) fuzz=0 ;;
     --lint) lint=1 ;;
     --filter)
       (($# >= 2)) || die "--filter needs a regular expression"
       ctest_options+=(--tests-regex "$2")
       shift
       ;;
-    *) die "unknown option: $1 (known: --no-asan, --lint, --filter REGEX)" ;;
+    *) die "unknown option: $1 (known: --no-asan, --no-fuzz, --lint, --filter REGEX)" ;;
   esac
   shift
 done
@@ -89,6 +92,8 @@ if ((asan)); then
   # The longest walks through tables are thinned out here: the sanitizers make everything several times slower.
   ODS_TEST_QUICK=1 step "Tests of the asan preset" run_ctest asan
 fi
+# Seven fuzzers: long enough to see that each works and that no old finding is back.
+((fuzz == 0)) || step "Fuzzers" "$ODS_ROOT/scripts/fuzz.sh" 8
 ((lint == 0)) || step "Checks of the sources" "$ODS_ROOT/scripts/lint.sh"
 
 for preset in "${presets[@]}"; do

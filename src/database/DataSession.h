@@ -16,6 +16,7 @@
 #include "common/Value.h"
 #include "log/Trace.h"
 #include "platform/ado/Ado.h"
+#include "platform/xml/Xml.h"
 
 namespace ods {
 
@@ -59,6 +60,12 @@ struct ProcessState {
   Tracer* tracer = nullptr;
   const ComponentRegistry* components = nullptr;
   std::string configFolder;
+  /// The folder that holds the executable.
+  std::string programFolder;
+  /// The context document; an empty one when it did not load.
+  const XmlDocument* context = nullptr;
+  /// The id that every response carries. A client's `Initialize` replaces it; made when it is first needed.
+  std::string ServerSessionId;
   /// Multiplies every decimal number that is written; 0 until the first `TableData` request settles it.
   double decimalFactor = 0;
 };

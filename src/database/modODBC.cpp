@@ -7,18 +7,26 @@
 
 namespace ods {
 
+namespace {
+
+constexpr const char* kWithheld = "The statement failed. The driver's description may quote a secret and is withheld.";
+
+}  // namespace
+
 std::shared_ptr<RecordSet> ExecuteSQL(const DataSession& session, std::string sql, std::int32_t maxRecords,
                                       const ExecuteOptions& options) {
   for (const auto& [placeholder, value] : options.parameters) sql = ReplaceAll(sql, placeholder, value);
-  session.Trace("SQL: " + sql);
+  const std::string_view shown = options.shownAs.empty() ? std::string_view(sql) : options.shownAs;
+  session.Trace(std::string("SQL: ").append(shown));
   try {
     return session.connection->OpenRecordSet(sql, session.kind == DatabaseKind::DbMySql ? 0 : maxRecords);
   } catch (const Error& error) {
     const bool expected = std::ranges::find(options.expectedErrors, error.Number()) != options.expectedErrors.end();
+    const std::string description = options.shownAs.empty() ? error.Description() : kWithheld;
     session.Trace(std::string("SQL ") + (expected ? "Warning" : "Error") + ": " + std::to_string(error.Number()) +
-                      " (0x" + ErrorNumberHex(error.Number()) + "), " + error.Description(),
+                      " (0x" + ErrorNumberHex(error.Number()) + "), " + description,
                   -1, expected ? severity::kWarning : severity::kError);
-    throw Error(error.Number(), error.Description() + " SQL: " + sql);
+    throw Error(error.Number(), (description + " SQL: ").append(shown));
   }
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "database/DataSession.h"
@@ -14,9 +15,12 @@ namespace ods {
 /// What a caller of `ExecuteSQL` may give besides the statement.
 struct ExecuteOptions {
   /// Numbers of errors that the caller foresees: they are traced as warnings.
-  std::span<const std::int32_t> expectedErrors;
+  std::span<const std::int32_t> expectedErrors = {};
   /// Placeholder texts and their values: every occurrence is replaced, pair by pair.
-  std::span<const std::pair<std::string, std::string>> parameters;
+  std::span<const std::pair<std::string, std::string>> parameters = {};
+  /// For a statement that holds a secret: what the log and errors show in its place. The driver's description of a
+  /// failure, which may quote the statement, is then withheld too.
+  std::string_view shownAs = {};
 };
 
 /// Runs a statement, tracing it, and returns its record set. `maxRecords` bounds the records read (0: no bound); on

@@ -1,5 +1,6 @@
 #include "database/modSelect.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -45,6 +46,15 @@ bool IsBracketedName(std::string_view name) {
     ++at;
   }
   return false;
+}
+
+/// True for a name that no product takes for anything but a name when it has no quotes around it.
+bool CanStandBare(std::string_view name) {
+  const auto isPlain = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '$' ||
+           c == '.' || static_cast<unsigned char>(c) >= 0x80;
+  };
+  return !name.empty() && std::ranges::all_of(name, isPlain);
 }
 
 /// The statement over `source`, which is a quoted table name or a derived table.
@@ -113,7 +123,20 @@ SchemaAndName SplitTableName(std::string_view identifier, DatabaseKind kind) {
   return {"", std::string(name)};
 }
 
+void RequireStatementSize(std::size_t bytes) {
+  if (bytes <= kMaxStatementBytes) return;
+  throw Error(error_number::kOwn, "The request makes a statement of more than " + std::to_string(kMaxStatementBytes) +
+                                      " bytes. Ask with shorter or fewer conditions.");
+}
+
 std::string QuoteIdentifier(const DataSession& session, std::string_view name) {
+  if (session.QuotePrefix.empty() || session.QuoteSuffix.empty()) {
+    if (CanStandBare(name)) return std::string(name);
+    throw Error(error_number::kOwn,
+                "The name \"" + std::string(name) +
+                    "\" cannot be used: this connection has no identifier quotes, and without them a name is made of "
+                    "letters, digits, \"_\", \"$\" and \".\" only.");
+  }
   return session.QuotePrefix + ReplaceAll(name, session.QuoteSuffix, session.QuoteSuffix + session.QuoteSuffix) +
          session.QuoteSuffix;
 }

@@ -4,6 +4,7 @@
 // name.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -28,10 +29,19 @@ struct SchemaAndName {
 /// Schema and name of an identifier. Only Microsoft SQL Server's have a schema; a doubled "]]" stays doubled.
 [[nodiscard]] SchemaAndName SplitTableName(std::string_view identifier, DatabaseKind kind);
 
-/// `name` in the connection's identifier quotes, every closing quote inside doubled.
+/// The longest statement, in bytes, that the parts of a request may make: a few of them are worth many of the request's
+/// own (search patterns, alternatives, keys of many fields).
+inline constexpr std::size_t kMaxStatementBytes = std::size_t{16} << 20U;
+/// Raises error 1000, naming the limit, when `bytes` are more than a statement may have.
+void RequireStatementSize(std::size_t bytes);
+
+/// `name` in the connection's identifier quotes, every closing quote inside doubled. Where the connection has none, the
+/// name stands bare: then error 1000 is raised for one that is empty or holds another ASCII character than letters,
+/// digits, "_", "$" and ".".
 [[nodiscard]] std::string QuoteIdentifier(const DataSession& session, std::string_view name);
 /// The name of a table as it stands in a statement. On Microsoft SQL Server a name of one to three parts in brackets,
-/// joined by ".", each with its "]" doubled, stands as it is; every other name is quoted as one.
+/// joined by ".", each with its "]" doubled, stands as it is; every other name is quoted as one. Raises as
+/// `QuoteIdentifier`.
 [[nodiscard]] std::string QuoteTableName(const DataSession& session, std::string_view name);
 
 /// What `BuildSelect` puts into a statement besides the table and the row limit. Empty parts are left out.

@@ -32,7 +32,6 @@ struct ServerState {
   std::string statusText;
   std::string buttonState;
   std::int32_t requestCount = 0;
-  std::string ServerSessionId;  ///< made when the first response is stamped
 };
 
 }  // namespace ods

@@ -5,6 +5,9 @@
 #include "catalogue/modTableList.h"
 #include "common/Error.h"
 #include "tabledata/modTableData.h"
+#include "users/modAuthorize.h"
+#include "users/modInitialize.h"
+#include "users/modUsersAndRoles.h"
 
 namespace ods {
 
@@ -22,6 +25,9 @@ constexpr DispatchEntry kDispatchTable[] = {
     {"KeyList", &ProcessKeyList},
     {"PrimaryKey", &ProcessPrimaryKey},
     {"TableData", &TableData},
+    {"Initialize", &ProcessInitialize},
+    {"Authorize", &ProcessAuthorize},
+    {"UsersAndRoles", &ProcessUsersAndRoles},
 };
 
 std::string ErrorDocumentText(std::int32_t number, const std::string& message) {

@@ -303,18 +303,18 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
   return type;
 }
 
-/// The text of the response with the id of this server in it. One that is too large to be written out becomes an error
-/// document.
+/// The text of the response with the id of this server in it. One that is too large becomes an error document.
 std::string Loop::StampedText(XmlDocument& response) {
-  if (state_.ServerSessionId.empty()) state_.ServerSessionId = NewGuidText();
+  if (process_.ServerSessionId.empty()) process_.ServerSessionId = NewGuidText();
   std::string text;
   const auto failure = Attempt([&] {
-    StampResponse(response, state_.ServerSessionId);
+    StampResponse(response, process_.ServerSessionId);
     text = response.Xml();
+    if (text.size() > kMaxResponseBytes) throw Error(error_number::kOwn, std::string(kResponseTooLarge));
   });
   if (!failure) return text;
   FillErrorDocument(response, failure->number, failure->description);
-  StampResponse(response, state_.ServerSessionId);
+  StampResponse(response, process_.ServerSessionId);
   return response.Xml();
 }
 

@@ -41,6 +41,8 @@ Server::Server(ServerSurroundings surroundings)
   process_.ui = &surroundings_.ui;
   process_.tracer = &surroundings_.tracer;
   process_.components = &surroundings_.components;
+  process_.programFolder = exeFolder_;
+  process_.context = &context_;
 }
 
 void Server::Run(const std::string& commandLine) {

@@ -58,6 +58,17 @@ std::string Folded(std::string_view function, const std::string& expression) {
   return function.empty() ? expression : std::string(function) + "(" + expression + ")";
 }
 
+/// `pattern` with every "{0}" as the search text. Both come from the client, and their lengths multiply.
+std::string FillPattern(const std::string& pattern, const std::string& searchString) {
+  constexpr std::string_view kPlace = "{0}";
+  std::size_t length = pattern.size();
+  for (std::size_t hit = pattern.find(kPlace); hit != std::string::npos; hit = pattern.find(kPlace, hit + 1)) {
+    length += searchString.size();
+    RequireStatementSize(length);
+  }
+  return ReplaceAll(pattern, kPlace, searchString);
+}
+
 std::string FlowFilterEscape(const DataSession& session, const std::string& table, const std::string& field,
                              const std::string& value) {
   return "{pred SetFlowFilter, " + SafeVal_String(session.kind, GetBareName(table)) + ", " +
@@ -92,9 +103,13 @@ std::string BuildFilterCondition(std::string_view sqlOperator, DataSession& sess
   };
   if (values.empty()) return comparison(values);
   std::string text;
-  for (const std::string& value : Split(values, "|")) {
+  for (std::size_t start = 0; start <= values.size();) {
+    const std::size_t end = std::min(values.find('|', start), values.size());
+    const std::string value = values.substr(start, end - start);
     if (!text.empty()) text.append(" ").append(joiner).append(" ");
     text += sqlOperator == kFlowFilter ? FlowFilterEscape(session, table, field, value) : comparison(value);
+    RequireStatementSize(text.size());
+    start = end + 1;
   }
   return text;
 }
@@ -124,6 +139,7 @@ std::string BuildFilter(DataSession& session, const std::string& table, const Xm
   for (const XmlNode& condition : request.SelectNodes("Filter/Condition")) {
     step = "Read filter";
     text += BuildCondition(session, table, condition, step);
+    RequireStatementSize(text.size());
   }
   return text.empty() ? text : text.substr(kLeadingAnd);
 }
@@ -136,10 +152,11 @@ std::string BuildSearch(DataSession& session, const std::string& table, const Xm
     const std::string pattern = GetNodeText(node, "SearchString");
     if (pattern.empty()) continue;
     const std::string field = GetNodeText(node, "Id");
-    const std::string value = SafeFilter(session, table, field, ReplaceAll(pattern, "{0}", searchString));
+    const std::string value = SafeFilter(session, table, field, FillPattern(pattern, searchString));
     if (!terms.empty()) terms += " OR ";
     terms += "(" + Folded(fold, SafeQuote(session, table, field)) + " LIKE " +
              Folded(fold, SafeVal(session, table, field, value)) + ")";
+    RequireStatementSize(terms.size());
   }
   return "(" + terms + ")";
 }

@@ -52,6 +52,7 @@ std::string BuildKeyCondition(DataSession& session, const std::string& table, co
       if (j > 0) condition += " AND ";
       const bool orEqual = j != i || (i == last && comparison.inclusive);
       condition += terms[j].column + base + (orEqual ? "=" : "") + terms[j].literal;
+      RequireStatementSize(condition.size());
     }
   }
   return condition + ")";

@@ -15,6 +15,7 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Hex.h"
+#include "database/RequestHandler.h"
 #include "database/modODBC.h"
 #include "database/modSelect.h"
 #include "sqlformat/modSafeFilter.h"
@@ -241,9 +242,32 @@ Value Cleaned(const Value& value) {
   return text != nullptr && *text == "\x02" ? Value(std::string()) : value;
 }
 
+/// Counts the values of a page while they are read, so that a page that no response can carry ends before it fills the
+/// memory.
+class PageSizeGuard {
+ public:
+  void Add(const std::string& name, const Value& value) {
+    constexpr std::size_t kMarkup = std::string_view("<V Id=\"\"></V>").size();
+    bytes_ += kMarkup + name.size() + LeastLength(value);
+    if (bytes_ > kMaxResponseBytes) throw Error(error_number::kOwn, std::string(kResponseTooLarge));
+    if (++values_ > kMaxResponseValues) throw Error(error_number::kOwn, std::string(kTooManyValues));
+  }
+
+ private:
+  static std::size_t LeastLength(const Value& value) {
+    if (const auto* text = value.GetIf<std::string>()) return text->size();
+    if (const auto* bytes = value.GetIf<Bytes>()) return 2 * bytes->size();
+    return 1;
+  }
+
+  std::size_t bytes_ = 0;
+  std::size_t values_ = 0;
+};
+
 Page TableDataRequest::ReadRows(RecordSet& rows, bool fieldsFixed) {
   step_ = "Read the records";
   Page page;
+  PageSizeGuard guard;
   std::vector<std::size_t> columns(fields_.size());
   for (std::size_t i = 0; i < columns.size(); ++i) {
     columns[i] = fieldsFixed ? rows.IndexOf(fields_[i]) : i;
@@ -252,7 +276,11 @@ Page TableDataRequest::ReadRows(RecordSet& rows, bool fieldsFixed) {
   for (std::int32_t count = 0; count < pageSize_ && !rows.AtEnd(); ++count, rows.MoveNext()) {
     std::vector<Value>& row = page.rows.emplace_back();
     row.reserve(columns.size());
-    for (const std::size_t column : columns) row.push_back(Cleaned(rows.Item(column)));
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      const Value& value = rows.Item(columns[i]);
+      guard.Add(fields_[i], value);
+      row.push_back(Cleaned(value));
+    }
   }
   page.moreRows = !rows.AtEnd();
   return page;

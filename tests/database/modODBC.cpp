@@ -62,6 +62,24 @@ TEST_F(Execute, AnExpectedFailureIsAWarningInTheLogAndStillRaised) {
   EXPECT_THAT(fake_.ui.entries, Contains("SQL Warning: -2147217865 (0x80040E37), No such table"));
 }
 
+TEST_F(Execute, AStatementWithASecretIsRunAsItIsAndShownWithout) {
+  (void)ExecuteSQL(fake_.session, "SELECT 'secret'", 0, {.shownAs = "SELECT '*****'"});
+  EXPECT_EQ(fake_.LastStatement(), "SELECT 'secret'");
+  EXPECT_THAT(fake_.ui.entries, ElementsAre("SQL: SELECT '*****'"));
+}
+
+TEST_F(Execute, TheFailureOfAStatementWithASecretShowsItNowhere) {
+  fake_.connection->answer = [](const std::string&) -> std::shared_ptr<RecordSet> {
+    throw Error(-2147217900, "syntax error near 'sec");
+  };
+  const auto [number, text] =
+      ErrorOf([&] { (void)ExecuteSQL(fake_.session, "SELECT 'secret'", 0, {.shownAs = "SELECT '*****'"}); });
+  const std::string withheld = "The statement failed. The driver's description may quote a secret and is withheld.";
+  EXPECT_EQ(number, -2147217900);
+  EXPECT_EQ(text, withheld + " SQL: SELECT '*****'");
+  EXPECT_THAT(fake_.ui.entries, ElementsAre("SQL: SELECT '*****'", "SQL Error: -2147217900 (0x80040E14), " + withheld));
+}
+
 TEST(TableExists, AsksTheTablesSchemaForTheName) {
   FakeSession fake;
   std::vector<Row> rows;

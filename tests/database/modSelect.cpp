@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "support/FakeSession.h"
+#include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
@@ -52,6 +53,36 @@ TEST(TableIdentifier, QuotedNamesDoubleTheClosingQuote) {
   FakeSession bare(DatabaseKind::DbUnknown);
   bare.session.QuotePrefix = bare.session.QuoteSuffix = "";
   EXPECT_EQ(QuoteIdentifier(bare.session, "plain"), "plain");
+}
+
+TEST(TableIdentifier, WithoutQuotesANameIsNothingButAName) {
+  FakeSession bare(DatabaseKind::DbUnknown);
+  bare.session.QuotePrefix = bare.session.QuoteSuffix = "";
+  for (const char* name : {"orders", "Schema.Orders_2$", "k\xC3\xA4ufer", "9"}) {
+    EXPECT_EQ(QuoteIdentifier(bare.session, name), name);
+    EXPECT_EQ(QuoteTableName(bare.session, name), name);
+  }
+  const auto refusal = [](const std::string& name) {
+    return "The name \"" + name +
+           "\" cannot be used: this connection has no identifier quotes, and without them a name is made of letters, "
+           "digits, \"_\", \"$\" and \".\" only.";
+  };
+  for (const std::string& name :
+       {std::string(), std::string("a b"), std::string("a;b"), std::string("a--b"), std::string("a/*b"),
+        std::string("a'b"), std::string("a\"b"), std::string("(SELECT"), std::string("a,b"), std::string("a\\b"),
+        std::string("a\nb"), std::string("a#b"), std::string("[a]")}) {
+    EXPECT_RAISES(QuoteIdentifier(bare.session, name), 1000, refusal(name));
+    EXPECT_RAISES(QuoteTableName(bare.session, name), 1000, refusal(name));
+  }
+  EXPECT_THROW(static_cast<void>(QuoteIdentifier(bare.session, std::string("a\0b", 3))), Error);
+  bare.session.QuotePrefix = "\"";
+  EXPECT_RAISES(QuoteIdentifier(bare.session, "a b"), 1000, refusal("a b")) << "one quote alone encloses nothing";
+}
+
+TEST(StatementSize, IsBounded) {
+  EXPECT_NO_THROW(RequireStatementSize(kMaxStatementBytes));
+  EXPECT_RAISES(RequireStatementSize(kMaxStatementBytes + 1), 1000,
+                "The request makes a statement of more than 16777216 bytes. Ask with shorter or fewer conditions.");
 }
 
 TEST(TableIdentifier, SqlServerKeepsWellFormedBracketedNamesAndQuotesTheRest) {

@@ -53,8 +53,9 @@ std::string ServerFolders::LogText() const {
   return text;
 }
 
-ServerProcess::ServerProcess(const ServerFolders& folders, const std::vector<std::string>& moreArguments) {
-  std::vector<std::string> arguments = {ODS_SERVER_PROGRAM,
+ServerProcess::ServerProcess(const ServerFolders& folders, const std::vector<std::string>& moreArguments,
+                             const std::string& program) {
+  std::vector<std::string> arguments = {program,
                                         "/hidden",
                                         "/instance=e2e",
                                         "/datafolder=" + folders.Root() + "/data",

@@ -39,8 +39,9 @@ void WriteTextFile(const std::string& path, const std::string& text);
 /// A running server. It is ended, by its own process id, with the object.
 class ServerProcess {
  public:
-  /// Starts the server hidden on the folders, with more arguments when given.
-  explicit ServerProcess(const ServerFolders& folders, const std::vector<std::string>& moreArguments = {});
+  /// Starts the server hidden on the folders, with more arguments when given, maybe from a copy of the executable.
+  explicit ServerProcess(const ServerFolders& folders, const std::vector<std::string>& moreArguments = {},
+                         const std::string& program = ODS_SERVER_PROGRAM);
   ~ServerProcess();
   ServerProcess(const ServerProcess&) = delete;
   ServerProcess& operator=(const ServerProcess&) = delete;

@@ -9,6 +9,9 @@
 #include "common/Error.h"
 #include "support/FakeSession.h"
 #include "tabledata/modTableData.h"
+#include "users/modAuthorize.h"
+#include "users/modInitialize.h"
+#include "users/modUsersAndRoles.h"
 
 namespace ods {
 namespace {
@@ -45,15 +48,24 @@ TEST(DispatchTable, KnowsTheHandlers) {
   EXPECT_EQ(FindHandler("KeyList"), &ProcessKeyList);
   EXPECT_EQ(FindHandler("PrimaryKey"), &ProcessPrimaryKey);
   EXPECT_EQ(FindHandler("TableData"), &TableData);
+  EXPECT_EQ(FindHandler("Initialize"), &ProcessInitialize);
+  EXPECT_EQ(FindHandler("Authorize"), &ProcessAuthorize);
+  EXPECT_EQ(FindHandler("UsersAndRoles"), &ProcessUsersAndRoles);
 }
 
 TEST(DispatchTable, ComparesExactly) {
-  for (const char* type : {"ping", "PING", "Ping ", "", "Status"}) EXPECT_EQ(FindHandler(type), nullptr) << type;
+  for (const char* type : {"ping", "PING", "Ping ", "", "Status", "initialize", "authorize", "Usersandroles"})
+    EXPECT_EQ(FindHandler(type), nullptr) << type;
 }
 
 TEST(Dispatch, PingIsAnswered) {
   test::FakeSession fake;
   EXPECT_EQ(Dispatched("Ping", &fake.session), "<XML><Ping>OK</Ping></XML>");
+}
+
+TEST(Dispatch, UsersAndRolesOfADatabaseWithoutThemAreTheStampAlone) {
+  test::FakeSession fake;
+  EXPECT_EQ(Stamped(Dispatched("UsersAndRoles", &fake.session)), "<XML><DataSession>ID</DataSession></XML>");
 }
 
 TEST(Dispatch, AnUnknownTypeGetsErrorOne) {

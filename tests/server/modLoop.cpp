@@ -49,12 +49,18 @@ void CountInCache(const XmlDocument& /*request*/, XmlDocument& response, DataSes
   response.LoadXML("<XML><Count>" + std::to_string(count) + "</Count></XML>");
 }
 
+void FillMuch(const XmlDocument& /*request*/, XmlDocument& response, DataSession& /*session*/) {
+  response.LoadXML("<XML/>");
+  response.DocumentElement().SetText(std::string(kMaxResponseBytes, 'x'));
+}
+
 RequestHandler FindTestHandler(std::string_view type) {
   if (type == "DriverError") return &RaiseDriverError;
   if (type == "Markup") return &RaiseMarkup;
   if (type == "NoMemory") return &RaiseNoMemory;
   if (type == "Nothing") return &FillNothing;
   if (type == "Count") return &CountInCache;
+  if (type == "Large") return &FillMuch;
   return FindHandler(type);
 }
 
@@ -158,7 +164,7 @@ TEST_F(LoopTest, AnswersAMessageUnderItsId) {
   ASSERT_EQ(queues_.sent.size(), 1U);
   EXPECT_EQ(queues_.sent[0].id, "m1");
   EXPECT_EQ(queues_.sent[0].text,
-            "<XML><Ping>OK</Ping><DataSession>" + state_.ServerSessionId + "</DataSession></XML>");
+            "<XML><Ping>OK</Ping><DataSession>" + process_.ServerSessionId + "</DataSession></XML>");
   EXPECT_THAT(queues_.events, ElementsAre("create in", "create out", "poll in", "send m1 to out", "answered m1",
                                           "poll in", "drop out", "drop in"));
 }
@@ -183,15 +189,27 @@ TEST_F(LoopTest, EveryResponseCarriesTheSameSession) {
   Request("m3", "DriverError");
   Run();
   ASSERT_EQ(queues_.sent.size(), 3U);
-  EXPECT_EQ(state_.ServerSessionId.size(), 36U);
-  for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(AnswerText(i, "/XML/DataSession"), state_.ServerSessionId);
+  EXPECT_EQ(process_.ServerSessionId.size(), 36U);
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(AnswerText(i, "/XML/DataSession"), process_.ServerSessionId);
 }
 
 TEST_F(LoopTest, ASessionIdThatThereIsIsKept) {
-  state_.ServerSessionId = "given";
+  process_.ServerSessionId = "given";
   Request("m1", "Ping");
   Run();
   EXPECT_EQ(AnswerText(0, "/XML/DataSession"), "given");
+}
+
+TEST_F(LoopTest, InitializeReplacesTheSessionIdFromItsOwnResponseOn) {
+  Request("m1", "Ping");
+  Request("m2", "Initialize");
+  Request("m3", "Ping");
+  Request("m4", "Initialize");
+  Run();
+  EXPECT_NE(AnswerText(0, "/XML/DataSession"), AnswerText(1, "/XML/DataSession"));
+  EXPECT_EQ(AnswerText(1, "/XML/DataSession"), AnswerText(2, "/XML/DataSession"));
+  EXPECT_NE(AnswerText(2, "/XML/DataSession"), AnswerText(3, "/XML/DataSession"));
+  EXPECT_EQ(AnswerText(3, "/XML/DataSession"), process_.ServerSessionId);
 }
 
 TEST_F(LoopTest, CountsEveryMessage) {
@@ -228,13 +246,24 @@ TEST_F(LoopTest, AHandlersErrorBecomesAnErrorDocumentAndARestartRequest) {
   Request("m2", "Ping");
   Run();
   EXPECT_EQ(queues_.sent[0].text, "<XML><Error>-2147217865</Error><Message>no such table: t</Message><DataSession>" +
-                                      state_.ServerSessionId + "</DataSession></XML>");
+                                      process_.ServerSessionId + "</DataSession></XML>");
   constexpr const char* kText =
       "Request a restart of dataserver in order to recover error state. -2147217865 no such table: t";
   EXPECT_EQ(Report("/XML/Type"), "Restart");
   EXPECT_EQ(Report("/XML/Code"), "ErrorProcessingMessage");
   EXPECT_EQ(Report("/XML/Message"), kText);
   EXPECT_EQ(ui_.CountOf(std::string("Report status: Restart - ") + kText), 1);
+  EXPECT_EQ(AnswerText(1, "/XML/Ping"), "OK") << "the loop goes on";
+}
+
+TEST_F(LoopTest, AResponseThatIsTooLargeBecomesAnErrorDocument) {
+  Request("m1", "Large");
+  Request("m2", "Ping");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Error"), "1000");
+  EXPECT_EQ(AnswerText(0, "/XML/Message"),
+            "The response is larger than 67108864 bytes (64 MiB). Ask for fewer rows or fields.");
+  EXPECT_EQ(AnswerText(0, "/XML/DataSession"), process_.ServerSessionId);
   EXPECT_EQ(AnswerText(1, "/XML/Ping"), "OK") << "the loop goes on";
 }
 
@@ -256,7 +285,7 @@ TEST_F(LoopTest, ErrorsOfTheLanguageCountAsOwnOnes) {
 TEST_F(LoopTest, AResponseWithoutARootGetsOne) {
   Request("m1", "Nothing");
   Run();
-  EXPECT_EQ(queues_.sent[0].text, "<XML><DataSession>" + state_.ServerSessionId + "</DataSession></XML>");
+  EXPECT_EQ(queues_.sent[0].text, "<XML><DataSession>" + process_.ServerSessionId + "</DataSession></XML>");
 }
 
 TEST_F(LoopTest, AMessageThatCannotBeReadIsAnsweredWithoutARestartRequest) {
@@ -264,7 +293,7 @@ TEST_F(LoopTest, AMessageThatCannotBeReadIsAnsweredWithoutARestartRequest) {
   Run();
   EXPECT_EQ(AnswerText(0, "/XML/Error"), "1000");
   EXPECT_EQ(AnswerText(0, "/XML/Message"), "The message \"m1\" is too large.");
-  EXPECT_EQ(AnswerText(0, "/XML/DataSession"), state_.ServerSessionId);
+  EXPECT_EQ(AnswerText(0, "/XML/DataSession"), process_.ServerSessionId);
   EXPECT_EQ(EventCount("answered m1"), 1);
   EXPECT_FALSE(std::filesystem::exists(settings_.messagefile));
 }
@@ -362,7 +391,7 @@ TEST_F(LoopTest, AFailedConnectIsReportedAndRequestsGetErrorThousand) {
   EXPECT_EQ(Report("/XML/Message"), "Unable to connect to database.");
   EXPECT_EQ(AnswerText(0, "/XML/Error"), "1000");
   EXPECT_EQ(AnswerText(0, "/XML/Message"), kNoConnection);
-  EXPECT_EQ(AnswerText(0, "/XML/DataSession"), state_.ServerSessionId);
+  EXPECT_EQ(AnswerText(0, "/XML/DataSession"), process_.ServerSessionId);
   EXPECT_EQ(database_.opened.size(), 1U) << "no other try";
 }
 

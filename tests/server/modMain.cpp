@@ -160,6 +160,28 @@ TEST_F(ServerTest, LoadsTheContextDocument) {
   EXPECT_EQ(GetNodeText(server_.Context(), "/Context/A"), "1");
 }
 
+TEST_F(ServerTest, HandlersSeeTheFolderOfTheExecutable) {
+  std::ofstream(exeFolder_ + "/users.xml") << "<UserData><Users><User Id='ann' Name='Ann'/></Users></UserData>";
+  Configure(DefaultIni());
+  database_.properties = {{"DBMS Name", "SQLite"}};
+  queues_.Receive("m1", "<XML><Type>Authorize</Type><UserId>ann</UserId></XML>");
+  Run("hidden");
+  ASSERT_EQ(queues_.sent.size(), 1U);
+  EXPECT_EQ(GetNodeText(XmlDocument(queues_.sent[0].text), "/XML/UserName"), "Ann");
+}
+
+TEST_F(ServerTest, HandlersSeeTheContextDocument) {
+  std::ofstream(exeFolder_ + "/context.xml")
+      << "<Context><Users><Table id='2000000002'><TableName>Staff</TableName></Table></Users></Context>";
+  Configure(DefaultIni());
+  database_.properties = {{"DBMS Name", "NAVISION"}};
+  queues_.Receive("m1", "<XML><Type>UsersAndRoles</Type></XML>");
+  Run("hidden");
+  ASSERT_EQ(queues_.sent.size(), 1U);
+  EXPECT_THAT(GetNodeText(XmlDocument(queues_.sent[0].text), "/XML/Message"),
+              StartsWith("unexpected statement: SELECT \"\" AS userid, \"\" as username FROM \"Staff\""));
+}
+
 TEST_F(ServerTest, AContextDocumentThatDoesNotLoadIsNoError) {
   std::ofstream(exeFolder_ + "/context.xml") << "<Context>";
   Run("mode=config");

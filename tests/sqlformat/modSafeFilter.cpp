@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/FakeSession.h"
+#include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
@@ -162,6 +163,34 @@ TEST_F(Filter, NormalisesSearchTextByTheFieldToo) {
 TEST_F(Filter, ASearchWithoutPatternsLeavesEmptyParentheses) {
   EXPECT_EQ(Search("", "x"), "()");
   EXPECT_EQ(Search("<Field><Id>Name</Id><SearchString/></Field>", "x"), "()");
+}
+
+constexpr const char* kTooLong =
+    "The request makes a statement of more than 16777216 bytes. Ask with shorter or fewer conditions.";
+
+std::string Repeat(const std::string& piece, std::size_t times) {
+  std::string text;
+  while (times-- > 0) text += piece;
+  return text;
+}
+
+TEST_F(Filter, ASearchTextThatIsRepeatedBeyondAllMeasureIsRefused) {
+  // Written out, this pattern would have a million million bytes.
+  EXPECT_RAISES(Search("<Field><Id>Name</Id><SearchString>" + Repeat("{0}", 1'000'000) + "</SearchString></Field>",
+                       Repeat("x", 1'000'000)),
+                1000, kTooLong);
+  EXPECT_RAISES(
+      Search(Repeat("<Field><Id>Name</Id><SearchString>{0}</SearchString></Field>", 20), Repeat("x", 1'000'000)), 1000,
+      kTooLong);
+}
+
+TEST_F(Filter, AlternativesAndConditionsBeyondAllMeasureAreRefused) {
+  EXPECT_RAISES(Condition("Name", "eq", Repeat("|", 2'000'000)), 1000, kTooLong);
+  EXPECT_RAISES(
+      Where(
+          Repeat("<Condition><FieldId>Name</FieldId><Filter>" + Repeat("x", 1'000'000) + "</Filter></Condition>", 17)),
+      1000, kTooLong);
+  EXPECT_NO_THROW(Condition("Name", "eq", Repeat("|", 100'000)));
 }
 
 }  // namespace

@@ -101,6 +101,8 @@ class FakeSession {
     state.tracer = &tracer;
     state.components = &components;
     state.configFolder = folder.Path();
+    state.programFolder = folder.Path();
+    state.context = &context;
     session.connection = connection;
     session.kind = kind;
     std::tie(session.QuotePrefix, session.QuoteSuffix) = QuotesOf(kind);
@@ -125,6 +127,7 @@ class FakeSession {
   RecordingUserInterface ui;
   Tracer tracer{ui};
   ComponentRegistry components;
+  XmlDocument context;
   ProcessState state;
   std::shared_ptr<FakeConnection> connection = std::make_shared<FakeConnection>();
   DataSession session{state};

@@ -354,6 +354,65 @@ TEST_F(Paging, BrokenPositionsAreErrors) {
   }
 }
 
+/// Counts the rows that were read before the reader gave up.
+class EndlessRows final : public RecordSet {
+ public:
+  EndlessRows(std::vector<Field> fields, Row row) : fields_(std::move(fields)), row_(std::move(row)) {}
+  [[nodiscard]] const std::vector<Field>& Fields() const override { return fields_; }
+  [[nodiscard]] bool AtEnd() const override { return false; }
+  void MoveNext() override { ++read; }
+  using RecordSet::Item;
+  [[nodiscard]] const Value& Item(std::size_t index) const override { return row_.at(index); }
+
+  int read = 0;
+
+ private:
+  std::vector<Field> fields_;
+  Row row_;
+};
+
+TEST_F(Paging, APageThatNoResponseCanCarryEndsWhileItIsRead) {
+  const auto large =
+      std::make_shared<EndlessRows>(std::vector<Field>{kColumns[0], kColumns[1]}, Row{1, std::string(1'000'000, 'x')});
+  results_.push_back(large);
+  const auto [number, text] =
+      AskFailing("<PageSize>100000</PageSize>", "<Field><Id>No</Id></Field><Field><Id>Name</Id></Field>");
+  EXPECT_EQ(number, 1000);
+  EXPECT_EQ(text,
+            "The response is larger than 67108864 bytes (64 MiB). Ask for fewer rows or fields. "
+            "TableData[Read the records]");
+  EXPECT_EQ(large->read, 67);
+
+  const auto many = std::make_shared<EndlessRows>(std::vector<Field>{kColumns[0], kColumns[1]}, Row{1, ""});
+  results_.push_back(many);
+  const auto [manyNumber, manyText] =
+      AskFailing("<PageSize>2000000</PageSize>", "<Field><Id>No</Id></Field><Field><Id>Name</Id></Field>");
+  EXPECT_EQ(manyNumber, 1000);
+  EXPECT_EQ(manyText,
+            "The response has more than 2000000 values. Ask for fewer rows or fields. TableData[Read the records]");
+  EXPECT_EQ(many->read, 1'000'000);
+}
+
+TEST_F(Paging, BinaryValuesCountAsTheirDigits) {
+  const std::vector<Field> fields = {{"Raw", ado_type::kVarBinary, 8, 0}, kColumns[0]};
+  fake_->Describe(kTable, {fields[0]});
+  const auto rows = std::make_shared<EndlessRows>(fields, Row{Value(Bytes(1'000'000)), 1});
+  results_.push_back(rows);
+  EXPECT_EQ(AskFailing("<PageSize>100000</PageSize>", "<Field><Id>Raw</Id></Field>").first, 1000);
+  EXPECT_EQ(rows->read, 33);
+}
+
+TEST_F(Paging, AKeyConditionBeyondAllMeasureIsRefused) {
+  ReturnsBoundary({kColumns[1], kColumns[0]}, {std::string(10'000'000, 'x'), 1});
+  const auto [number, text] =
+      AskFailing("<PageSize>1</PageSize><SortColumn>Name</SortColumn><Navigate>gotonext</Navigate><LastPos>" +
+                 Position({{"Name", "x"}, {"No", 1}}) + "</LastPos>");
+  EXPECT_EQ(number, 1000);
+  EXPECT_EQ(text,
+            "The request makes a statement of more than 16777216 bytes. Ask with shorter or fewer conditions. "
+            "TableData[Navigate]");
+}
+
 TEST_F(Paging, AFieldThatCannotBeWrittenIsNamed) {
   fake_->Describe(kTable, {{"Raw", ado_type::kVarBinary, 8, 0}});
   results_.push_back(MakeRows({{"Raw", ado_type::kVarBinary, 8, 0}, kColumns[0]}, {{7, 1}}));

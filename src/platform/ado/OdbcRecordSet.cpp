@@ -20,6 +20,8 @@ constexpr SQLULEN kLongestBound = 4000;
 constexpr SQLULEN kLeastBound = 64;
 constexpr std::size_t kFirstPieceBytes = std::size_t{8} << 10U;
 constexpr std::size_t kMostPieceBytes = std::size_t{4} << 20U;
+/// No response could carry a larger value.
+constexpr std::size_t kMostCellBytes = std::size_t{64} << 20U;
 
 [[noreturn]] void RaiseNoCurrentRecord() { throw Error(error_number::kNoCurrentRecord, "There is no current record."); }
 
@@ -215,6 +217,10 @@ Value OdbcRecordSet::ReadPieces(const Column& column, std::size_t atLeast) {
       break;
     }
     used += dataRoom;
+    if (used > kMostCellBytes) {
+      throw Error(error_number::kOwn, "A value of the field '" + fields_[column.number - 1U].name + "' has more than " +
+                                          std::to_string(kMostCellBytes) + " bytes.");
+    }
     // The indicator is what was left before this piece. It is not trusted with more than one piece's memory.
     const std::size_t rest = known ? static_cast<std::size_t>(indicator) - dataRoom : pieces_.size();
     pieces_.resize(used + std::min(rest, kMostPieceBytes) + format.terminator + format.unit);

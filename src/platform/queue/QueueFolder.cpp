@@ -164,8 +164,10 @@ void QueueFolder::PutBackAbandoned() const {
 
 int QueueFolder::CountTry(const std::string& name) const {
   const int tries = Tries(name) + 1;
+  // Always a new file: what stands under the name may be a pipe, or a second name of somebody else's file.
+  ForgetTries(name);
   const FileHandle file(
-      openat(cur_.Get(), TriesName(name).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kPrivateFile));
+      openat(cur_.Get(), TriesName(name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kPrivateFile));
   return file && WriteAll(file.Get(), std::to_string(tries)) == 0 ? tries : 0;
 }
 

@@ -17,6 +17,10 @@ namespace ods {
 namespace {
 
 constexpr std::size_t kGreatestDepth = 256;
+constexpr std::size_t kMostAttributes = 256;
+constexpr std::size_t kLongestName = 1000;
+/// What becomes a node or an attribute of the loaded document takes 40 to 64 bytes there, however short it is written.
+constexpr std::size_t kMostNodes = 1'000'000;
 constexpr std::string_view kWhiteSpace = " \t\r\n";
 
 class Checker {
@@ -27,12 +31,16 @@ class Checker {
   bool Document() {
     if (IsDeclaration() && !Declaration()) return false;
     while (!rest_.empty()) {
+      if (!rest_.starts_with("</") && !Counted()) return false;
       if (!(rest_.front() == '<' ? Markup() : CharacterData())) return false;
     }
     return hasRoot_ && open_.empty();
   }
 
  private:
+  /// One more node; false when it is one too many.
+  bool Counted() { return ++nodes_ <= kMostNodes; }
+
   // ---- small steps: take what is expected, or say no ----
 
   bool Take(std::string_view expected) {
@@ -45,8 +53,11 @@ class Checker {
     rest_.remove_prefix(length);
     return length > 0;
   }
+  /// Takes a name; an empty one stands for none, or for one that is too long.
   std::string_view Name() {
-    const std::string_view name = rest_.substr(0, xml::NamePrefix(rest_));
+    const std::size_t length = xml::NamePrefix(rest_.substr(0, kLongestName + 1));
+    if (length > kLongestName) return {};
+    const std::string_view name = rest_.substr(0, length);
     rest_.remove_prefix(name.size());
     return name;
   }
@@ -146,14 +157,13 @@ class Checker {
 
   bool Attribute() {
     const std::string_view name = Name();
-    if (name.empty() || !Equals()) return false;
+    if (name.empty() || attributes_.size() >= kMostAttributes || !Counted() || !Equals()) return false;
     attributes_.push_back(name);
     const auto value = Quoted();
     return value && value->find('<') == std::string_view::npos && ReferencesHold(*value);
   }
 
   bool AttributesDiffer() {
-    // Sorting keeps an element with very many attributes from taking very long; of a few it is as quick as anything.
     std::sort(attributes_.begin(), attributes_.end());
     return std::adjacent_find(attributes_.begin(), attributes_.end()) == attributes_.end();
   }
@@ -197,6 +207,7 @@ class Checker {
   std::string_view rest_;
   std::vector<std::string_view> open_;
   std::vector<std::string_view> attributes_;
+  std::size_t nodes_ = 0;
   bool hasRoot_ = false;
 };
 

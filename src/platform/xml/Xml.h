@@ -1,8 +1,10 @@
 // XML documents: the one header through which the system sees its XML library.
 //
 // A document that is not well-formed, is not valid UTF-8, holds a character that XML 1.0 forbids or has a document type
-// declaration does not load and leaves an empty document; so does one whose elements are nested deeper than 256.
-// Entities: the five built in and character references. Comments are kept, processing instructions are not.
+// declaration does not load and leaves an empty document; so does one beyond these limits: elements nested 256 deep,
+// 256 attributes of an element, 1000 bytes of a name, and 1,000,000 elements, attributes, texts, comments and
+// instructions. Entities: the five built in and character references. Comments are kept, processing instructions are
+// not.
 #pragma once
 
 #include <cstddef>

@@ -61,6 +61,13 @@ TEST_F(SqliteTest, PropertiesComeInTheirOrderWithoutThePassword) {
   EXPECT_EQ(connection_->DefaultDatabase(), Path("main.db"));
 }
 
+TEST_F(SqliteTest, AValueThatNoResponseCanCarryIsRefused) {
+  Run("CREATE TABLE large (b BLOB)");
+  Run("INSERT INTO large VALUES (zeroblob(80000000))");
+  ExpectError([this] { (void)Read("SELECT b FROM large"); }, 1000,
+              "A value of the field 'b' has more than 67108864 bytes.");
+}
+
 TEST_F(SqliteTest, EveryTypeGivesItsValueAndItsField) {
   Run("CREATE TABLE t (i INTEGER, v VARCHAR(30), tx TEXT, dec DECIMAL(10,2), si SMALLINT, bi BIGINT, ti TINYINT, r "
       "REAL,"

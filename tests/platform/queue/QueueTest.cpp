@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <ctime>
+#include <filesystem>
+#include <functional>
 #include <gmock/gmock.h>
 #include <map>
 #include <sys/file.h>
@@ -556,6 +558,44 @@ TEST_F(QueueTest, TheThirdDeathGivesAMessageUp) {
   Send(folder_, "deadly", "text");
   EXPECT_EQ(queue->Poll("", 0), "deadly");
   EXPECT_EQ(queue->Package(), "text");
+}
+
+TEST_F(QueueTest, TheCountOfDeathsGoesIntoAFileOfItsOwn) {
+  WriteText(base_ / "precious", "precious");
+  const std::string count = folder_ + "/cur/m.tries";
+  const std::vector<std::function<void()>> traps = {
+      [&] { std::filesystem::create_symlink(base_ / "precious", count); },
+      [&] { std::filesystem::create_hard_link(base_ / "precious", count); },
+      [&] { ASSERT_EQ(mkfifo(count.c_str(), 0600), 0); },
+  };
+  Open(folder_);
+  for (const auto& trap : traps) {
+    WriteText(folder_ + "/cur/m.xml", "text");
+    trap();
+    const auto queue = Open(folder_);
+    EXPECT_EQ(ReadText(count), "1");
+    EXPECT_EQ(ModeOf(count), 0600U);
+    EXPECT_EQ(queue->Poll("m", 0), "m");
+    queue->Answered();
+  }
+  EXPECT_EQ(ReadText(base_ / "precious"), "precious");
+}
+
+TEST_F(QueueTest, AFolderInPlaceOfTheCountLeavesTheMessage) {
+  Open(folder_);
+  WriteText(folder_ + "/cur/m.xml", "text");
+  std::filesystem::create_directories(folder_ + "/cur/m.tries/inside");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_EQ(ReadText(folder_ + "/cur/m.xml"), "text");
+}
+
+TEST_F(QueueTest, FilesArePrivateWhateverTheMaskIs) {
+  Open(folder_);
+  const mode_t before = umask(0);
+  Send(folder_, "a", "text");
+  umask(before);
+  EXPECT_EQ(ModeOf(New("a.xml")), 0600U);
 }
 
 TEST_F(QueueTest, AnAnsweredMessageIsRemovedWithTheQueue) {

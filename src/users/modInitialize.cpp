@@ -1,0 +1,55 @@
+#include "users/modInitialize.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "platform/system/System.h"
+#include "users/modUsersAndRoles.h"
+
+namespace ods {
+
+namespace {
+
+constexpr std::string_view kFilterOperators = "eq,lt,gt,lteq,gteq,not,like";
+constexpr std::string_view kFlowFilterOperator = ",flowfilter";
+
+struct UserManagement {
+  bool active = false;
+  std::size_t users = 0;
+};
+
+UserManagement FindUserManagement(const XmlDocument& request, const DataSession& session) {
+  const std::string mode = GetNodeText(request, "/XML/UserMode");
+  if (mode != "DATASERVER" && mode != "DETECT") return {};
+  const std::string list = GetNavisionUsersAndRoles(session);
+  if (list.empty()) return {};
+  return {.active = true, .users = XmlDocument(list).SelectNodes("/XML/Users/User").size()};
+}
+
+std::string FilterOperators(DatabaseKind kind) {
+  std::string operators(kFilterOperators);
+  if (kind == DatabaseKind::DbNavision) operators += kFlowFilterOperator;
+  return operators;
+}
+
+}  // namespace
+
+void ProcessInitialize(const XmlDocument& request, XmlDocument& response, DataSession& session) {
+  session.process->ServerSessionId = NewGuidText();
+  response.LoadXML(
+      "<XML><Authorization/><Name/><ColumnSorting/><IdIsCaption/><UserManagement/><UserCount/><FilterOperators/></"
+      "XML>");
+  const UserManagement management = FindUserManagement(request, session);
+  const auto set = [&](const char* element, std::string_view text) {
+    response.DocumentElement().SelectSingleNode(element).SetText(text);
+  };
+  set("UserManagement", management.active ? "1" : "0");
+  set("Name", "Generic ODBC");
+  set("ColumnSorting", "1");
+  set("IdIsCaption", "1");
+  set("UserCount", std::to_string(management.users));
+  set("FilterOperators", FilterOperators(session.kind));
+}
+
+}  // namespace ods

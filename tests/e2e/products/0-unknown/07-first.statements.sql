@@ -1,0 +1,2 @@
+SELECT * FROM "Customer" WHERE (1=2)
+SELECT "No","Name","City","Balance","Blocked","Created","Modified","Opens","Code" FROM "Customer" ORDER BY "No"

@@ -1,0 +1,1 @@
+SELECT "No","Name","City","Balance","Blocked","Created","Modified","Opens","Code" FROM "Customer" WHERE ((((UCASE("Name") LIKE UCASE('%S%'))))) ORDER BY "No"

@@ -1,0 +1,2 @@
+SELECT "Name","No" FROM "Customer" WHERE ("No"=3) ORDER BY "Name" ASC
+SELECT "No","Name","Balance" FROM "Customer" WHERE ((("Name" <> 'Ann')) AND (("Name">'Smith & Sons') OR ("Name">='Smith & Sons' AND "No">3))) ORDER BY "Name", "No"

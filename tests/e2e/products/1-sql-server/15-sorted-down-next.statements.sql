@@ -1,0 +1,2 @@
+SELECT TOP 1 [Name],[No] FROM [dbo].[Customer] WHERE ([No]=4)
+SELECT TOP 3 [No],[Name],[City],[Balance],[Blocked],[Created],[Modified],[Opens],[Code],[Id],[Term] FROM [dbo].[Customer] WHERE ( (([Name]<'{curly}') OR ([Name]<='{curly}' AND [No]<4))) ORDER BY [Name] DESC, [No] DESC

@@ -1,0 +1,3 @@
+SELECT TOP 1 `No` FROM `Customer` WHERE (`No`=5)
+SELECT TOP 3 `No`,`Name`,`City`,`Balance`,`Blocked`,`Modified`,`Code`,`Id` FROM `Customer` WHERE ( ((`No`>5))) ORDER BY `No`
+SELECT TOP 3 `No`,`Name`,`City`,`Balance`,`Blocked`,`Modified`,`Code`,`Id` FROM `Customer` ORDER BY `No` DESC

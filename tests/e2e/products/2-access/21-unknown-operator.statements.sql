@@ -1,0 +1,1 @@
+SELECT TOP 3 `No`,`Name`,`City`,`Balance`,`Blocked`,`Modified`,`Code`,`Id` FROM `Customer` WHERE ((())) ORDER BY `No`

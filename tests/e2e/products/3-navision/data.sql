@@ -1,0 +1,25 @@
+-- The tables of the stand-in for this product, as SQLite keeps them.
+CREATE TABLE "Customer$data" ("No_" varchar(20) NOT NULL, "Name" varchar(30) NOT NULL, "City" varchar(30) NOT NULL, "Blocked" bit NOT NULL, "Created_Date" date NOT NULL, "Opens" time NOT NULL, PRIMARY KEY ("No_"));
+CREATE UNIQUE INDEX "$2" ON "Customer$data" ("City", "Name");
+INSERT INTO "Customer$data" VALUES ('C10000', 'Ann', 'Oslo', 0, '2024-01-31', '07:30:00');
+INSERT INTO "Customer$data" VALUES ('C20000', 'O''Brien', 'Rome', 1, '2024-02-29', '08:00:00');
+INSERT INTO "Customer$data" VALUES ('C30000', 'Smith & Sons', '', 0, '1999-12-31', '00:00:00');
+INSERT INTO "Customer$data" VALUES ('C40000', '{curly}', 'Oslo', 0, '2024-03-01', '23:59:59');
+INSERT INTO "Customer$data" VALUES ('C50000', 'Ærø ☃', 'Rome', 1, '2025-12-24', '12:00:00');
+CREATE TABLE "G_L_Entry" ("Entry_No" int NOT NULL, "Posted" date NOT NULL, "Text" varchar(50), "Notes" text NOT NULL);
+CREATE TABLE "Integer" ("Number" int NOT NULL, PRIMARY KEY ("Number"));
+INSERT INTO "Integer" VALUES (1), (2);
+CREATE TABLE "Value_Entry" ("Entry_No_" int NOT NULL, "Customer_No_" varchar(20) NOT NULL, "Location_Code" varchar(10) NOT NULL, "Amount" decimal(18,5) NOT NULL, PRIMARY KEY ("Entry_No_"));
+INSERT INTO "Value_Entry" VALUES (1, 'C10000', 'BLUE', 12.5);
+INSERT INTO "Value_Entry" VALUES (2, 'C10000', 'RED', 10);
+INSERT INTO "Value_Entry" VALUES (3, 'C20000', 'BLUE', 2.5);
+INSERT INTO "Value_Entry" VALUES (4, 'C20000', 'RED', 10);
+INSERT INTO "Value_Entry" VALUES (5, 'C30000', 'BLUE', 0.00001);
+INSERT INTO "Value_Entry" VALUES (6, 'C30000', 'RED', 10);
+INSERT INTO "Value_Entry" VALUES (7, 'C40000', 'BLUE', -1250);
+INSERT INTO "Value_Entry" VALUES (8, 'C40000', 'RED', 10);
+INSERT INTO "Value_Entry" VALUES (9, 'C50000', 'BLUE', 99999.99);
+INSERT INTO "Value_Entry" VALUES (10, 'C50000', 'RED', 10);
+CREATE VIEW "Customer" AS SELECT c.*, (SELECT SUM(e."Amount") FROM "Value_Entry" e WHERE e."Customer_No_" = c."No_" AND e."Location_Code" = COALESCE(flow_filter('Customer', 'Location_Filter'), e."Location_Code")) AS "Balance", flow_filter('Customer', 'Location_Filter') AS "Location_Filter" FROM "Customer$data" c;
+CREATE TABLE "expression_types" ("column_name" text, "declared_type" text);
+INSERT INTO "expression_types" VALUES ('Balance', 'decimal(18,5)'), ('Location_Filter', 'varchar(10)');

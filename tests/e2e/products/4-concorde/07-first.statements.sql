@@ -1,0 +1,2 @@
+SELECT * FROM "Customer" WHERE (1=2)
+SELECT RTRIM(LTRIM("No")),RTRIM(LTRIM("Name")),RTRIM(LTRIM("City")),"Balance","Created" FROM "Customer" ORDER BY RTRIM(LTRIM("No"))

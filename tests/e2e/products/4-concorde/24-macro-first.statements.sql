@@ -1,0 +1,2 @@
+SELECT * FROM "Customer" WHERE (1=2) ORDER BY "Name" ASC
+SELECT RTRIM(LTRIM("No")),RTRIM(LTRIM("Name")),"Balance" FROM "Customer" WHERE (((RTRIM(LTRIM("Name")) <> 'Ann'))) ORDER BY RTRIM(LTRIM("Name")), RTRIM(LTRIM("No"))

@@ -1,0 +1,2 @@
+SELECT "Name", "No" FROM "Customer" WHERE (1=2) ORDER BY "Name" ASC
+SELECT "Name", "No" FROM "Customer" WHERE (((RTRIM(LTRIM("Name")) <> 'Ann'))) ORDER BY RTRIM(LTRIM("Name")), RTRIM(LTRIM("No"))

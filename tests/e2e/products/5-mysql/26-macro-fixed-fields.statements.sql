@@ -1,0 +1,2 @@
+SELECT `Name`, `No` FROM `Customer` WHERE (1=2) ORDER BY `Name` ASC LIMIT 1
+SELECT `Name`, `No` FROM `Customer` WHERE (((`Name` <> 'Ann'))) ORDER BY `Name`, `No` LIMIT 3

@@ -1,0 +1,2 @@
+SELECT TOP 1 * FROM "Customer" WHERE (1=2)
+SELECT TOP 3 "No","Name","City","Balance","Blocked","Created","Modified","Opens","Code",CAST("Id" AS BINARY(16)),"Mark" FROM "Customer" ORDER BY "No"

@@ -1,0 +1,2 @@
+SELECT TOP 1 "No" FROM "Customer" WHERE ("No"=2)
+SELECT TOP 3 "No","Name","City","Balance","Blocked","Created","Modified","Opens","Code",CAST("Id" AS BINARY(16)),"Mark" FROM "Customer" WHERE ( (("No">2))) ORDER BY "No"

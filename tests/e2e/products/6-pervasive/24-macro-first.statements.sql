@@ -1,0 +1,2 @@
+SELECT TOP 1 * FROM "Customer" WHERE (1=2) ORDER BY "Name" ASC
+SELECT TOP 3 "No","Name","Balance" FROM "Customer" WHERE ((("Name" <> 'Ann'))) ORDER BY "Name", "No"

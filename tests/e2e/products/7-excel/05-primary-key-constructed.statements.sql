@@ -1,0 +1,1 @@
+SELECT * FROM `Log` WHERE (1=2)

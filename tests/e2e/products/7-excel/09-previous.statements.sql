@@ -1,0 +1,2 @@
+SELECT `No` FROM `Customer$` WHERE (`No`=3)
+SELECT `No`,`Name`,`City`,`Balance`,`Blocked`,`Modified` FROM `Customer$` WHERE ( ((`No`<3))) ORDER BY `No` DESC

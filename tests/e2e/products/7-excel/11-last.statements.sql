@@ -1,0 +1,1 @@
+SELECT `No`,`Name`,`City`,`Balance`,`Blocked`,`Modified` FROM `Customer$` ORDER BY `No` DESC

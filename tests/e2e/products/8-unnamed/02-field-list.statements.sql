@@ -1,0 +1,1 @@
+SELECT * FROM "Customer_Card" WHERE (1=2)

@@ -1,0 +1,2 @@
+SELECT "No_" FROM "Customer_Card" WHERE ("No_"=2)
+SELECT "No_","Name","City","Balance","Blocked","Created" FROM "Customer_Card" WHERE ( (("No_">2))) ORDER BY "No_"

@@ -1,0 +1,2 @@
+SELECT "Name","No_" FROM "Customer_Card" WHERE ("No_"=4)
+SELECT "No_","Name","City","Balance","Blocked","Created" FROM "Customer_Card" WHERE ( (("Name"<'{curly}') OR ("Name"<='{curly}' AND "No_"<4))) ORDER BY "Name" DESC, "No_" DESC

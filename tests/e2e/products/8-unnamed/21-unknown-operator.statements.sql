@@ -1,0 +1,1 @@
+SELECT "No_","Name","City","Balance","Blocked","Created" FROM "Customer_Card" WHERE ((())) ORDER BY "No_"

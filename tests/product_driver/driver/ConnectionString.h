@@ -1,0 +1,38 @@
+// The driver's connection string.
+//
+//   DRIVER=<path of the library>;Product=<DBMS name>;Database=<SQLite file>
+//
+//   DefaultDatabase=<name>   the current catalogue; none without it
+//   ScaleDecimals=1          exact numbers come multiplied by 100,000
+//   StatementFile=<file>     every statement that comes is appended to this file as it came, one a line
+//   FailConnect=1            connecting fails
+//   FailStatement=<n>        the statement of this number, counted from 1 since connecting, fails
+//   FailFetch=<n>            fetching the row of this number of any statement fails
+//   LoseStatement=<n>        the connection breaks with the statement of this number
+//   ExitStatement=<n>        the statement of this number ends the process with the exit status 42
+//   DelayStatement=<ms>      every statement takes this much longer
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace ods::product_driver {
+
+class ConnectionString {
+ public:
+  /// Takes "name=value" parts separated by ";"; a value that holds one stands in braces. Raises 08001 for a part
+  /// without "=".
+  explicit ConnectionString(std::string_view text);
+
+  /// The value of a name, in upper or lower case; "" when it is missing.
+  [[nodiscard]] std::string Text(std::string_view name) const;
+  /// 0 when it is missing. Raises 08001 for what is no number.
+  [[nodiscard]] std::int64_t Number(std::string_view name) const;
+
+ private:
+  std::map<std::string, std::string> values_;  ///< by upper-case name
+};
+
+}  // namespace ods::product_driver

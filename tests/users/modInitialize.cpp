@@ -1,0 +1,86 @@
+#include "users/modInitialize.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "users/NavisionContext.h"
+
+namespace ods::test {
+namespace {
+
+using ::testing::IsEmpty;
+
+std::string Initialized(FakeSession& fake, const std::string& elements = "") {
+  const XmlDocument request("<XML><Type>Initialize</Type>" + elements + "</XML>");
+  XmlDocument response("<XML><Old/></XML>");
+  ProcessInitialize(request, response, fake.session);
+  return response.Xml();
+}
+
+std::string Mode(const std::string& mode) { return "<UserMode>" + mode + "</UserMode>"; }
+
+std::string Expected(const std::string& management, const std::string& count, const std::string& moreOperators = "") {
+  return "<XML><Authorization/><Name>Generic ODBC</Name><ColumnSorting>1</ColumnSorting><IdIsCaption>1</IdIsCaption>"
+         "<UserManagement>" +
+         management + "</UserManagement><UserCount>" + count +
+         "</UserCount><FilterOperators>eq,lt,gt,lteq,gteq,not,like" + moreOperators + "</FilterOperators></XML>";
+}
+
+TEST(Initialize, WithoutAUserModeThereIsNoUserManagementOnAnyDatabase) {
+  for (std::int32_t kind = 0; kind <= 8; ++kind) {
+    FakeSession fake(static_cast<DatabaseKind>(kind));
+    EXPECT_EQ(Initialized(fake), Expected("0", "0", kind == 3 ? ",flowfilter" : "")) << kind;
+    EXPECT_THAT(fake.connection->statements, IsEmpty());
+  }
+}
+
+TEST(Initialize, OnlyNavisionHasUserManagement) {
+  for (const char* mode : {"DETECT", "DATASERVER"}) {
+    FakeSession fake(DatabaseKind::DbSqlServer);
+    EXPECT_EQ(Initialized(fake, Mode(mode)), Expected("0", "0"));
+    EXPECT_THAT(fake.connection->statements, IsEmpty());
+  }
+}
+
+TEST(Initialize, CountsTheUsersOfNavision) {
+  NavisionDatabase database;
+  for (const char* mode : {"DETECT", "DATASERVER"}) {
+    EXPECT_EQ(Initialized(database.fake, Mode(mode)), Expected("1", "3", ",flowfilter")) << mode;
+  }
+}
+
+TEST(Initialize, ADatabaseWithoutUsersHasUserManagementAllTheSame) {
+  NavisionDatabase database;
+  database.Run(R"(DELETE FROM "Member Of")");
+  database.Run(R"(DELETE FROM "User")");
+  EXPECT_EQ(Initialized(database.fake, Mode("DETECT")), Expected("1", "0", ",flowfilter"));
+}
+
+TEST(Initialize, TheUserModeComparesExactly) {
+  NavisionDatabase database;
+  for (const char* mode : {"detect", "DataServer", "DETECT ", "NONE", ""}) {
+    EXPECT_EQ(Initialized(database.fake, Mode(mode)), Expected("0", "0", ",flowfilter")) << mode;
+  }
+}
+
+TEST(Initialize, EveryOneStartsANewDataSession) {
+  FakeSession fake;
+  fake.state.ServerSessionId = "before";
+  (void)Initialized(fake);
+  const std::string first = fake.state.ServerSessionId;
+  EXPECT_EQ(first.size(), 36U);
+  (void)Initialized(fake);
+  EXPECT_EQ(fake.state.ServerSessionId.size(), 36U);
+  EXPECT_NE(fake.state.ServerSessionId, first);
+}
+
+TEST(Initialize, AUserListThatFailsEndsTheRequest) {
+  FakeSession fake(DatabaseKind::DbNavision);
+  fake.context.LoadXML(kNavisionContext);
+  const auto [number, text] = ErrorOf([&] { (void)Initialized(fake, Mode("DETECT")); });
+  EXPECT_EQ(number, error_number::kGeneralFailure);
+  EXPECT_THAT(text, ::testing::HasSubstr(R"( SQL: SELECT "User ID" AS userid)"));
+}
+
+}  // namespace
+}  // namespace ods::test
