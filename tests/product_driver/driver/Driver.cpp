@@ -82,9 +82,8 @@ SQLRETURN GetInfo(Connection& connection, SQLUSMALLINT type, SQLPOINTER buffer, 
     case SQL_CURSOR_COMMIT_BEHAVIOR:
     case SQL_CURSOR_ROLLBACK_BEHAVIOR:
       return GiveNumber<SQLUSMALLINT>(buffer, length, SQL_CB_PRESERVE);
-    case SQL_TXN_CAPABLE:
-      return GiveNumber<SQLUSMALLINT>(buffer, length, SQL_TC_NONE);
-    case SQL_MAX_CONCURRENT_ACTIVITIES:
+    case SQL_TXN_CAPABLE:                // none
+    case SQL_MAX_CONCURRENT_ACTIVITIES:  // any number
       return GiveNumber<SQLUSMALLINT>(buffer, length, 0);
     default:
       throw DriverError(sql_state::kNotImplemented,
