@@ -3,13 +3,15 @@
 //
 // The server is the program named as the first argument, or by the environment variable ODS_BENCH_SERVER, or the one
 // beside the benchmark; it runs hidden on an empty SQLite database. Beside the mean the counters give the median and
-// the 99th percentile in microseconds.
+// the 99th percentile in microseconds. A second benchmark asks in turns a hidden server and one whose main window and
+// trace log are open, and compares them; it needs a display and xdotool.
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <numeric>
 #include <signal.h>
 #include <spawn.h>
 #include <sstream>
@@ -18,6 +20,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "platform/queue/Queue.h"
@@ -29,10 +32,29 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* kServerVariable = "ODS_BENCH_SERVER";
 
+/// Starts a program, looked for in the path; its process id, or -1.
+pid_t StartProgram(std::vector<std::string> arguments) {
+  std::vector<char*> pointers;
+  pointers.reserve(arguments.size() + 1);
+  for (std::string& argument : arguments) pointers.push_back(argument.data());
+  pointers.push_back(nullptr);
+  pid_t process = -1;
+  return posix_spawnp(&process, pointers[0], nullptr, nullptr, pointers.data(), environ) == 0 ? process : -1;
+}
+
+/// True when a program ended with the status 0.
+bool RunProgram(std::vector<std::string> arguments) {
+  int status = -1;
+  const pid_t process = StartProgram(std::move(arguments));
+  return process > 0 && waitpid(process, &status, 0) == process && status == 0;
+}
+
 /// A server process in a folder of its own; stopped by SIGTERM.
 class RunningServer {
  public:
-  explicit RunningServer(const std::string& program) {
+  enum class Windows { kHidden, kShown };
+
+  explicit RunningServer(const std::string& program, Windows windows = Windows::kHidden) {
     std::string name = (std::filesystem::temp_directory_path() / "ods-ping-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) return;
     folder_ = name;
@@ -40,8 +62,10 @@ class RunningServer {
     std::ofstream(folder_ + "/config/dataserver.xml")
         << "<Settings><ConnectionString>Driver=SQLite3;Database=" << folder_
         << "/bench.db</ConnectionString></Settings>";
-    Start({program, "/hidden", "/instance=bench", "/datafolder=" + folder_, "/inqueue=" + Requests(),
-           "/outqueue=" + Results()});
+    std::vector<std::string> arguments = {program, "/instance=bench", "/datafolder=" + folder_,
+                                          "/inqueue=" + Requests(), "/outqueue=" + Results()};
+    if (windows == Windows::kHidden) arguments.emplace_back("/hidden");
+    process_ = StartProgram(std::move(arguments));
   }
   ~RunningServer() {
     if (process_ > 0) {
@@ -62,14 +86,6 @@ class RunningServer {
   [[nodiscard]] std::string Results() const { return folder_ + "/Results"; }
 
  private:
-  void Start(std::vector<std::string> arguments) {
-    std::vector<char*> pointers;
-    pointers.reserve(arguments.size() + 1);
-    for (std::string& argument : arguments) pointers.push_back(argument.data());
-    pointers.push_back(nullptr);
-    if (posix_spawn(&process_, pointers[0], nullptr, nullptr, pointers.data(), environ) != 0) process_ = -1;
-  }
-
   std::string folder_;
   pid_t process_ = -1;
 };
@@ -125,6 +141,48 @@ void PingRoundTrip(benchmark::State& state) {
   state.counters["p99_us"] = Quantile(microseconds, 0.99);
 }
 
+/// Opens the trace log by the keys of the menu and waits until it is on the screen.
+bool OpenTraceLog() {
+  return RunProgram({"timeout", "30", "xdotool", "search", "--sync", "--onlyvisible", "--name", "^ODBC Data Server$",
+                     "windowfocus", "--sync", "key", "alt+t", "key", "l"}) &&
+         RunProgram({"timeout", "30", "xdotool", "search", "--sync", "--onlyvisible", "--name", "^Trace Log$",
+                     "windowfocus", "--sync"});
+}
+
+/// One iteration asks both servers, so that whatever else the machine does meets both.
+void PingWithAndWithoutWindows(benchmark::State& state) {
+  const std::string program = ods::EnvironmentVariable(kServerVariable);
+  if (ods::EnvironmentVariable("DISPLAY").empty()) {
+    state.SkipWithError("there is no display");
+    return;
+  }
+  const RunningServer shown(program, RunningServer::Windows::kShown);
+  const RunningServer hidden(program);
+  Pinger pingers[] = {Pinger(hidden), Pinger(shown)};
+  if (!OpenTraceLog()) {
+    state.SkipWithError("the trace log does not open");
+    return;
+  }
+  std::vector<double> microseconds[2];
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::size_t i = 0; i < 2; ++i) {
+      const auto start = Clock::now();
+      if (!pingers[i].Ping(std::chrono::seconds(30))) {
+        state.SkipWithError("no answer");
+        return;
+      }
+      microseconds[i].push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
+    }
+  }
+  const auto total = [&](std::size_t i) {
+    return std::accumulate(microseconds[i].begin(), microseconds[i].end(), 0.0);
+  };
+  state.counters["time_ratio"] = total(1) / total(0);
+  for (auto& times : microseconds) std::sort(times.begin(), times.end());
+  state.counters["hidden_median_us"] = Quantile(microseconds[0], 0.5);
+  state.counters["windows_median_us"] = Quantile(microseconds[1], 0.5);
+}
+
 /// Processor time that a process has used, in seconds (proc(5), stat fields 14 and 15).
 double ProcessorSeconds(pid_t process) {
   std::ifstream file("/proc/" + std::to_string(process) + "/stat");
@@ -165,6 +223,7 @@ void IdleServer(benchmark::State& state) {
 
 BENCHMARK(IdleServer)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK(PingRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(5);
+BENCHMARK(PingWithAndWithoutWindows)->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(10);
 
 }  // namespace
 
