@@ -18,14 +18,17 @@ class UserInterface {
   UserInterface& operator=(UserInterface&&) = delete;
   virtual ~UserInterface() = default;
 
-  /// False where no window can ever be shown: the server then takes the unattended way.
-  [[nodiscard]] virtual bool HasWindows() const = 0;
   /// Lets pending window events run, and returns at once.
   virtual void LetEventsRun() = 0;
   virtual void ShowMainWindow() = 0;
+  /// Closes the main window, and the other windows with it.
   virtual void UnloadMainWindow() = 0;
+  /// Shows the dialog and returns at once.
   virtual void ShowOptionsDialog() = 0;
-  /// Shows a box and returns when it was closed. `title` and `text` are UTF-8; lines end with LF.
+  /// Lets window events run until no window is left open, or the server has to stop.
+  virtual void WaitUntilClosed() = 0;
+  /// Shows a box and returns when it was closed. `title` ("" for the application's) and `text` are UTF-8; lines end
+  /// with LF.
   virtual void MessageBox(const std::string& title, const std::string& text, BoxStyle style) = 0;
   /// Adds an entry to the trace-log window. `text` is one line.
   virtual void AddTraceEntry(std::int32_t severity, const std::string& text) = 0;

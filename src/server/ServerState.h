@@ -5,23 +5,9 @@
 #include <string>
 
 #include "common/Value.h"
+#include "ui/ServerView.h"
 
 namespace ods {
-
-/// The status texts.
-namespace status_text {
-inline constexpr const char* kConnectToDatabase = "Connect to Database";
-inline constexpr const char* kConnectToQueue = "Connect to Queue";
-inline constexpr const char* kRunning = "Running";
-inline constexpr const char* kStopped = "Stopped";
-inline constexpr const char* kProcessing = "Processing...";
-}  // namespace status_text
-
-/// The button states: "STOP" while polling, "START" while stopped.
-namespace button_state {
-inline constexpr const char* kStop = "STOP";
-inline constexpr const char* kStart = "START";
-}  // namespace button_state
 
 struct ServerState {
   Date startTime;                       ///< local time

@@ -1,24 +1,31 @@
 // The program: puts the pieces together, and tells on standard error what stopped it.
 #include <exception>
 #include <iostream>
+#include <string>
 
 #include "common/ComponentRegistry.h"
 #include "log/Trace.h"
 #include "platform/system/System.h"
 #include "server/modCommandLine.h"
+#include "server/modFolders.h"
 #include "server/modMain.h"
-#include "ui/HeadlessUserInterface.h"
+#include "ui/SwitchingUserInterface.h"
+#include "ui/WindowsModule.h"
 
 namespace {
 
 void RunServer(int argc, const char* const* argv) {
   ods::StopSignals stopSignals;
-  ods::HeadlessUserInterface ui;
+  ods::SwitchingUserInterface ui;
   ods::Tracer tracer(ui);
   ui.SetTracer(tracer);
   ods::ComponentRegistry components;
   ods::RegisterComponents(components);
-  ods::Server server({ui, tracer, components, ods::ExecutablePath(), [&] { return stopSignals.Requested(); }});
+  const std::string executable = ods::ExecutablePath();
+  ods::Server server({ui, tracer, components, executable, [&] { return stopSignals.Requested(); },
+                      [&](ods::ServerView& view) {
+                        ui.SwitchTo(ods::LoadWindows(ods::FolderOf(executable), view, components), view);
+                      }});
   server.Run(ods::RebuildCommandLine(argc, argv));
 }
 

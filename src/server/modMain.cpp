@@ -50,10 +50,12 @@ void Server::Run(const std::string& commandLine) {
     StartUp(commandLine);
   } catch (const std::exception& error) {
     surroundings_.tracer.Trace(std::string("Error: ") + error.what(), -1, severity::kError);
+    surroundings_.ui.UnloadMainWindow();
     Trace("Stop");
     throw;
   }
   Trace("Stop");
+  surroundings_.ui.WaitUntilClosed();
 }
 
 void Server::StartUp(const std::string& commandLine) {
@@ -67,6 +69,7 @@ void Server::StartUp(const std::string& commandLine) {
   const std::string exeName = surroundings_.executablePath.substr(exeFolder_.empty() ? 0 : exeFolder_.size() + 1);
   Trace("Starting " + exeName + " version " + LoggedVersion());
   Trace("Parse command line: " + commandLine);
+  OpenWindows();
   LoadContext(*parameters);
   LoadIniFile();
   PrepareQueue("Incoming Queue: ", "inqueue", "Requests", *parameters, settings_.inqueue);
@@ -85,7 +88,7 @@ void Server::ReadParameters(const Dictionary& parameters) {
   settings_.config = Parameter(parameters, "config");
   settings_.hidden = parameters.Exists("hidden");
   settings_.mode = OrDefault(ToLower(Parameter(parameters, "mode")), "run");
-  settings_.Unattended = !settings_.runningmutex.empty() || settings_.hidden || !surroundings_.ui.HasWindows();
+  settings_.Unattended = !settings_.runningmutex.empty() || settings_.hidden;
 }
 
 void Server::ReadFolders(const Dictionary& parameters) {
@@ -106,6 +109,10 @@ void Server::OpenLog() {
   MkDirRecurse(log->folder);
   log->LogSysEntry();
   surroundings_.tracer.SetLog(std::move(log));
+}
+
+void Server::OpenWindows() {
+  if (!settings_.hidden && surroundings_.openWindows) surroundings_.openWindows(view_);
 }
 
 /// A context document that does not load is no error: whoever needs it finds nothing in it.

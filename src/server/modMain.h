@@ -10,6 +10,7 @@
 #include "database/DataSession.h"
 #include "log/Trace.h"
 #include "platform/xml/Xml.h"
+#include "server/OperatorView.h"
 #include "server/ServerState.h"
 #include "server/Settings.h"
 #include "server/modSignal.h"
@@ -27,6 +28,9 @@ struct ServerSurroundings {
   std::string executablePath;
   /// True once a stop was asked for from outside. May be empty.
   std::function<bool()> stopRequested = {};
+  /// Makes `ui` show windows from here on; called when the server is not to be hidden, before anything is opened.
+  /// Raises an error that names what is missing when no window can be shown. May be empty.
+  std::function<void(ServerView&)> openWindows = {};
 };
 
 /// One server process, from its start to its stop.
@@ -34,8 +38,9 @@ class Server {
  public:
   explicit Server(ServerSurroundings surroundings);
 
-  /// Starts up by a command line, does what its mode says, and returns when the server has stopped. Raises an error
-  /// that names what is wrong when the start fails; it is traced too as soon as there is a log.
+  /// Starts up by a command line, does what its mode says, and returns when the server has stopped and no window is
+  /// left open. Raises an error that names what is wrong when the start fails; it is traced too as soon as there is a
+  /// log.
   void Run(const std::string& commandLine);
 
   [[nodiscard]] const Settings& GetSettings() const { return settings_; }
@@ -49,6 +54,7 @@ class Server {
   void ReadParameters(const Dictionary& parameters);
   void ReadFolders(const Dictionary& parameters);
   void OpenLog();
+  void OpenWindows();
   void LoadContext(const Dictionary& parameters);
   void LoadIniFile();
   void PrepareQueue(const char* caption, const char* parameter, const char* defaultName, const Dictionary& parameters,
@@ -64,6 +70,7 @@ class Server {
   ServerState state_;
   ProcessState process_;
   XmlDocument context_;
+  OperatorView view_{settings_, state_, process_, surroundings_.stopRequested};
 };
 
 }  // namespace ods

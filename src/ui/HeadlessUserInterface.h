@@ -16,11 +16,11 @@ class HeadlessUserInterface final : public UserInterface {
   /// `tracer` lives as long as calls come.
   void SetTracer(Tracer& tracer) { tracer_ = &tracer; }
 
-  [[nodiscard]] bool HasWindows() const override { return false; }
   void LetEventsRun() override {}
   void ShowMainWindow() override;
   void UnloadMainWindow() override {}
   void ShowOptionsDialog() override;
+  void WaitUntilClosed() override {}
   void MessageBox(const std::string& title, const std::string& text, BoxStyle style) override;
   void AddTraceEntry(std::int32_t severity, const std::string& text) override;
 

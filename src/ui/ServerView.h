@@ -9,6 +9,21 @@
 
 namespace ods {
 
+/// The status texts.
+namespace status_text {
+inline constexpr const char* kConnectToDatabase = "Connect to Database";
+inline constexpr const char* kConnectToQueue = "Connect to Queue";
+inline constexpr const char* kRunning = "Running";
+inline constexpr const char* kStopped = "Stopped";
+inline constexpr const char* kProcessing = "Processing...";
+}  // namespace status_text
+
+/// The button states: "STOP" while polling, "START" while stopped.
+namespace button_state {
+inline constexpr const char* kStop = "STOP";
+inline constexpr const char* kStart = "START";
+}  // namespace button_state
+
 /// The settings that an operator edits.
 struct OperatorSettings {
   std::string DSN;
@@ -36,9 +51,9 @@ class ServerView {
   /// Major, minor and revision joined by ".".
   [[nodiscard]] virtual std::string Version() const = 0;
 
-  /// The server's state in words.
+  /// The server's state in words, one of `status_text`; "" before the first.
   [[nodiscard]] virtual const std::string& StatusText() const = 0;
-  /// "STOP" while requests are taken, "START" while not.
+  /// One of `button_state`.
   [[nodiscard]] virtual const std::string& ButtonAction() const = 0;
   /// Local time.
   [[nodiscard]] virtual Date StartTime() const = 0;
@@ -46,6 +61,10 @@ class ServerView {
 
   /// The server ends after the request in hand.
   virtual void ClearRunFlag() = 0;
+  /// True once somebody outside asked the server to stop: no box may hold it up then.
+  [[nodiscard]] virtual bool StopRequested() const { return false; }
+  /// True when nobody is there to answer a box: the server shows none on its own.
+  [[nodiscard]] virtual bool Unattended() const { return false; }
 
   [[nodiscard]] virtual OperatorSettings GetSettings() const = 0;
   /// Takes the settings over: the next round of the loop reconnects with them, under a new id of the data session.

@@ -22,11 +22,11 @@ using ::testing::Pair;
 // Keeps the entries of the trace-log window.
 class Window : public UserInterface {
  public:
-  [[nodiscard]] bool HasWindows() const override { return false; }
   void LetEventsRun() override {}
   void ShowMainWindow() override {}
   void UnloadMainWindow() override {}
   void ShowOptionsDialog() override {}
+  void WaitUntilClosed() override {}
   void MessageBox(const std::string& /*title*/, const std::string& /*text*/, BoxStyle /*style*/) override {}
   void AddTraceEntry(std::int32_t severity, const std::string& text) override { entries.emplace_back(severity, text); }
 

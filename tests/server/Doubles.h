@@ -23,7 +23,6 @@ namespace ods::test {
 
 class ScriptedUserInterface final : public UserInterface {
  public:
-  [[nodiscard]] bool HasWindows() const override { return hasWindows; }
   void LetEventsRun() override {
     ++eventRounds;
     if (onEvents) onEvents();
@@ -31,6 +30,7 @@ class ScriptedUserInterface final : public UserInterface {
   void ShowMainWindow() override { calls.emplace_back("show main window"); }
   void UnloadMainWindow() override { calls.emplace_back("unload main window"); }
   void ShowOptionsDialog() override { calls.emplace_back("options dialog"); }
+  void WaitUntilClosed() override { calls.emplace_back("wait until closed"); }
   void MessageBox(const std::string& title, const std::string& text, BoxStyle style) override {
     calls.push_back((style == BoxStyle::kExclamation ? "warning: " : "information: ") + title + ": " + text);
   }
@@ -40,7 +40,6 @@ class ScriptedUserInterface final : public UserInterface {
     return static_cast<int>(std::count(entries.begin(), entries.end(), entry));
   }
 
-  bool hasWindows = false;
   int eventRounds = 0;
   std::function<void()> onEvents;
   std::vector<std::string> calls;

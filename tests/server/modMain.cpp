@@ -54,7 +54,14 @@ class ServerTest : public testing::Test {
   test::QueueScript queues_;
   test::DatabaseScript database_;
   bool stop_ = false;
-  Server server_{{ui_, tracer_, components_, exeFolder_ + "/odbc-data-server", [this] { return stop_; }}};
+  ServerView* view_ = nullptr;  ///< what the windows were opened with
+  std::string noWindow_;        ///< why none can be opened; "" when they can
+  Server server_{{ui_, tracer_, components_, exeFolder_ + "/odbc-data-server", [this] { return stop_; },
+                  [this](ServerView& view) {
+                    if (!noWindow_.empty()) throw Error(error_number::kOwn, noWindow_);
+                    view_ = &view;
+                    ui_.calls.emplace_back("open windows");
+                  }}};
 };
 
 TEST_F(ServerTest, StartsUpInItsOrder) {
@@ -93,7 +100,7 @@ TEST_F(ServerTest, StartsUpInItsOrder) {
   EXPECT_FALSE(MutexExists(mutex));
   EXPECT_TRUE(std::filesystem::is_directory(queueFolder + "/Requests"));
   EXPECT_TRUE(std::filesystem::is_directory(queueFolder + "/Results"));
-  EXPECT_THAT(ui_.calls, IsEmpty());
+  EXPECT_THAT(ui_.calls, ElementsAre("wait until closed")) << "which returns at once: there are none";
 }
 
 TEST_F(ServerTest, TheLogBeginsWithTheSystemsEntry) {
@@ -244,17 +251,17 @@ TEST_F(ServerTest, AnEmptyModeRuns) {
   EXPECT_EQ(ui_.CountOf("Exit main loop"), 1);
 }
 
-TEST_F(ServerTest, TheConfigModeShowsTheOptionsOnly) {
+TEST_F(ServerTest, TheConfigModeShowsTheOptionsOnlyAndLivesUntilTheyAreClosed) {
   Run("mode=Config");
-  EXPECT_THAT(ui_.calls, ElementsAre("options dialog"));
+  EXPECT_THAT(ui_.calls, ElementsAre("open windows", "options dialog", "wait until closed"));
   EXPECT_EQ(ui_.CountOf("Mode: config"), 1);
   EXPECT_EQ(ui_.entries.back(), "Stop");
   EXPECT_THAT(queues_.events, IsEmpty());
 }
 
 TEST_F(ServerTest, AnUnknownModeStopsAtOnce) {
-  Run("mode=fly");
-  EXPECT_THAT(ui_.calls, IsEmpty()) << "nobody is there to read a box";
+  Run("mode=fly hidden");
+  EXPECT_THAT(ui_.calls, ElementsAre("wait until closed")) << "nobody is there to read a box";
   EXPECT_EQ(ui_.CountOf("Unknown mode: fly"), 1);
   EXPECT_EQ(ui_.entries.back(), "Stop");
   EXPECT_THAT(database_.opened, IsEmpty());
@@ -262,34 +269,31 @@ TEST_F(ServerTest, AnUnknownModeStopsAtOnce) {
 }
 
 TEST_F(ServerTest, AnUnknownModeIsShownToAPerson) {
-  ui_.hasWindows = true;
   Run("mode=fly");
-  EXPECT_THAT(ui_.calls, ElementsAre("warning: Korvanta: Unknown mode specified as command line parameter: fly"));
+  EXPECT_THAT(ui_.calls,
+              ElementsAre("open windows", "warning: Korvanta: Unknown mode specified as command line parameter: fly",
+                          "wait until closed"));
+  EXPECT_EQ(ui_.CountOf("Unknown mode: fly"), 1);
 }
 
 // Who watches
 
-TEST_F(ServerTest, WithoutWindowsTheServerIsUnattended) { EXPECT_TRUE(Run("mode=config").Unattended); }
-
-TEST_F(ServerTest, AServerWithWindowsIsUnattendedWhenHiddenOrWatched) {
-  ui_.hasWindows = true;
+TEST_F(ServerTest, AServerIsUnattendedWhenHiddenOrWatched) {
   EXPECT_FALSE(Run("mode=config").Unattended);
   EXPECT_TRUE(Run("mode=config hidden").Unattended);
   EXPECT_TRUE(Run("mode=config hidden=0").Unattended) << "its value does not count";
   EXPECT_TRUE(Run("mode=config runningmutex=x").Unattended);
 }
 
-TEST_F(ServerTest, AWatchedServerShowsItsWindowStill) {
-  Configure(DefaultIni());
-  ui_.hasWindows = true;
+TEST_F(ServerTest, AWatchedServerShowsItsWindowStillButNoBoxes) {
   Run("runningmutex=ods-test-" + std::to_string(CurrentProcessId()) + "-watched");
-  EXPECT_THAT(ui_.calls, ElementsAre("show main window", "unload main window"));
+  EXPECT_THAT(ui_.calls, ElementsAre("open windows", "show main window", "unload main window", "wait until closed"));
 }
 
 TEST_F(ServerTest, WithoutAConnectionStringItReportsAndServesAllTheSame) {
   const std::string message = folder_.Path() + "/message.xml";
   queues_.Receive("m1", "<XML><Type>Ping</Type></XML>");
-  Run("messagefile=" + message);
+  Run("hidden messagefile=" + message);
   EXPECT_EQ(GetNodeText(XmlDocument(ReadFileText(message)), "/XML/Code"), "UnableToConnectDB");
   EXPECT_THAT(database_.opened, IsEmpty());
   ASSERT_EQ(queues_.sent.size(), 1U);
@@ -297,11 +301,190 @@ TEST_F(ServerTest, WithoutAConnectionStringItReportsAndServesAllTheSame) {
 }
 
 TEST_F(ServerTest, WithoutAConnectionStringItAsksAPerson) {
-  ui_.hasWindows = true;
+  Run("");
+  EXPECT_THAT(ui_.calls, ElementsAre("open windows", "show main window", "options dialog",
+                                     "information: Korvanta: Please select an ODBC data source.", "unload main window",
+                                     "wait until closed"));
+}
+
+TEST_F(ServerTest, AConnectionThatFailsAsksAPersonForAnother) {
+  Configure(DefaultIni(), "DSN=gone");
+  database_.openFailures.emplace_back(Error(-2147467259, "no such data source"));
   Run("");
   EXPECT_THAT(ui_.calls,
-              ElementsAre("show main window", "options dialog",
-                          "information: Korvanta: Please select an ODBC data source.", "unload main window"));
+              ElementsAre("open windows", "show main window",
+                          "warning: Korvanta: Error connecting to the database.\n"
+                          "The Options dialog will now appear. Please specify a new database connection or check the "
+                          "existing one.\n"
+                          "Error Information:\n"
+                          "Connection string is DSN=gone\n"
+                          "-2147467259 (0x80004005)\n"
+                          "no such data source",
+                          "options dialog", "unload main window", "wait until closed"));
+}
+
+// The windows
+
+TEST_F(ServerTest, AHiddenServerOpensNoWindows) {
+  noWindow_ = "no display";
+  Run("mode=config hidden");
+  EXPECT_EQ(view_, nullptr);
+}
+
+TEST_F(ServerTest, HiddenMayComeFromTheParameterFile) {
+  const std::string file = folder_.Path() + "/server.par";
+  std::ofstream(file) << "hidden";
+  noWindow_ = "no display";
+  Run("mode=config parameterfile=" + file);
+  EXPECT_EQ(view_, nullptr);
+}
+
+TEST_F(ServerTest, WithoutADisplayItEndsBeforeItTouchesDatabaseOrQueues) {
+  Configure(DefaultIni());
+  noWindow_ = "No window can be shown: no display.";
+  const auto [number, text] = test::ErrorOf([&] { Run(""); });
+  EXPECT_EQ(text, noWindow_);
+  EXPECT_THAT(database_.opened, IsEmpty());
+  EXPECT_THAT(queues_.events, IsEmpty());
+  EXPECT_FALSE(std::filesystem::exists(folder_.Path() + "/temp")) << "where the queues would be";
+  ASSERT_GE(ui_.entries.size(), 2U);
+  EXPECT_EQ(ui_.entries[ui_.entries.size() - 2], "Error: " + noWindow_);
+  EXPECT_EQ(ui_.entries.back(), "Stop");
+}
+
+TEST_F(ServerTest, AStartThatFailsLeavesNoWindowOpen) {
+  Configure(DefaultIni());
+  (void)test::ErrorOf([&] { Run("runningmutex=" + std::string(300, 'x')); });
+  EXPECT_THAT(ui_.calls, ElementsAre("open windows", "show main window", "unload main window"));
+}
+
+TEST_F(ServerTest, WindowEventsRunBeforeTheLoopAndInItsRounds) {
+  Configure(DefaultIni());
+  int before = 0;
+  queues_.Idle([&] { before = ui_.eventRounds; });
+  int afterPoll = 0;
+  queues_.Idle([&] { afterPoll = ui_.eventRounds; });
+  queues_.Receive("m1", "<XML><Type>Ping</Type></XML>");
+  Run("");
+  EXPECT_EQ(before, 2) << "at the end of the start, and at the loop's entry";
+  EXPECT_EQ(afterPoll, 3);
+  EXPECT_EQ(ui_.eventRounds, 6) << "after the second poll, after the message, after the last poll";
+}
+
+TEST_F(ServerTest, AWindowThatClearsTheRunFlagEndsTheServer) {
+  Configure(DefaultIni());
+  bool again = false;
+  queues_.Idle([&] { ui_.onEvents = [&] { view_->ClearRunFlag(); }; });
+  queues_.Idle([&] { again = true; });
+  Run("");
+  EXPECT_FALSE(again);
+  EXPECT_EQ(ui_.CountOf("Exit main loop"), 1);
+}
+
+TEST_F(ServerTest, TheRequestInHandIsAnsweredBeforeAClosedWindowEndsTheServer) {
+  Configure(DefaultIni());
+  queues_.Receive("m1", "<XML><Type>Ping</Type></XML>");
+  queues_.Idle([] { ADD_FAILURE() << "polled again"; });
+  // Events run at the end of the start, at the loop's entry, and after the answer: the window is closed at the last.
+  ui_.onEvents = [&] {
+    if (ui_.eventRounds == 3) view_->ClearRunFlag();
+  };
+  Run("");
+  EXPECT_EQ(queues_.sent.size(), 1U);
+}
+
+TEST_F(ServerTest, SettingsFromAWindowReconnectUnderANewSession) {
+  Configure(DefaultIni());
+  const std::string ping = "<XML><Type>Ping</Type></XML>";
+  queues_.Receive("m1", ping);
+  queues_.Idle([&] {
+    ui_.onEvents = [&] {
+      ui_.onEvents = nullptr;
+      view_->StoreSettings({"Sales", "sa", "secret", "DSN=Sales;UID=sa;PWD=secret", true});
+    };
+  });
+  queues_.Receive("m2", ping);
+  const Settings& settings = Run("");
+  EXPECT_THAT(database_.opened, ElementsAre("DSN=test", "DSN=Sales;UID=sa;PWD=secret"));
+  EXPECT_EQ(ui_.CountOf("Connect to Queue"), 2);
+  EXPECT_EQ(settings.configuration.DSN + "/" + settings.configuration.User + "/" + settings.configuration.Password,
+            "Sales/sa/secret");
+  EXPECT_TRUE(settings.configuration.DebugMode);
+  ASSERT_EQ(queues_.sent.size(), 2U);
+  const std::string first = GetNodeText(XmlDocument(queues_.sent[0].text), "/XML/DataSession");
+  const std::string second = GetNodeText(XmlDocument(queues_.sent[1].text), "/XML/DataSession");
+  EXPECT_NE(first, second);
+  EXPECT_EQ(second.size(), 36U);
+}
+
+TEST_F(ServerTest, SettingsSavedByAWindowConnectOnce) {
+  Configure(DefaultIni());
+  queues_.Idle([&] {
+    ui_.onEvents = [&] {
+      ui_.onEvents = nullptr;
+      view_->StoreSettings({"Sales", "", "", "DSN=Sales", false});
+      view_->SaveSettings();
+    };
+  });
+  queues_.Idle();
+  queues_.Idle();
+  const Settings& settings = Run("");
+  EXPECT_THAT(database_.opened, ElementsAre("DSN=test", "DSN=Sales"));
+  EXPECT_EQ(settings.configuration.ConnectionString, "DSN=Sales");
+  Configuration saved;
+  LoadConfiguration(DefaultIni(), saved);
+  EXPECT_EQ(saved.DSN, "Sales");
+  EXPECT_EQ(saved.ConnectionString, "DSN=Sales");
+}
+
+TEST_F(ServerTest, AServerThatHadNoConnectionStringTakesOneFromAWindow) {
+  Configure(DefaultIni(), "");
+  queues_.Idle([&] {
+    ui_.onEvents = [&] {
+      ui_.onEvents = nullptr;
+      view_->StoreSettings({"", "", "", "DSN=test", false});
+    };
+  });
+  queues_.Receive("m1", "<XML><Type>Ping</Type></XML>");
+  Run("");
+  ASSERT_EQ(queues_.sent.size(), 1U);
+  EXPECT_EQ(GetNodeText(XmlDocument(queues_.sent[0].text), "/XML/Ping"), "OK");
+}
+
+TEST_F(ServerTest, SettingsThatCannotBeSavedAreAnErrorThatNamesTheFile) {
+  Configure(DefaultIni());
+  Run("mode=config");
+  std::filesystem::remove_all(exeFolder_ + "/Data/config");
+  const auto [number, text] = test::ErrorOf([&] { view_->SaveSettings(); });
+  EXPECT_EQ(number, error_number::kOwn);
+  EXPECT_THAT(text, HasSubstr(DefaultIni()));
+}
+
+TEST_F(ServerTest, TheWindowsSeeWhatTheServerIsAndDoes) {
+  Configure(DefaultIni());
+  std::ofstream(exeFolder_ + "/context.xml")
+      << "<Context><DataServer><ODBCDrivers>^SQLite</ODBCDrivers></DataServer></Context>";
+  queues_.Receive("m1", "<XML><Type>Ping</Type></XML>");
+  std::vector<std::string> seen;
+  queues_.Idle([&] {
+    seen = {view_->ApplicationTitle(), view_->ProductName(),
+            view_->Version(),          view_->StatusText(),
+            view_->ButtonAction(),     std::to_string(view_->RequestCount()),
+            view_->DriverPattern(),    view_->GetSettings().ConnectionString};
+    EXPECT_FALSE(view_->StopRequested());
+    EXPECT_FALSE(view_->Unattended());
+    EXPECT_EQ(view_->StartTime(), server_.State().startTime);
+    stop_ = true;
+    EXPECT_TRUE(view_->StopRequested());
+  });
+  Run("");
+  EXPECT_THAT(seen,
+              ElementsAre("ODBC Data Server", "Korvanta", "1.0.0", "Running", "STOP", "1", "^SQLite", "DSN=test"));
+}
+
+TEST_F(ServerTest, WithoutAContextDocumentThereIsNoDriverPattern) {
+  Run("mode=config");
+  EXPECT_EQ(view_->DriverPattern(), "");
 }
 
 TEST_F(ServerTest, TheStateTellsWhatHappened) {

@@ -20,11 +20,11 @@ namespace ods::test {
 /// A user interface that remembers what it was asked for.
 class RecordingUserInterface final : public UserInterface {
  public:
-  [[nodiscard]] bool HasWindows() const override { return false; }
   void LetEventsRun() override { ++eventRounds; }
   void ShowMainWindow() override {}
   void UnloadMainWindow() override {}
   void ShowOptionsDialog() override {}
+  void WaitUntilClosed() override {}
   void MessageBox(const std::string& /*title*/, const std::string& text, BoxStyle /*style*/) override {
     boxes.push_back(text);
   }

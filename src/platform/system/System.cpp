@@ -1,5 +1,6 @@
 #include "platform/system/System.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -23,6 +24,7 @@ namespace ods {
 namespace {
 
 constexpr mode_t kPrivate = S_IRUSR | S_IWUSR;
+constexpr mode_t kModeBits = 07777;
 
 Date ToLocal(std::time_t time) {
   std::tm parts{};
@@ -56,6 +58,14 @@ class ReplacementFile {
   ReplacementFile& operator=(const ReplacementFile&) = delete;
   ReplacementFile(ReplacementFile&&) = delete;
   ReplacementFile& operator=(ReplacementFile&&) = delete;
+
+  /// Gives the system's error number, 0 when the file has the owner and the mode that are asked for.
+  int Resemble(const struct stat& facts) {
+    if (!handle_) return errno;
+    // The mode comes last: a new owner takes special bits away.
+    if (fchown(handle_.Get(), facts.st_uid, facts.st_gid) != 0) return errno;
+    return fchmod(handle_.Get(), facts.st_mode & kModeBits) != 0 ? errno : 0;
+  }
 
   /// Gives the system's error number, 0 when `path` now holds `text`.
   int FillAndRename(const std::string& path, std::string_view text) {
@@ -98,6 +108,11 @@ std::string ExecutablePath() {
 std::string EnvironmentVariable(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr ? value : "";
+}
+
+bool HasDisplay() {
+  constexpr auto kVariables = std::to_array<const char*>({"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"});
+  return std::ranges::any_of(kVariables, [](const char* name) { return !EnvironmentVariable(name).empty(); });
 }
 
 std::string SystemTempFolder() {
@@ -169,6 +184,22 @@ bool CanAppendTo(const std::string& path) { return static_cast<bool>(OpenForAppe
 
 void WriteFileAtomically(const std::string& path, std::string_view text) {
   const int failure = ReplacementFile(path).FillAndRename(path, text);
+  if (failure != 0) RaiseSystemError("Unable to write file \"" + path + "\"", failure);
+}
+
+void ReplaceFile(const std::string& path, std::string_view text, unsigned newFileMode) {
+  std::error_code ignored;
+  const std::filesystem::path target = std::filesystem::canonical(path, ignored);
+  const std::string place = target.empty() ? path : target.string();
+  struct stat facts {};
+  if (stat(place.c_str(), &facts) != 0) {
+    facts.st_uid = geteuid();
+    facts.st_gid = getegid();
+    facts.st_mode = newFileMode;
+  }
+  ReplacementFile file(place);
+  int failure = file.Resemble(facts);
+  if (failure == 0) failure = file.FillAndRename(place, text);
   if (failure != 0) RaiseSystemError("Unable to write file \"" + path + "\"", failure);
 }
 

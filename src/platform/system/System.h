@@ -18,6 +18,9 @@ namespace ods {
 [[nodiscard]] std::string ExecutablePath();
 /// An environment variable, "" when it is not set.
 [[nodiscard]] std::string EnvironmentVariable(const char* name);
+/// True when the environment names a display to show windows on: DISPLAY, WAYLAND_DISPLAY, or a platform of the
+/// windows' library, QT_QPA_PLATFORM.
+[[nodiscard]] bool HasDisplay();
 /// The system's folder for temporary files.
 [[nodiscard]] std::string SystemTempFolder();
 
@@ -46,6 +49,10 @@ std::uint64_t AppendToPrivateFile(const std::string& path, std::string_view text
 /// Replaces the content of a file in one step (written beside it, then renamed over it), mode 0600.
 /// Raises error 1000 naming the path.
 void WriteFileAtomically(const std::string& path, std::string_view text);
+/// The same for a file that others share: an existing one keeps its owner and its mode, and where `path` is a link the
+/// file that it leads to is replaced; a new one gets the mode `newFileMode`. Raises error 1000 naming the path, also
+/// when the owner cannot be kept.
+void ReplaceFile(const std::string& path, std::string_view text, unsigned newFileMode);
 
 /// Watches for a stop from outside: SIGTERM and SIGINT are held back and seen here. One per process.
 class StopSignals {

@@ -1,0 +1,52 @@
+// The user interface with windows: the application of the windows' library and the three windows, for one server.
+#pragma once
+
+#include <QTimer>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "common/ComponentRegistry.h"
+#include "common/UserInterface.h"
+#include "ui/ServerView.h"
+#include "ui/windows/frmMain.h"
+#include "ui/windows/frmTraceLog.h"
+
+namespace ods {
+
+class Application;
+
+class DesktopUserInterface final : public UserInterface {
+ public:
+  /// `server` and `components` outlive the object. Ends the process, with the reason on standard error and the status
+  /// 1, when the display cannot be opened.
+  DesktopUserInterface(ServerView& server, const ComponentRegistry& components);
+  ~DesktopUserInterface() override;
+  DesktopUserInterface(const DesktopUserInterface&) = delete;
+  DesktopUserInterface& operator=(const DesktopUserInterface&) = delete;
+  DesktopUserInterface(DesktopUserInterface&&) = delete;
+  DesktopUserInterface& operator=(DesktopUserInterface&&) = delete;
+
+  void LetEventsRun() override;
+  void ShowMainWindow() override;
+  void UnloadMainWindow() override;
+  void ShowOptionsDialog() override;
+  void WaitUntilClosed() override;
+  void MessageBox(const std::string& title, const std::string& text, BoxStyle style) override;
+  void AddTraceEntry(std::int32_t severity, const std::string& text) override;
+
+ private:
+  void ShowTraceLog();
+  void UnloadOthers();
+  void ForgetClosedOptions();
+
+  std::unique_ptr<Application> application_;
+  ServerView& server_;
+  const ComponentRegistry& components_;
+  QTimer stopTimer_;
+  std::unique_ptr<QWidget> options_;
+  std::unique_ptr<frmTraceLog> traceLog_;
+  std::unique_ptr<frmMain> mainWindow_;
+};
+
+}  // namespace ods
