@@ -22,7 +22,7 @@ void ExplainFatalMessage(QtMsgType type, const QMessageLogContext& /*context*/, 
 
 }  // namespace
 
-Application::Application(const std::string& title) {
+Application::Application() {
   if (QCoreApplication::instance() != nullptr) return;
   const QtMessageHandler usual = qInstallMessageHandler(ExplainFatalMessage);
   application_ = std::make_unique<QApplication>(argumentCount_, arguments_.data());
@@ -30,7 +30,6 @@ Application::Application(const std::string& title) {
   // The library has taken over the user's locale for the whole process; numbers in messages and in SQL are written as
   // without windows.
   std::setlocale(LC_ALL, "C");
-  QApplication::setApplicationDisplayName(QString::fromStdString(title));
   QApplication::setDesktopFileName("odbc-data-server");
   QApplication::setWindowIcon(ApplicationIcon());
 }

@@ -13,7 +13,7 @@ class Application {
  public:
   /// Opens the display, unless there is an application object already (tests have one of their own). Ends the process,
   /// with the reason and `NoWindowText` on standard error and the status 1, when the display cannot be opened.
-  explicit Application(const std::string& title);
+  Application();
 
  private:
   // The library keeps references to them.

@@ -34,7 +34,7 @@ void CloseBoxes() {
 }  // namespace
 
 DesktopUserInterface::DesktopUserInterface(ServerView& server, const ComponentRegistry& components)
-    : application_(std::make_unique<Application>(server.ApplicationTitle())), server_(server), components_(components) {
+    : application_(std::make_unique<Application>()), server_(server), components_(components) {
   // A box runs events by itself until somebody closes it: it must not keep a server from stopping.
   QObject::connect(&stopTimer_, &QTimer::timeout, &stopTimer_, [this] {
     if (server_.StopRequested()) CloseBoxes();

@@ -32,9 +32,8 @@ int TraceLogModel::columnCount(const QModelIndex& parent) const { return parent.
 
 QVariant TraceLogModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= published_) return {};
-  const bool isText = role == Qt::DisplayRole;
-  const bool isTip = role == Qt::ToolTipRole && index.column() == kDescription;
-  if (!isText && !isTip) return {};
+  // The tip shows what a narrow column cuts off.
+  if (role != Qt::DisplayRole && role != Qt::ToolTipRole) return {};
   return Text(rows_[static_cast<std::size_t>(index.row())], index.column());
 }
 

@@ -131,7 +131,8 @@ void frmMain::Arrange() {
   setCentralWidget(&content_);
   // Nobody resizes the window: it has the size of its contents.
   layout()->setSizeConstraint(QLayout::SetFixedSize);
-  setWindowFlag(Qt::WindowMaximizeButtonHint, false);
+  setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                 Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
 }
 
 void frmMain::Form_Load(bool isDevelopmentBuild) {

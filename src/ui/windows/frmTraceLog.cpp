@@ -3,7 +3,6 @@
 #include <QCloseEvent>
 #include <QEvent>
 #include <QHeaderView>
-#include <QScrollBar>
 #include <QSettings>
 #include <cmath>
 #include <optional>
@@ -104,6 +103,8 @@ void frmTraceLog::MakeColumns() {
   lvTrace.setTabKeyNavigation(false);
   lvTrace.setWordWrap(false);
   lvTrace.setShowGrid(false);
+  lvTrace.horizontalHeader()->setHighlightSections(false);
+  lvTrace.horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
   lvTrace.verticalHeader()->hide();
   // All rows are equally high, so that none has to be measured.
   lvTrace.verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
