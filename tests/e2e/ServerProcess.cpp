@@ -22,7 +22,7 @@ pid_t Spawn(const std::vector<std::string>& arguments) {
   for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
   pointers.push_back(nullptr);
   pid_t pid = -1;
-  if (posix_spawn(&pid, pointers.front(), nullptr, nullptr, pointers.data(), environ) != 0) {
+  if (posix_spawnp(&pid, pointers.front(), nullptr, nullptr, pointers.data(), environ) != 0) {
     throw std::runtime_error("cannot start " + arguments.front());
   }
   return pid;
