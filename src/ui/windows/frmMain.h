@@ -81,14 +81,14 @@ class frmMain final : public QMainWindow {
   ValueLabel lblRequests{&Frame3};
   QPushButton cmdStart{&Frame3};
 
-  QMenu mnuFile;
-  QMenu mnuTools;
-  QMenu mnuHelp;
-  QAction mnuExit;
-  QAction mnuOptions;
-  QAction mnuTraceLog;
-  QAction mnuAbout;
-  QTimer timerGUI;
+  QMenu mnuFile{this};
+  QMenu mnuTools{this};
+  QMenu mnuHelp{this};
+  QAction mnuExit{this};
+  QAction mnuOptions{this};
+  QAction mnuTraceLog{this};
+  QAction mnuAbout{this};
+  QTimer timerGUI{this};
 };
 
 }  // namespace ods

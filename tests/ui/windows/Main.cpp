@@ -2,7 +2,6 @@
 // alone.
 #include <QApplication>
 #include <QSettings>
-#include <QStandardPaths>
 #include <clocale>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -14,7 +13,6 @@ int main(int argc, char** argv) {
   setenv("QT_QPA_PLATFORM", "offscreen", 1);
   const ods::test::TemporaryFolder settings;
   QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(settings.Path()));
-  QStandardPaths::setTestModeEnabled(true);
   const QApplication application(argc, argv);
   std::setlocale(LC_ALL, "C");
   return RUN_ALL_TESTS();

@@ -1,0 +1,163 @@
+#include "ui/windows/DesktopUserInterface.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QMessageBox>
+#include <QTableView>
+#include <gtest/gtest.h>
+#include <string>
+
+#include "ui/windows/FakeServerView.h"
+#include "ui/windows/Widgets.h"
+
+namespace ods {
+namespace {
+
+class DesktopTest : public testing::Test {
+ protected:
+  /// The open window of a name, nullptr when there is none.
+  static QWidget* OpenWindow(const char* name) {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+      if (window->objectName() == name && window->isVisible()) return window;
+    }
+    return nullptr;
+  }
+  static void Trigger(const char* action) { test::Find<QAction>(*OpenWindow("frmMain"), action).trigger(); }
+
+  test::FakeServerView server_;
+  ComponentRegistry components_;
+  DesktopUserInterface ui_{server_, components_};
+};
+
+TEST_F(DesktopTest, ShowsNothingUntilItIsAskedTo) {
+  ui_.LetEventsRun();
+  EXPECT_EQ(OpenWindow("frmMain"), nullptr);
+  EXPECT_EQ(OpenWindow("frmTraceLog"), nullptr);
+}
+
+TEST_F(DesktopTest, ShowsTheMainWindowAlone) {
+  ui_.ShowMainWindow();
+  EXPECT_NE(OpenWindow("frmMain"), nullptr);
+  EXPECT_EQ(OpenWindow("frmTraceLog"), nullptr);
+}
+
+TEST_F(DesktopTest, LettingEventsRunKeepsTheWindowsLive) {
+  ui_.ShowMainWindow();
+  server_.requestCount = 42;
+  const auto& requests = test::Find<QLabel>(*OpenWindow("frmMain"), "lblRequests");
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (requests.text() != "42" && std::chrono::steady_clock::now() < end) ui_.LetEventsRun();
+  EXPECT_EQ(requests.text(), "42");
+}
+
+TEST_F(DesktopTest, UnloadingTheMainWindowClosesIt) {
+  ui_.ShowMainWindow();
+  ui_.UnloadMainWindow();
+  EXPECT_EQ(OpenWindow("frmMain"), nullptr);
+  EXPECT_FALSE(server_.runFlag);
+  ui_.UnloadMainWindow();
+}
+
+TEST_F(DesktopTest, ClosingTheMainWindowClosesTheTraceLog) {
+  ui_.ShowMainWindow();
+  Trigger("mnuTraceLog");
+  ASSERT_NE(OpenWindow("frmTraceLog"), nullptr);
+  OpenWindow("frmMain")->close();
+  EXPECT_EQ(OpenWindow("frmTraceLog"), nullptr);
+  EXPECT_EQ(OpenWindow("frmMain"), nullptr);
+}
+
+TEST_F(DesktopTest, TheTraceLogShowsWhatIsLoggedWhileItIsOpen) {
+  ui_.ShowMainWindow();
+  ui_.AddTraceEntry(0, "before");
+  Trigger("mnuTraceLog");
+  ui_.AddTraceEntry(2, "while open");
+  const auto* rows = test::Find<QTableView>(*OpenWindow("frmTraceLog"), "lvTrace").model();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return rows->rowCount() > 0; }, 20000));
+  EXPECT_EQ(rows->rowCount(), 1);
+  EXPECT_EQ(rows->index(0, 1).data(), "while open");
+  EXPECT_EQ(rows->index(0, 2).data(), "2");
+}
+
+TEST_F(DesktopTest, ClosedTheTraceLogStaysLoaded) {
+  ui_.ShowMainWindow();
+  Trigger("mnuTraceLog");
+  const QWidget* window = OpenWindow("frmTraceLog");
+  ASSERT_NE(window, nullptr);
+  test::Click(*window, "cmdClose");
+  EXPECT_EQ(OpenWindow("frmTraceLog"), nullptr);
+  Trigger("mnuTraceLog");
+  EXPECT_EQ(OpenWindow("frmTraceLog"), window);
+}
+
+TEST_F(DesktopTest, AskedForAgainAnOpenTraceLogKeepsItsRows) {
+  ui_.ShowMainWindow();
+  Trigger("mnuTraceLog");
+  ui_.AddTraceEntry(0, "one");
+  const auto* rows = test::Find<QTableView>(*OpenWindow("frmTraceLog"), "lvTrace").model();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return rows->rowCount() == 1; }, 20000));
+  OpenWindow("frmTraceLog")->showMinimized();
+  Trigger("mnuTraceLog");
+  EXPECT_FALSE(OpenWindow("frmTraceLog")->isMinimized());
+  EXPECT_EQ(rows->rowCount(), 1);
+}
+
+TEST_F(DesktopTest, ABoxEndsWhenTheServerHasToStop) {
+  server_.stopRequested = true;
+  ui_.MessageBox("Korvanta", "text", BoxStyle::kInformation);
+  EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
+
+TEST_F(DesktopTest, BoxesOverBoxesEndWhenTheServerHasToStop) {
+  QTimer::singleShot(0, [&] {
+    server_.stopRequested = true;
+    ui_.MessageBox("Korvanta", "inner", BoxStyle::kInformation);
+  });
+  ui_.MessageBox("Korvanta", "outer", BoxStyle::kInformation);
+  EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
+
+TEST_F(DesktopTest, ABoxWithoutATitleHasTheApplications) {
+  QString title;
+  QTimer::singleShot(0, [&] {
+    title = QApplication::activeModalWidget()->windowTitle();
+    QApplication::activeModalWidget()->close();
+  });
+  ui_.MessageBox("", "No decimal factor set", BoxStyle::kInformation);
+  EXPECT_EQ(title, "ODBC Data Server");
+}
+
+TEST_F(DesktopTest, ABoxBelongsToTheMainWindow) {
+  ui_.ShowMainWindow();
+  const QWidget* parent = nullptr;
+  QTimer::singleShot(0, [&] {
+    parent = QApplication::activeModalWidget()->parentWidget();
+    QApplication::activeModalWidget()->close();
+  });
+  ui_.MessageBox("Korvanta", "text", BoxStyle::kInformation);
+  EXPECT_EQ(parent, OpenWindow("frmMain"));
+}
+
+TEST_F(DesktopTest, WaitsForNothingWhenNoWindowIsOpen) {
+  ui_.WaitUntilClosed();
+  EXPECT_TRUE(server_.runFlag);
+}
+
+TEST_F(DesktopTest, WaitsUntilTheLastWindowIsClosed) {
+  ui_.ShowMainWindow();
+  Trigger("mnuTraceLog");
+  QTimer::singleShot(0, [] { OpenWindow("frmTraceLog")->close(); });
+  QTimer::singleShot(50, [] { OpenWindow("frmMain")->close(); });
+  ui_.WaitUntilClosed();
+  EXPECT_EQ(OpenWindow("frmMain"), nullptr);
+}
+
+TEST_F(DesktopTest, WaitsNoLongerWhenTheServerHasToStop) {
+  ui_.ShowMainWindow();
+  QTimer::singleShot(0, [&] { server_.stopRequested = true; });
+  ui_.WaitUntilClosed();
+  EXPECT_EQ(OpenWindow("frmMain"), nullptr) << "what was still open is closed";
+}
+
+}  // namespace
+}  // namespace ods
