@@ -1,0 +1,69 @@
+#include "ui/windows/modAdministrator.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QString>
+#include <QStringList>
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "common/Value.h"
+#include "platform/system/OdbcFiles.h"
+#include "platform/system/Registry.h"
+
+namespace ods {
+
+namespace {
+
+/// The managers that come with driver managers: those of unixODBC, built with one or the other version of its library,
+/// then those of iODBC, which keeps its data sources in the same files.
+constexpr auto kManagers =
+    std::to_array<const char*>({"ODBCManageDataSourcesQ5", "ODBCManageDataSourcesQ4", "ODBCCreateDataSourceQ5",
+                                "ODBCCreateDataSourceQ4", "ODBCConfig", "gODBCConfig", "iodbcadm-gtk"});
+/// Opens a file in the program that the desktop has for it.
+constexpr const char* kOpener = "xdg-open";
+constexpr const char* kUserFileKey = "HKEY_CURRENT_USER\\Software\\ODBC\\ODBC.INI\\";
+
+bool Start(const Administrator& administrator) {
+  QStringList arguments;
+  for (const std::string& argument : administrator.arguments) arguments << QString::fromStdString(argument);
+  return QProcess::startDetached(QString::fromStdString(administrator.program), arguments, QDir::currentPath());
+}
+
+}  // namespace
+
+std::vector<Administrator> FindAdministrators(const std::string& searchPath, const std::string& userFile) {
+  std::vector<Administrator> found;
+  const QStringList folders = QString::fromStdString(searchPath).split(QDir::listSeparator(), Qt::SkipEmptyParts);
+  if (folders.isEmpty()) return found;  // the search would take the environment's path instead
+  const auto find = [&](const char* name, std::vector<std::string> arguments) {
+    const QString program = QStandardPaths::findExecutable(name, folders);
+    if (!program.isEmpty()) found.push_back({program.toStdString(), std::move(arguments)});
+  };
+  for (const char* name : kManagers) find(name, {});
+  find(kOpener, {userFile});
+  return found;
+}
+
+bool StartAdministrator(const std::string& searchPath) {
+  const std::string userFile = FindOdbcFiles().userDataSources;
+  return std::ranges::any_of(FindAdministrators(searchPath, userFile), [](const Administrator& administrator) {
+    // The opener shows a file only when there is one.
+    const bool opensFile = !administrator.arguments.empty();
+    return (!opensFile || RegWrite(kUserFileKey, Value())) && Start(administrator);
+  });
+}
+
+std::string WithoutAdministratorText() {
+  return "No program that manages ODBC data sources was found on this computer.\n\n"
+         "To create or change a data source, edit the file \"" +
+         FindOdbcFiles().userDataSources +
+         "\". A data source is a section of it:\n\n"
+         "[Name of the data source]\n"
+         "Driver=Name of an installed driver\n\n"
+         "What else it needs depends on the driver.";
+}
+
+}  // namespace ods
