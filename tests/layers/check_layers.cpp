@@ -1,10 +1,12 @@
-// Checks that the sources keep to their rooms: an include goes only downwards, and system headers stand only under
-// src/platform/.
+// Checks that the sources keep to their rooms: an include goes only downwards, system headers stand only under
+// src/platform/, and the windows' library only under src/ui/windows/, which nothing outside includes: the server must
+// not need that library.
 //
 //   check-layers ROOT            reports every violation in ROOT/src, one a line; exit status 1 when there is one
 //   check-layers ROOT EXPECTED   exit status 0 only when the report is, line for line, the text of the file EXPECTED
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -44,6 +46,9 @@ constexpr std::array<Room, 13> kRooms{{
     {"ui", 9, 3},
     {"server", 10, 9},
 }};
+
+/// The corner of the room ui that is a module of its own.
+constexpr std::string_view kWindows = "ui/windows/";
 
 /// The headers of the C++20 standard library.
 constexpr std::string_view kStandardHeaders =
@@ -96,13 +101,22 @@ std::optional<std::string> IncludedBy(std::string_view line) {
   return std::string(line.substr(0, end == std::string_view::npos ? end : end + 1));
 }
 
-/// What is wrong with including `target` (with its quotes) from a file of `room`; empty when nothing is.
-std::string Violation(const Room& room, const std::string& target) {
+/// True for a header of Qt, such as QLabel.
+bool IsOfWindowsLibrary(std::string_view name) {
+  return name.size() > 1 && name[0] == 'Q' && std::isalpha(static_cast<unsigned char>(name[1])) != 0;
+}
+
+/// What is wrong with including `target` (with its quotes) from the file `file` of `room`; empty when nothing is.
+std::string Violation(const Room& room, std::string_view file, const std::string& target) {
+  const bool inWindows = file.starts_with(kWindows);
   const std::string name = target.size() > 2 ? target.substr(1, target.size() - 2) : "";
   if (target.starts_with('<')) {
     const bool platform = room.folder.starts_with("platform/");
     if (name == "pugixml.hpp") {
       return room.folder == "platform/xml" ? "" : "only platform/xml may include it";
+    }
+    if (IsOfWindowsLibrary(name)) {
+      return inWindows ? "" : "the windows' library outside ui/windows";
     }
     return platform || Holds(kStandardHeaders, name) ? "" : "a system header outside platform";
   }
@@ -112,6 +126,9 @@ std::string Violation(const Room& room, const std::string& target) {
   const Room* entered = RoomOf(name);
   if (entered == nullptr || name.find("..") != std::string::npos) {
     return "not the path of a file in a room";
+  }
+  if (name.starts_with(kWindows) && !inWindows) {
+    return "only ui/windows may include it";
   }
   return entered == &room || entered->floor <= room.reach
              ? ""
@@ -137,7 +154,7 @@ void CheckFile(const fs::path& path, const std::string& name, std::set<std::stri
   std::istringstream text(ReadAll(path));
   for (std::string line; std::getline(text, line);) {
     if (const std::optional<std::string> target = IncludedBy(line)) {
-      const std::string violation = Violation(*room, *target);
+      const std::string violation = Violation(*room, name, *target);
       if (!violation.empty()) {
         report.insert(std::string(name).append(": ").append(*target).append(": ").append(violation));
       }
