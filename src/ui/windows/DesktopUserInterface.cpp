@@ -62,7 +62,11 @@ void DesktopUserInterface::UnloadMainWindow() {
   UnloadOthers();
 }
 
-void DesktopUserInterface::ShowOptionsDialog() {}
+void DesktopUserInterface::ShowOptionsDialog() {
+  ForgetClosedOptions();
+  if (!options_) options_ = std::make_unique<frmConfigure>(server_, components_);
+  Present(*options_);
+}
 
 void DesktopUserInterface::ShowTraceLog() {
   if (!traceLog_) traceLog_ = std::make_unique<frmTraceLog>(server_);
@@ -88,7 +92,8 @@ void DesktopUserInterface::WaitUntilClosed() {
 }
 
 void DesktopUserInterface::MessageBox(const std::string& title, const std::string& text, BoxStyle style) {
-  QWidget* const parent = options_ ? options_.get() : mainWindow_.get();
+  QWidget* parent = mainWindow_.get();
+  if (options_ && options_->isVisible()) parent = options_.get();
   ShowBox(parent, title.empty() ? server_.ApplicationTitle() : title, text, style);
 }
 

@@ -9,6 +9,7 @@
 #include "common/ComponentRegistry.h"
 #include "common/UserInterface.h"
 #include "ui/ServerView.h"
+#include "ui/windows/frmConfigure.h"
 #include "ui/windows/frmMain.h"
 #include "ui/windows/frmTraceLog.h"
 
@@ -44,7 +45,7 @@ class DesktopUserInterface final : public UserInterface {
   ServerView& server_;
   const ComponentRegistry& components_;
   QTimer stopTimer_;
-  std::unique_ptr<QWidget> options_;
+  std::unique_ptr<frmConfigure> options_;
   std::unique_ptr<frmTraceLog> traceLog_;
   std::unique_ptr<frmMain> mainWindow_;
 };

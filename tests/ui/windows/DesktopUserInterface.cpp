@@ -2,11 +2,14 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QPointer>
 #include <QTableView>
 #include <gtest/gtest.h>
 #include <string>
 
+#include "support/OdbcFolder.h"
 #include "ui/windows/FakeServerView.h"
 #include "ui/windows/Widgets.h"
 
@@ -15,6 +18,8 @@ namespace {
 
 class DesktopTest : public testing::Test {
  protected:
+  // Without a driver the options dialog would say so in a box, once a second.
+  DesktopTest() { test::OdbcFolder::Write(odbc_.DriversFile(), "[Test driver]\nDriver=libtest.so\n"); }
   /// The open window of a name, nullptr when there is none.
   static QWidget* OpenWindow(const char* name) {
     for (QWidget* window : QApplication::topLevelWidgets()) {
@@ -22,8 +27,12 @@ class DesktopTest : public testing::Test {
     }
     return nullptr;
   }
+  static std::string UserInOptions() {
+    return test::Find<QLineEdit>(*OpenWindow("frmConfigure"), "txtUserId").text().toStdString();
+  }
   static void Trigger(const char* action) { test::Find<QAction>(*OpenWindow("frmMain"), action).trigger(); }
 
+  test::OdbcFolder odbc_;
   test::FakeServerView server_;
   ComponentRegistry components_;
   DesktopUserInterface ui_{server_, components_};
@@ -100,6 +109,70 @@ TEST_F(DesktopTest, AskedForAgainAnOpenTraceLogKeepsItsRows) {
   Trigger("mnuTraceLog");
   EXPECT_FALSE(OpenWindow("frmTraceLog")->isMinimized());
   EXPECT_EQ(rows->rowCount(), 1);
+}
+
+TEST_F(DesktopTest, TheOptionsDialogDoesNotBlock) {
+  ui_.ShowMainWindow();
+  Trigger("mnuOptions");
+  ASSERT_NE(OpenWindow("frmConfigure"), nullptr);
+  EXPECT_FALSE(OpenWindow("frmConfigure")->isModal());
+  EXPECT_NE(OpenWindow("frmMain"), nullptr);
+}
+
+TEST_F(DesktopTest, AskedForAgainAnOpenOptionsDialogKeepsWhatWasTyped) {
+  ui_.ShowOptionsDialog();
+  test::Find<QLineEdit>(*OpenWindow("frmConfigure"), "txtUserId").setText("half typed");
+  ui_.LetEventsRun();
+  ui_.ShowOptionsDialog();
+  EXPECT_EQ(UserInOptions(), "half typed");
+}
+
+TEST_F(DesktopTest, AClosedOptionsDialogStartsAnewFromTheSettingsOfThatTime) {
+  server_.settings.User = "ann";
+  ui_.ShowOptionsDialog();
+  EXPECT_EQ(UserInOptions(), "ann");
+  OpenWindow("frmConfigure")->close();
+  server_.settings.User = "bob";
+  ui_.ShowOptionsDialog();
+  EXPECT_EQ(UserInOptions(), "bob");
+}
+
+TEST_F(DesktopTest, AClosedOptionsDialogIsGone) {
+  ui_.ShowOptionsDialog();
+  const QPointer<QWidget> dialog = OpenWindow("frmConfigure");
+  dialog->close();
+  ui_.LetEventsRun();
+  EXPECT_TRUE(dialog.isNull());
+}
+
+TEST_F(DesktopTest, ClosingTheMainWindowClosesTheOptionsDialog) {
+  ui_.ShowMainWindow();
+  ui_.ShowOptionsDialog();
+  OpenWindow("frmMain")->close();
+  EXPECT_EQ(OpenWindow("frmConfigure"), nullptr);
+}
+
+TEST_F(DesktopTest, TheOptionsDialogAloneIsWaitedFor) {
+  ui_.ShowOptionsDialog();
+  bool closed = false;
+  QTimer::singleShot(50, [&] {
+    test::Click(*OpenWindow("frmConfigure"), "cmdCancel");
+    closed = true;
+  });
+  ui_.WaitUntilClosed();
+  EXPECT_TRUE(closed);
+}
+
+TEST_F(DesktopTest, ABoxBelongsToTheOptionsDialogWhenThatIsOpen) {
+  ui_.ShowMainWindow();
+  ui_.ShowOptionsDialog();
+  const QWidget* parent = nullptr;
+  QTimer::singleShot(0, [&] {
+    parent = QApplication::activeModalWidget()->parentWidget();
+    QApplication::activeModalWidget()->close();
+  });
+  ui_.MessageBox("Korvanta", "Please select an ODBC data source.", BoxStyle::kInformation);
+  EXPECT_EQ(parent, OpenWindow("frmConfigure"));
 }
 
 TEST_F(DesktopTest, ABoxEndsWhenTheServerHasToStop) {
