@@ -65,6 +65,8 @@ ServerProcess::ServerProcess(const ServerFolders& folders, const std::vector<std
   pid_ = Spawn(arguments);
 }
 
+ServerProcess::ServerProcess(const std::vector<std::string>& commandLine) : pid_(Spawn(commandLine)) {}
+
 ServerProcess::~ServerProcess() {
   if (IsRunning()) Stop();
 }

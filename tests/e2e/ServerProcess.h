@@ -42,6 +42,8 @@ class ServerProcess {
   /// Starts the server hidden on the folders, with more arguments when given, maybe from a copy of the executable.
   explicit ServerProcess(const ServerFolders& folders, const std::vector<std::string>& moreArguments = {},
                          const std::string& program = ODS_SERVER_PROGRAM);
+  /// Starts a server by a command line of its own; the program comes first.
+  explicit ServerProcess(const std::vector<std::string>& commandLine);
   ~ServerProcess();
   ServerProcess(const ServerProcess&) = delete;
   ServerProcess& operator=(const ServerProcess&) = delete;
