@@ -130,10 +130,7 @@ void frmTraceLog::ShowNewest() {
   lvTrace.scrollToBottom();
 }
 
-void frmTraceLog::ClearLog() {
-  refresh_.stop();
-  model_.Clear();
-}
+void frmTraceLog::ClearLog() { model_.Clear(); }
 
 void frmTraceLog::CloseLog() {
   hide();
