@@ -35,7 +35,7 @@ Robot::Robot() {
   // The windows' thread makes its application object when the first window is wanted: until a window is on the screen,
   // nothing here may ask it anything.
   if (RunProgram({"timeout", std::to_string(kPatience.count()), "xdotool", "search", "--sync", "--onlyvisible",
-                  "--name", "ODBC Data Server"}) != 0) {
+                  "--name", "ODBC Data Server|Korvanta"}) != 0) {
     RaiseTooLate("The first window");
   }
 }

@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
-#include <fstream>
+#include <functional>
+#include <future>
 #include <gtest/gtest.h>
+#include <stdexcept>
 #include <thread>
 
 #include "common/ComponentRegistry.h"
@@ -16,60 +18,56 @@
 #include "log/Trace.h"
 #include "platform/system/System.h"
 #include "server/modMain.h"
+#include "support/OdbcFolder.h"
 #include "ui/SwitchingUserInterface.h"
 #include "ui/windows/DesktopUserInterface.h"
 
 namespace ods::test {
 namespace {
 
-/// An ODBC configuration of the test's own: the machine's drivers, and one data source named Sales.
-class OdbcConfiguration {
- public:
-  explicit OdbcConfiguration(const std::string& database) {
-    const char* machines = std::getenv("ODBCSYSINI");
-    std::filesystem::copy(std::string(machines == nullptr ? "/etc" : machines) + "/odbcinst.ini",
-                          folder_.Path() + "/odbcinst.ini");
-    WriteTextFile(folder_.Path() + "/odbc.ini", "");
-    WriteTextFile(folder_.Path() + "/user.ini",
-                  "[ODBC Data Sources]\nSales=SQLite3\n\n[Sales]\nDriver=SQLite3\nDatabase=" + database + "\n");
-    setenv("ODBCSYSINI", folder_.Path().c_str(), 1);
-    setenv("ODBCINI", (folder_.Path() + "/user.ini").c_str(), 1);
-  }
-
- private:
-  TemporaryFolder folder_;
-};
+/// The path of the machine's list of drivers, looked for before the test has a list of its own.
+std::string MachinesDrivers() {
+  const char* folder = std::getenv("ODBCSYSINI");
+  return std::string(folder == nullptr ? "/etc" : folder) + "/odbcinst.ini";
+}
 
 class Windows : public ::testing::Test {
  protected:
-  Windows() : odbc_(Database()) {
-    setenv("DISPLAY", screen_.Display().c_str(), 1);
-    setenv("QT_QPA_PLATFORM", "xcb", 1);
-    setenv("XDG_RUNTIME_DIR", folders_.Root().c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (folders_.Root() + "/settings").c_str(), 1);
-    unsetenv("WAYLAND_DISPLAY");
+  Windows() {
+    if (const char* sample = std::getenv("ODS_TEST_SQLITE_SAMPLE")) {
+      std::filesystem::copy(sample, Database());
+    } else {
+      WriteTextFile(Database(), "");
+    }
+    std::filesystem::copy(drivers_, odbc_.DriversFile());
+    OdbcFolder::Write(odbc_.UserFile(), "[Sales]\nDriver=SQLite3\nDatabase=" + Database() + "\n");
   }
 
   [[nodiscard]] std::string Database() const { return folders_.Root() + "/sales.db"; }
 
   /// Runs a server until it ends, while `work` goes on beside it; whatever goes wrong there stops the server.
-  void RunServer(const std::function<void(Robot&)>& work) {
+  void RunServer(const std::function<void(Robot&)>& work, const std::string& moreArguments = "") {
     std::atomic<bool> stop = false;
-    std::thread worker([&] {
+    std::promise<void> end;
+    std::thread worker([&, ended = end.get_future()] {
       try {
         Robot robot;
         work(robot);
+        if (ended.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
+          throw std::runtime_error("The end of the server did not happen in time");
+        }
       } catch (const std::exception& error) {
         ADD_FAILURE() << error.what();
         stop = true;
       }
     });
-    RunServerProgram(stop);
+    RunServerProgram(stop, moreArguments);
+    end.set_value();
     worker.join();
   }
 
   /// What the program does, with the windows linked in: so the robot can look at them.
-  void RunServerProgram(const std::atomic<bool>& stop) {
+  void RunServerProgram(const std::atomic<bool>& stop, const std::string& moreArguments) {
     SwitchingUserInterface ui;
     Tracer tracer(ui);
     ui.SetTracer(tracer);
@@ -79,7 +77,7 @@ class Windows : public ::testing::Test {
         {ui, tracer, components, ExecutablePath(), [&] { return stop.load(); },
          [&](ServerView& view) { ui.SwitchTo(std::make_unique<DesktopUserInterface>(view, components), view); }});
     server.Run("/instance=desktop /datafolder=" + folders_.Root() + "/data /inqueue=" + folders_.Requests() +
-               " /outqueue=" + folders_.Results());
+               " /outqueue=" + folders_.Results() + " " + moreArguments);
   }
 
   /// Where pictures of the windows are wanted, they are taken.
@@ -91,12 +89,22 @@ class Windows : public ::testing::Test {
 
   ServerFolders folders_;
   XServer screen_;
-  OdbcConfiguration odbc_;
+  EnvironmentValue display_{"DISPLAY", screen_.Display()};
+  EnvironmentValue platform_{"QT_QPA_PLATFORM", "xcb"};
+  EnvironmentValue runtimeFolder_{"XDG_RUNTIME_DIR", folders_.Root()};
+  std::string drivers_ = MachinesDrivers();
+  OdbcFolder odbc_;  // and the user's settings are in its folder too
+  EnvironmentValue settings_{"XDG_CONFIG_HOME", odbc_.Path()};
 };
 
 int Rows(const char* list) {
   const auto* view = qobject_cast<QAbstractItemView*>(Robot::Find(list));
   return view == nullptr ? -1 : view->model()->rowCount();
+}
+
+bool NewestRowIsInView(const char* list) {
+  const auto* view = qobject_cast<QAbstractItemView*>(Robot::Find(list));
+  return view->viewport()->rect().intersects(view->visualRect(view->model()->index(Rows(list) - 1, 0)));
 }
 
 TEST_F(Windows, StartedByHandItIsConfiguredWorksIsWatchedAndStopped) {
@@ -136,6 +144,7 @@ TEST_F(Windows, StartedByHandItIsConfiguredWorksIsWatchedAndStopped) {
     EXPECT_EQ(robot.InWindows([] { return Rows("lvTrace"); }), 0);
     EXPECT_NE(client.Ask(Request("TableList")).find("<Tables"), std::string::npos);
     robot.WaitUntil("The entry of the request", [] { return Rows("lvTrace") > 0; });
+    robot.WaitUntil("The newest row in view", [] { return NewestRowIsInView("lvTrace"); });
     robot.WaitForText("lblRequests", "1000");
     Picture(robot, "frmMain");
     Picture(robot, "frmTraceLog");
@@ -145,6 +154,64 @@ TEST_F(Windows, StartedByHandItIsConfiguredWorksIsWatchedAndStopped) {
     // The button ends the server.
     robot.Click("cmdStart");
   });
+}
+
+TEST_F(Windows, AConnectionThatFailsIsToldWithItsErrorAndTheOptionsDialogAppears) {
+  folders_.Configure("DSN=Nowhere");
+  RunServer([](Robot& robot) {
+    robot.WaitForActiveWindow("Korvanta");
+    const std::string text = robot.TextOfBox();
+    EXPECT_TRUE(text.starts_with(
+        "Error connecting to the database.\n"
+        "The Options dialog will now appear. Please specify a new database connection or check the existing one.\n"
+        "Error Information:\n"
+        "Connection string is DSN=Nowhere\n"
+        "-2147467259 (0x80004005)\n"))
+        << text;
+    robot.Press({"Return"});
+    robot.WaitForActiveWindow("Configure ODBC Data Server");
+    EXPECT_EQ(robot.TextOf("txtConnectionString"), "DSN=Nowhere");
+    robot.Press({"Escape"});
+    robot.WaitForActiveWindow("ODBC Data Server");
+    robot.Press({"alt+f", "x"});
+  });
+}
+
+TEST_F(Windows, TheRequestInHandIsFinishedWhenTheWindowIsClosed) {
+  folders_.Configure("Driver=" ODS_PRODUCT_DRIVER ";Product=Slow;DelayStatement=1000;Database=" + Database());
+  RunServer([&](Robot& robot) {
+    robot.WaitForText("lblStatus", "Running");
+    robot.WaitForActiveWindow("ODBC Data Server");
+    QueueClient client(folders_);
+    const std::string id = client.Send(Request("TableData", "<TableId>[TABLE]nothing</TableId>"));
+    while (std::filesystem::exists(folders_.Requests() + "/new/" + id + ".xml")) std::this_thread::yield();
+    robot.Press({"alt+F4"});
+    EXPECT_NE(client.Receive(id).find("<DataSession>"), std::string::npos);
+  });
+}
+
+TEST_F(Windows, InModeConfigTheOptionsDialogIsAllThereIs) {
+  RunServer(
+      [&](Robot& robot) {
+        robot.WaitForActiveWindow("Configure ODBC Data Server");
+        EXPECT_EQ(robot.InWindows([] { return Robot::Find("frmMain"); }), nullptr);
+        robot.Click("txtUserId");
+        robot.Type("ann");
+        robot.WaitForText("txtConnectionString", "DSN=;UID=ann;PWD=");
+        robot.Press({"Return"});
+      },
+      "/mode=config");
+  EXPECT_NE(ReadFileText(folders_.Config() + "/dataserver.xml").find("DSN=;UID=ann;PWD="), std::string::npos);
+}
+
+TEST_F(Windows, AnUnknownModeIsToldAndEndsTheServer) {
+  RunServer(
+      [](Robot& robot) {
+        robot.WaitForActiveWindow("Korvanta");
+        EXPECT_EQ(robot.TextOfBox(), "Unknown mode specified as command line parameter: dance");
+        robot.Press({"Return"});
+      },
+      "/mode=dance");
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #include "desktop/XServer.h"
 
 #include <array>
+#include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "common/Error.h"
+#include "support/OdbcFolder.h"
 
 namespace ods::test {
 
@@ -30,6 +31,11 @@ pid_t Start(std::vector<std::string> arguments) {
   if (posix_spawnp(&process, pointers[0], &actions, nullptr, pointers.data(), environ) != 0) process = -1;
   posix_spawn_file_actions_destroy(&actions);
   return process;
+}
+
+bool Succeeds(pid_t process) {
+  int status = -1;
+  return process > 0 && waitpid(process, &status, 0) == process && status == 0;
 }
 
 void End(pid_t process) {
@@ -63,17 +69,16 @@ void XServer::StartServer() {
   display_ = ":" + number;
 }
 
+/// A window that is mapped before the manager is there may never get the keyboard.
 void XServer::StartWindowManager() {
-  const char* const before = std::getenv("DISPLAY");
-  const std::string kept = before == nullptr ? "" : before;
-  setenv("DISPLAY", display_.c_str(), 1);
+  const EnvironmentValue display("DISPLAY", display_);
   windowManager_ = Start({"openbox"});
-  if (before == nullptr) {
-    unsetenv("DISPLAY");
-  } else {
-    setenv("DISPLAY", kept.c_str(), 1);
+  constexpr int kTries = 1000;
+  for (int i = 0; windowManager_ > 0 && i < kTries; ++i) {
+    if (Succeeds(Start({"xdotool", "get_num_desktops"}))) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
-  if (windowManager_ <= 0) throw Error(error_number::kOwn, "openbox does not start");
+  throw Error(error_number::kOwn, "openbox does not start");
 }
 
 }  // namespace ods::test
