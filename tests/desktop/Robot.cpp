@@ -100,7 +100,11 @@ void Robot::Type(const std::string& text) { RunTool({"type", text}); }
 void Robot::TakePicture(const std::string& windowName, const std::string& file) {
   const bool written = InWindows([&] {
     const QWidget* window = Find(windowName);
-    return window != nullptr && window->screen()->grabWindow(window->winId()).save(QString::fromStdString(file), "PNG");
+    if (window == nullptr) return false;
+    const QRect frame = window->frameGeometry();
+    return window->screen()
+        ->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height())
+        .save(QString::fromStdString(file), "PNG");
   });
   if (!written) throw std::runtime_error("No picture of " + windowName);
 }

@@ -49,7 +49,7 @@ class Robot {
   void Press(const std::vector<std::string>& keys);
   void Type(const std::string& text);
 
-  /// Writes what the screen shows of the window, its frame excepted, as a PNG file.
+  /// Writes what the screen shows of the window and its frame as a PNG file.
   void TakePicture(const std::string& windowName, const std::string& file);
 
   /// A visible control of that object name, nullptr when there is none. In the windows' thread only.
