@@ -70,6 +70,7 @@ run_ctest() {
 build_preset release
 generator=$ODS_ROOT/build/release/bin/odbc-sample-data
 
+use_own_driver_list "$folder/odbc"
 say "Starting PostgreSQL and MariaDB and loading the sample company"
 postgresql_port='' mariadb_port=''
 start_on_free_port postgresql_port start_postgresql "$folder/postgresql"
