@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "common/Conversions.h"
+#include "sqlformat/modSafeFilter.h"
+#include "sqlformat/modSafeVal.h"
 #include "support/FakeSession.h"
 
 namespace ods::test {
@@ -67,9 +69,32 @@ TEST(TypeTable, HoldsEveryTypeWithItsRoutines) {
   }
 }
 
-TEST(TypeTable, IsEmptyForAnUnknownKind) {
-  EXPECT_TRUE(CreateTypeTable(static_cast<DatabaseKind>(9)).empty());
-  EXPECT_TRUE(CreateTypeTable(static_cast<DatabaseKind>(-1)).empty());
+TEST(TypeTable, WritesATimeStampWithAnotherRoutineThanItNormalisesItWith) {
+  FakeSession fake;
+  const TypeEntry& entry = GetTypeEntry(fake.session, ado_type::kDBTimeStamp);
+  EXPECT_EQ(entry.SafeValFunction, "DBTimeStamp");
+  EXPECT_EQ(entry.SafeFilterFunction, "DateTime");
+}
+
+TEST(TypeTable, OnPervasiveOnlyTheFixedBinaryTypeHasOtherParameters) {
+  FakeSession fake(DatabaseKind::DbPervasive);
+  const auto parameters = [&](std::int32_t type) { return GetTypeEntry(fake.session, type).SafeValParameters; };
+  EXPECT_EQ(parameters(ado_type::kBinary), (std::vector<Value>{"'", "'", -1}));
+  for (const std::int32_t type : {ado_type::kVarBinary, ado_type::kLongVarBinary}) {
+    EXPECT_EQ(parameters(type), (std::vector<Value>{"0x", ""}));
+  }
+}
+
+TEST(TypeTable, IsEmptyForAKindBeyondTheNineAndEveryFormattingFailsThen) {
+  for (const std::int32_t kind : {-1, 9}) {
+    FakeSession fake(static_cast<DatabaseKind>(kind));
+    EXPECT_TRUE(fake.session.typeTable.empty());
+    fake.Describe("[TABLE]t", {{"f", ado_type::kInteger, 4, 0}});
+    const std::string lacking = "The data type 3 is not in the type table.";
+    EXPECT_EQ(ErrorOf([&] { (void)SafeVal(fake.session, "[TABLE]t", "f", 1); }).second, lacking);
+    EXPECT_EQ(ErrorOf([&] { (void)SafeQuote(fake.session, "[TABLE]t", "f"); }).second, lacking);
+    EXPECT_EQ(ErrorOf([&] { (void)SafeFilter(fake.session, "[TABLE]t", "f", "1"); }).second, lacking);
+  }
 }
 
 TEST(TypeTable, NamesTheTypeThatItLacks) {
@@ -111,13 +136,6 @@ TEST_F(FieldCache, KeepsNothingOfATableThatCannotBeDescribed) {
   EXPECT_EQ(ErrorOf([&] { (void)LookupField(fake_.session, "[TABLE]t", "No"); }).first, -5);
   fake_.connection->answer = good;
   EXPECT_NE(LookupField(fake_.session, "[TABLE]t", "No"), nullptr);
-}
-
-TEST_F(FieldCache, StartsAfreshWithANewSession) {
-  (void)LookupField(fake_.session, "[TABLE]t", "No");
-  fake_.session.fieldCache.clear();
-  (void)LookupField(fake_.session, "[TABLE]t", "No");
-  EXPECT_EQ(fake_.connection->statements.size(), 2U);
 }
 
 TEST(SchemaLookUps, KeepEveryRowUnderItsName) {
