@@ -119,8 +119,8 @@ TEST_F(ConnectTest, EveryConnectHasACacheOfItsOwn) {
 TEST_F(ConnectTest, EveryConnectHasAFieldCacheOfItsOwn) {
   Database first = Connect();
   first.session->fieldCache["[TABLE]t"] = {};
-  first = Connect();
-  EXPECT_TRUE(first.session->fieldCache.empty());
+  first = Database();
+  EXPECT_TRUE(Connect().session->fieldCache.empty());
 }
 
 TEST_F(ConnectTest, QuotesComeFromTheLiterals) {
