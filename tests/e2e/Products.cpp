@@ -10,12 +10,12 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
-#include <sqlite3.h>
 #include <thread>
 
 #include "common/Files.h"
 #include "common/Text.h"
 #include "e2e/ServerProcess.h"
+#include "e2e/StandIn.h"
 
 namespace ods::test {
 namespace {
@@ -25,6 +25,7 @@ using std::chrono::milliseconds;
 /// One product and what is asked of it.
 struct ProductCase {
   std::string folder;                ///< under products/
+  std::string data = {};             ///< the folder whose data it has, where that is another one
   std::string name;                  ///< the DBMS name
   std::string settings;              ///< more of the connection string
   std::string table;                 ///< table identifier
@@ -67,47 +68,22 @@ std::string InLines(std::string text) {
   return text + "\n";
 }
 
-/// The data of a product's folder in an SQLite file, and the string that connects to it.
-class StandIn {
- public:
-  explicit StandIn(const ProductCase& product, const std::string& more = "") {
-    const std::string script = ReadFileText(std::string(ODS_PRODUCTS_FOLDER) + "/" + product.folder + "/data.sql");
-    sqlite3* handle = nullptr;
-    EXPECT_EQ(sqlite3_open(DatabaseFile().c_str(), &handle), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(handle, script.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(handle);
-    sqlite3_close(handle);
-    std::filesystem::copy(std::string(ODS_PRODUCTS_FOLDER) + "/" + product.folder + "/views.xml",
-                          folders_.Config() + "/views.xml");
-    Connect(product, more);
-  }
-
-  void Connect(const ProductCase& product, const std::string& more) const {
-    folders_.Configure("DRIVER=" + std::string(ODS_PRODUCT_DRIVER) + ";Product=" + product.name +
-                       ";Database=" + DatabaseFile() + ";StatementFile=" + StatementFile() + product.settings + more);
-  }
-  [[nodiscard]] const ServerFolders& Folders() const { return folders_; }
-  /// The statements that have come since the last call.
-  [[nodiscard]] std::string NewStatements() {
-    if (!std::filesystem::exists(StatementFile())) return "";
-    const std::string all = ReadFileText(StatementFile());
-    std::string fresh = all.substr(std::min(seen_, all.size()));
-    seen_ = all.size();
-    return fresh;
-  }
-
- private:
-  [[nodiscard]] std::string DatabaseFile() const { return folders_.Root() + "/product.db"; }
-  [[nodiscard]] std::string StatementFile() const { return folders_.Root() + "/statements.sql"; }
-
-  ServerFolders folders_;
-  std::size_t seen_ = 0;
-};
+/// The stand-in for a product with the data of its folder.
+std::unique_ptr<StandIn> StandInFor(const ProductCase& product, const std::string& more = "") {
+  const std::string folder =
+      std::string(ODS_PRODUCTS_FOLDER) + "/" + (product.data.empty() ? product.folder : product.data);
+  auto standIn = std::make_unique<StandIn>(product.name, product.settings);
+  standIn->Run(ReadFileText(folder + "/data.sql"));
+  std::filesystem::copy(folder + "/views.xml", standIn->Folders().Config() + "/views.xml");
+  standIn->Connect(more);
+  return standIn;
+}
 
 /// Runs exchanges one after the other and compares each with its files.
 class Exchanges {
  public:
   explicit Exchanges(const ProductCase& product)
-      : product_(product), standIn_(product), server_(standIn_.Folders()), client_(standIn_.Folders()) {}
+      : product_(product), standIn_(StandInFor(product)), server_(standIn_->Folders()), client_(standIn_->Folders()) {}
 
   /// Sends a request; `name` tells what it is, in the file names.
   void Run(const std::string& name, const std::string& request) {
@@ -120,7 +96,7 @@ class Exchanges {
     ASSERT_TRUE(fixed.LoadXML(response.Xml()));
     fixed.SelectSingleNode("/XML/DataSession").SetText("SESSION");
     Compare(number + "-" + name + ".request.xml", InLines(request));
-    Compare(number + "-" + name + ".statements.sql", standIn_.NewStatements());
+    Compare(number + "-" + name + ".statements.sql", standIn_->NewStatements());
     Compare(number + "-" + name + ".response.xml", InLines(fixed.Xml()));
   }
 
@@ -162,7 +138,7 @@ class Exchanges {
   }
 
   const ProductCase& product_;
-  StandIn standIn_;
+  std::unique_ptr<StandIn> standIn_;
   ServerProcess server_;
   QueueClient client_;
   int count_ = 0;
@@ -349,7 +325,7 @@ class ProductFailures : public ::testing::Test {
                    Element("TableId", Product().table) + Element("PageSize", "4") + Fields({"No", "Name"}));
   }
   void Start(const std::string& failure) {
-    standIn_ = std::make_unique<StandIn>(Product(), failure);
+    standIn_ = StandInFor(Product(), failure);
     server_ = std::make_unique<ServerProcess>(standIn_->Folders());
     client_ = std::make_unique<QueueClient>(standIn_->Folders());
   }
@@ -425,7 +401,7 @@ TEST_F(ProductFailures, AfterADriverThatEndsTheProcessANewServerAnswers) {
   for (int i = 0; i < 2000 && server_->IsRunning(); ++i) std::this_thread::sleep_for(milliseconds(10));
   ASSERT_FALSE(server_->IsRunning());
   EXPECT_EQ(server_->Stop(), 42);
-  standIn_->Connect(Product(), "");
+  standIn_->Connect();
   server_ = std::make_unique<ServerProcess>(standIn_->Folders());
   ExpectPage();
   ExpectAlive();

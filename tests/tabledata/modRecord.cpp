@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/FakeSession.h"
+#include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
 namespace {

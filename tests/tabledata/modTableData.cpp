@@ -7,6 +7,7 @@
 
 #include "common/Hex.h"
 #include "support/FakeSession.h"
+#include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
 namespace {
@@ -542,6 +543,48 @@ TEST_F(DecimalFactor, IsProbedAgainWhenTheProbeReturnsNoRow) {
   Returns({{1, "a"}});
   (void)Ask("<PageSize>1</PageSize>");
   EXPECT_THAT(results_, IsEmpty()) << "once settled it is not probed again";
+}
+
+/// A page beyond a row whose decimal key the driver gives as 1250000.
+class DecimalKey : public DecimalFactor {
+ protected:
+  std::vector<std::string> StatementsFor(DatabaseKind kind, double factor, double probe) {
+    Use(kind);
+    const Field price = {"Price", ado_type::kNumeric, 18, 0};
+    fake_->Describe(kTable, {price});
+    fake_->state.decimalFactor = factor;
+    if (factor == 0) results_.push_back(MakeRows({{"x", ado_type::kDouble, 8, 0}}, {{probe}}));
+    ReturnsBoundary({price}, {Decimal{"1250000"}});
+    results_.push_back(MakeRows({kColumns[0], price}, {{1, Decimal{"1"}}}));
+    (void)Ask("<PageSize>1</PageSize><PrimaryKey>Price</PrimaryKey><Navigate>gotonext</Navigate><LastPos>" +
+                  Position({{"Price", Decimal{"1250000"}}}) + "</LastPos>",
+              "<Field><Id>No</Id></Field>");
+    return Statements();
+  }
+};
+
+TEST_F(DecimalKey, OfADriverThatScalesIsWrittenAsTheNumberThatIsKept) {
+  EXPECT_THAT(StatementsFor(DatabaseKind::DbNavision, kScaledDecimalFactor, 0),
+              ElementsAre("SELECT \"Price\" FROM \"t\" WHERE (\"Price\"=12.5)",
+                          "SELECT \"No\",\"Price\" FROM \"t\" WHERE ( ((\"Price\">12.5))) ORDER BY \"Price\""));
+}
+
+TEST_F(DecimalKey, OfADriverThatDoesNotIsWrittenAsItComes) {
+  EXPECT_THAT(StatementsFor(DatabaseKind::DbNavision, 1, 0),
+              ElementsAre("SELECT \"Price\" FROM \"t\" WHERE (\"Price\"=1250000)",
+                          "SELECT \"No\",\"Price\" FROM \"t\" WHERE ( ((\"Price\">1250000))) ORDER BY \"Price\""));
+}
+
+TEST_F(DecimalKey, OfAnotherProductIsWrittenAsItComesThoughTheProcessHasAFactor) {
+  EXPECT_EQ(StatementsFor(DatabaseKind::DbConcorde, kScaledDecimalFactor, 0).front(),
+            "SELECT \"Price\" FROM \"t\" WHERE (\"Price\"=1250000)");
+}
+
+TEST_F(DecimalKey, SettlesTheFactorBeforeItIsWritten) {
+  EXPECT_THAT(
+      StatementsFor(DatabaseKind::DbNavision, 0, 110000),
+      ElementsAre("SELECT 1.1 FROM Integer WHERE Number=1", "SELECT \"Price\" FROM \"t\" WHERE (\"Price\"=12.5)",
+                  "SELECT \"No\",\"Price\" FROM \"t\" WHERE ( ((\"Price\">12.5))) ORDER BY \"Price\""));
 }
 
 }  // namespace
