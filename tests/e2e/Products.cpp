@@ -186,6 +186,16 @@ const std::vector<ProductCase>& Cases() {
        .fields = {"No_", "Name", "City", "Blocked", "Created_Date", "Opens", "Balance"},
        .filters = {"City", "not", "Rome|", "Name", "eq", "{curly}|Ann", "Blocked", "eq", "0"},
        .dates = {"Created_Date", "gteq", "2024-02-29", "No_", "lt", "C50000"}},
+      {.folder = "3-navision-without-name",
+       .data = "3-navision",
+       .name = "",
+       .settings = ";DefaultDatabase=company",
+       .table = "[TABLE]Customer",
+       .log = "[TABLE]G_L_Entry",
+       .key = "No_",
+       .fields = {"No_", "Name", "Balance"},
+       .filters = {"Name", "not", "{curly}|Ann", "Blocked", "eq", "0"},
+       .dates = {"Created_Date", "gteq", "2024-02-29"}},
       {.folder = "4-concorde",
        .name = "My Concorde 2",
        .settings = "",
@@ -291,11 +301,45 @@ void RunViews(Exchanges& exchanges, const ProductCase& product) {
   exchanges.PageOf("macro-fixed-fields", "[APPVIEW]fixed", sorted + some, {product.key, "Name"}, true);
 }
 
+/// A name that begins with a bracket: one of one to three bracketed parts stands as it is, any other is one name.
+void RunBracketedNames(Exchanges& exchanges) {
+  const auto fieldList = [&](const std::string& name, const std::string& table) {
+    exchanges.Run("field-list-of-" + name, Request("FieldList", Element("TableId", "[TABLE]" + table)));
+  };
+  fieldList("one-bracketed-part", "[Customer]");
+  fieldList("three-bracketed-parts", "[archive].[dbo].[Customer]");
+  fieldList("four-bracketed-parts", "[a].[archive].[dbo].[Customer]");
+  fieldList("doubled-bracket", "[sales].[Order]]s]");
+  fieldList("bracket-that-is-not-doubled", "[sales].[Order]s]");
+  fieldList("bracket-that-is-not-closed", "[Customer");
+  fieldList("empty-brackets", "[].[Customer]");
+  fieldList("text-behind-brackets", "[Customer]; SELECT 1 --");
+  fieldList("text-between-brackets", "[dbo]. [Customer]");
+}
+
 class Products : public ::testing::TestWithParam<ProductCase> {};
+
+/// What tells the product from every other one, for one that another case asks everything.
+void RunBriefly(Exchanges& exchanges, const ProductCase& product) {
+  exchanges.Run("initialize", Request("Initialize"));
+  exchanges.Run("table-list", Request("TableList"));
+  exchanges.Run("field-list", Request("FieldList", Element("TableId", product.table)));
+  exchanges.Run("primary-key-constructed", Request("PrimaryKey", Element("TableId", product.log)));
+  exchanges.Page("first", "");
+  exchanges.Page("next", exchanges.From("first", "gotonext"));
+  exchanges.Page("filtered", Filter(product.filters));
+  exchanges.Page("filtered-by-date", Filter(product.dates));
+  exchanges.Page("searched", Search("S", "Name"));
+  exchanges.Page("flow-filter", Filter({"Location_Filter", "flowfilter", "BLUE"}));
+}
 
 TEST_P(Products, AnswersAsTheFilesSay) {
   const ProductCase& product = GetParam();
   Exchanges exchanges(product);
+  if (!product.data.empty()) {
+    RunBriefly(exchanges, product);
+    return exchanges.Stop();
+  }
   RunCatalogue(exchanges, product);
   RunNavigation(exchanges);
   RunOrderAndConditions(exchanges, product);
@@ -306,11 +350,13 @@ TEST_P(Products, AnswersAsTheFilesSay) {
     exchanges.Run("primary-key-of-clustered", Request("PrimaryKey", lines));
     // A doubled bracket stays doubled in the name that the indexes are asked for, so that none are found.
     exchanges.Run("key-list-of-doubled-bracket", Request("KeyList", Element("TableId", "[TABLE][sales].[Order]]s]")));
+    RunBracketedNames(exchanges);
   }
   if (product.folder == "3-navision") {
     exchanges.Page("flow-filter", Filter({"Location_Filter", "flowfilter", "BLUE", "City", "not", "Rome"}));
     exchanges.Page("flow-filter-without-value", Filter({"Location_Filter", "flowfilter", ""}));
   }
+  exchanges.Run("initialize", Request("Initialize"));
   exchanges.Stop();
 }
 

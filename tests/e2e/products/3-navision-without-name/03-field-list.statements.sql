@@ -1,0 +1,1 @@
+SELECT * FROM "Customer" WHERE (1=2)

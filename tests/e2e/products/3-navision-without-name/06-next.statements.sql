@@ -1,0 +1,2 @@
+SELECT "No_" FROM "Customer" WHERE ("No_"='C20000')
+SELECT "No_","Name","Balance" FROM "Customer" WHERE ( (("No_">'C20000'))) ORDER BY "No_"

@@ -1,0 +1,1 @@
+SELECT "No_","Name","Balance" FROM "Customer" WHERE ((((UCASE("Name") LIKE UCASE('%S%'))))) ORDER BY "No_"
