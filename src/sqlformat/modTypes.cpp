@@ -91,8 +91,21 @@ std::shared_ptr<Dictionary> ReadSchema(const DataSession& session, Schema schema
   return result;
 }
 
-/// Clients may name a table in many ways; the cache starts afresh rather than growing without bound.
-constexpr std::size_t kMaxCachedTables = 10'000;
+/// Clients may name a table in many ways and at any length: rather than growing beyond this, the cache starts afresh.
+/// Some hundred tables fit.
+constexpr std::size_t kMaxCachedBytes = std::size_t{1} << 20U;
+
+/// About what a table takes in the cache.
+std::size_t CachedBytes(const std::string& table, const TableFields& fields) {
+  constexpr std::size_t kFieldBytes = 200;
+  return table.size() + (fields.size() + 1) * kFieldBytes;
+}
+
+bool HasRoom(const DataSession& session, const std::string& table, const TableFields& fields) {
+  std::size_t bytes = CachedBytes(table, fields);
+  for (const auto& [name, cached] : session.fieldCache) bytes += CachedBytes(name, cached);
+  return bytes <= kMaxCachedBytes;
+}
 
 }  // namespace
 
@@ -129,7 +142,7 @@ const FieldDescription* LookupField(DataSession& session, const std::string& tab
   auto cached = session.fieldCache.find(table);
   if (cached == session.fieldCache.end()) {
     TableFields fields = GetTableFields(session, table);
-    if (session.fieldCache.size() >= kMaxCachedTables) session.fieldCache.clear();
+    if (!HasRoom(session, table, fields)) session.fieldCache.clear();
     cached = session.fieldCache.emplace(table, std::move(fields)).first;
   }
   const auto found = cached->second.find(field);

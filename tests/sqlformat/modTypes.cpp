@@ -1,5 +1,6 @@
 #include "sqlformat/modTypes.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -136,6 +137,28 @@ TEST_F(FieldCache, KeepsNothingOfATableThatCannotBeDescribed) {
   EXPECT_EQ(ErrorOf([&] { (void)LookupField(fake_.session, "[TABLE]t", "No"); }).first, -5);
   fake_.connection->answer = good;
   EXPECT_NE(LookupField(fake_.session, "[TABLE]t", "No"), nullptr);
+}
+
+TEST_F(FieldCache, StartsAfreshRatherThanGrowingWithTheNamesThatClientsMakeUp) {
+  constexpr std::size_t kMost = 1'048'576;
+  const auto bytesOfNames = [&] {
+    std::size_t bytes = 0;
+    for (const auto& [name, fields] : fake_.session.fieldCache) bytes += name.size();
+    return bytes;
+  };
+  std::size_t most = 0;
+  for (int i = 0; i < 20'000; ++i) {
+    const std::string table = "[" + std::to_string(i) + "]Customer";
+    ASSERT_NE(LookupField(fake_.session, table, "No"), nullptr);
+    ASSERT_TRUE(fake_.session.fieldCache.contains(table)) << "what was just read is there";
+    most = std::max(most, fake_.session.fieldCache.size());
+  }
+  EXPECT_GT(most, 500U) << "some hundred tables fit";
+  EXPECT_LT(most, 5000U);
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_NE(LookupField(fake_.session, std::string(100'000, 'x') + std::to_string(i) + "]Customer", "No"), nullptr);
+    ASSERT_LE(bytesOfNames(), kMost);
+  }
 }
 
 TEST(SchemaLookUps, KeepEveryRowUnderItsName) {
