@@ -1,10 +1,10 @@
 // Every database product, as the stand-in driver plays it: whole exchanges with the real executable, compared with the
 // files under products/.
 //
-// Each exchange is three files: the request, the statements that reached the driver, each behind the number of rows that
-// it may give where it has one, and the response. In a folder they are numbered in the order in which they are run on one
-// server. With ODS_TEST_REWRITE=1 in the environment the files
-// are written anew, to be read before they are kept.
+// Each exchange is three files: the request, the statements that reached the driver, each behind the number of rows
+// that it may give where it has one, and the response. In a folder they are numbered in the order in which they are run
+// on one server. With ODS_TEST_REWRITE=1 in the environment the files are written anew, to be read before they are
+// kept.
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
