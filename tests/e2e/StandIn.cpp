@@ -1,13 +1,11 @@
 #include "e2e/StandIn.h"
 
-#include <algorithm>
-#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <memory>
 #include <sqlite3.h>
 #include <utility>
-
-#include "common/Files.h"
 
 namespace ods::test {
 namespace {
@@ -53,10 +51,10 @@ std::int64_t StandIn::NumberOf(const std::string& sql) const {
 }
 
 std::string StandIn::NewStatements() {
-  if (!std::filesystem::exists(StatementFile())) return "";
-  const std::string all = ReadFileText(StatementFile());
-  std::string fresh = all.substr(std::min(seen_, all.size()));
-  seen_ = all.size();
+  std::ifstream file(StatementFile(), std::ios::binary);
+  file.seekg(seen_);
+  std::string fresh((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  seen_ += static_cast<std::streamoff>(fresh.size());
   return fresh;
 }
 

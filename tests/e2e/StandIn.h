@@ -1,8 +1,8 @@
 // The stand-in driver of a product on an SQLite file of its own, for a server to connect to.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <ios>
 #include <string>
 
 #include "e2e/ServerProcess.h"
@@ -35,7 +35,7 @@ class StandIn {
   std::string product_;
   std::string settings_;
   ServerFolders folders_;
-  std::size_t seen_ = 0;
+  std::streamoff seen_ = 0;  ///< bytes of the statement file
 };
 
 }  // namespace ods::test
