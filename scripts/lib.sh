@@ -264,6 +264,14 @@ stop_servers() {
   done
 }
 
+# use_own_driver_list FOLDER: the drivers of the machine in a list of our own, in which the PostgreSQL driver keeps no
+# log of what it exchanges with the server: Debian's package has it do so, in the system's folder for temporary files.
+use_own_driver_list() {
+  mkdir --parents -- "$1"
+  sed 's/^CommLog=1$/CommLog=0/' "${ODBCSYSINI:-/etc}/odbcinst.ini" >"$1/odbcinst.ini"
+  export ODBCSYSINI=$1
+}
+
 # --------------------------------------------------------------------------------------------------------- sample data
 
 # load_postgresql FOLDER PORT GENERATOR: schema and rows of the sample company into the database `sample`.

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Everything that the tests need, then all tests: packages, the release and the sanitizer build, the sample company in
-# SQLite, PostgreSQL and MariaDB, and ctest on both builds.
+# SQLite, PostgreSQL and MariaDB, ctest on both builds, and the fuzzers for some seconds each.
 #
 #   --no-asan        leave out the build with the sanitizers and its tests
-#   --fuzz           run the fuzzers too, 8 seconds each (scripts/fuzz.sh)
+#   --no-fuzz        leave out the fuzzers
 #   --lint           check the sources too (scripts/lint.sh)
-#   --filter REGEX   run only the tests whose names match
+#   --filter REGEX   run only the tests whose names match, and no fuzzers
 #
 # The status is 0 only when everything passed. The database servers are this script's own and end with it.
 set -euo pipefail
@@ -14,24 +14,26 @@ set -euo pipefail
 
 asan=1
 lint=0
-fuzz=0
+fuzz=1
 ctest_options=(-j2 --no-tests=error)
 while (($#)); do
   case $1 in
     --no-asan) asan=0 ;;
-    --fuzz) fuzz=1 ;;
+    --no-fuzz) fuzz=0 ;;
     --lint) lint=1 ;;
     --filter)
       (($# >= 2)) || die "--filter needs a regular expression"
       ctest_options+=(--tests-regex "$2")
+      fuzz=0
       shift
       ;;
-    *) die "unknown option: $1 (known: --no-asan, --fuzz, --lint, --filter REGEX)" ;;
+    *) die "unknown option: $1 (known: --no-asan, --no-fuzz, --lint, --filter REGEX)" ;;
   esac
   shift
 done
 
 packages=("${BUILD_PACKAGES[@]}" "${SQLITE_PACKAGES[@]}" "${TEST_PACKAGES[@]}")
+((fuzz == 0)) || packages+=("${FUZZ_PACKAGES[@]}")
 ((lint == 0)) || packages+=("${LINT_PACKAGES[@]}")
 install_packages "${packages[@]}"
 
@@ -70,6 +72,7 @@ run_ctest() {
 build_preset release
 generator=$ODS_ROOT/build/release/bin/odbc-sample-data
 
+use_own_driver_list "$folder/odbc"
 say "Starting PostgreSQL and MariaDB and loading the sample company"
 postgresql_port='' mariadb_port=''
 start_on_free_port postgresql_port start_postgresql "$folder/postgresql"
@@ -92,8 +95,8 @@ if ((asan)); then
   # The longest walks through tables are thinned out here: the sanitizers make everything several times slower.
   ODS_TEST_QUICK=1 step "Tests of the asan preset" run_ctest asan
 fi
-# Seven fuzzers: long enough to see that each works and that no old finding is back.
-((fuzz == 0)) || step "Fuzzers" "$ODS_ROOT/scripts/fuzz.sh" 8
+# Long enough to see that each works and that no old finding is back.
+((fuzz == 0)) || step "Fuzzers" "$ODS_ROOT/scripts/fuzz.sh" 5
 ((lint == 0)) || step "Checks of the sources" "$ODS_ROOT/scripts/lint.sh"
 
 for preset in "${presets[@]}"; do

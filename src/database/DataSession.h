@@ -85,7 +85,8 @@ struct DataSession {
   /// "1" when a Microsoft SQL Server database is a Navision one, else "0".
   std::string navisionOnSqlServer = "0";
   TypeTable typeTable;
-  /// Table identifier, exactly as the request gave it, to its columns.
+  /// Table identifier to its columns. Of a table the identifier begins with "[TABLE]", of a server-side view with
+  /// "[APPVIEW]", whatever word the request had in the brackets.
   std::unordered_map<std::string, TableFields> fieldCache;
   std::shared_ptr<Dictionary> providerTypes;
   std::shared_ptr<Dictionary> literals;

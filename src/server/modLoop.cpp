@@ -58,6 +58,7 @@ class Loop {
   void TraceQueueFailure(const std::string& text);
   void StayStopped();
   void LetOthersRun();
+  void GiveBackMemory();
   void Pause();
 
   [[nodiscard]] std::optional<std::string> Poll();
@@ -74,6 +75,8 @@ class Loop {
   std::shared_ptr<Queue> incoming_;
   std::shared_ptr<Queue> outgoing_;
   bool polled_ = false;                      ///< the round before polled
+  SteadyClock::time_point gaveBack_;         ///< when memory was given back
+  std::int32_t gaveBackAfter_ = 0;           ///< the request count then
   std::string queueFailure_;                 ///< text of the failure that the queues are in; "" when they work
   std::string reloadFailure_;                ///< the same of the configuration file
   std::optional<std::int64_t> failedStamp_;  ///< stamp of the file that could not be reloaded
@@ -239,6 +242,17 @@ void Loop::StayStopped() {
 void Loop::LetOthersRun() {
   process_.ui->LetEventsRun();
   context_.signals.AliveHeartbeat();
+  GiveBackMemory();
+}
+
+/// Once a second at most, and only after work: without it a single large request would be felt for as long as the
+/// process lives.
+void Loop::GiveBackMemory() {
+  constexpr double kSeconds = 1;
+  if (gaveBackAfter_ == state_.requestCount || SecondsSince(gaveBack_) < kSeconds) return;
+  GiveBackFreeMemory();
+  gaveBack_ = SteadyClock::now();
+  gaveBackAfter_ = state_.requestCount;
 }
 
 void Loop::Pause() {

@@ -7,6 +7,7 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "database/modDescribe.h"
+#include "database/modSelect.h"
 
 namespace ods {
 namespace {
@@ -91,8 +92,28 @@ std::shared_ptr<Dictionary> ReadSchema(const DataSession& session, Schema schema
   return result;
 }
 
-/// Clients may name a table in many ways; the cache starts afresh rather than growing without bound.
-constexpr std::size_t kMaxCachedTables = 10'000;
+/// The identifier under which a table stands in the cache. Every word in brackets but one leads to the same table, so
+/// all of them share an entry: clients can make up any number.
+std::string CacheKey(std::string_view table) {
+  const std::string_view type = GetTableType(table) == kTypeAppView ? kTypeAppView : kTypeTable;
+  return std::string("[").append(type).append("]").append(GetBareName(table));
+}
+
+/// What product takes names without regard to case still has many for a table: rather than growing beyond this, the
+/// cache starts afresh. Some hundred tables fit.
+constexpr std::size_t kMaxCachedBytes = std::size_t{1} << 20U;
+
+/// About what a table takes in the cache.
+std::size_t CachedBytes(const std::string& table, const TableFields& fields) {
+  constexpr std::size_t kFieldBytes = 200;
+  return table.size() + (fields.size() + 1) * kFieldBytes;
+}
+
+bool HasRoom(const DataSession& session, const std::string& table, const TableFields& fields) {
+  std::size_t bytes = CachedBytes(table, fields);
+  for (const auto& [name, cached] : session.fieldCache) bytes += CachedBytes(name, cached);
+  return bytes <= kMaxCachedBytes;
+}
 
 }  // namespace
 
@@ -126,11 +147,12 @@ std::shared_ptr<Dictionary> GetLiterals(const DataSession& session) {
 }
 
 const FieldDescription* LookupField(DataSession& session, const std::string& table, const std::string& field) {
-  auto cached = session.fieldCache.find(table);
+  const std::string key = CacheKey(table);
+  auto cached = session.fieldCache.find(key);
   if (cached == session.fieldCache.end()) {
     TableFields fields = GetTableFields(session, table);
-    if (session.fieldCache.size() >= kMaxCachedTables) session.fieldCache.clear();
-    cached = session.fieldCache.emplace(table, std::move(fields)).first;
+    if (!HasRoom(session, key, fields)) session.fieldCache.clear();
+    cached = session.fieldCache.emplace(key, std::move(fields)).first;
   }
   const auto found = cached->second.find(field);
   return found == cached->second.end() ? nullptr : &found->second;

@@ -3,6 +3,7 @@
 #include "database/modODBC.h"
 #include "database/modSelect.h"
 #include "sqlformat/modSafeVal.h"
+#include "tabledata/modDecimalFactor.h"
 
 namespace ods {
 namespace {
@@ -20,7 +21,7 @@ std::vector<KeyTerm> ReadBoundaryRow(DataSession& session, const std::string& ta
   std::string where;
   for (const std::string& field : primaryKey) {
     if (!where.empty()) where += " AND ";
-    where += SafeQuote(session, table, field) + "=" + SafeVal(session, table, field, position.Item(field));
+    where += SafeQuote(session, table, field) + "=" + LiteralOfRead(session, table, field, position.Item(field));
   }
   bool fieldsFixed = false;
   const std::string fieldList = QuotedFieldList(session, table, totalKey);
@@ -32,7 +33,7 @@ std::vector<KeyTerm> ReadBoundaryRow(DataSession& session, const std::string& ta
   for (std::size_t i = 0; i < totalKey.size(); ++i) {
     const std::string& field = totalKey[i];
     const Value& value = fieldsFixed ? rows->Item(field) : rows->Item(i);
-    terms.push_back({SafeQuote(session, table, field), SafeVal(session, table, field, value)});
+    terms.push_back({SafeQuote(session, table, field), LiteralOfRead(session, table, field, value)});
   }
   return terms;
 }

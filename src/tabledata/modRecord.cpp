@@ -1,13 +1,13 @@
 #include "tabledata/modRecord.h"
 
 #include <array>
-#include <cmath>
 #include <string_view>
 
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Hex.h"
 #include "common/Text.h"
+#include "tabledata/modDecimalFactor.h"
 
 namespace ods {
 namespace {
@@ -28,12 +28,6 @@ Form FormOf(std::int32_t type) {
     case ado_type::kBigInt:
     case ado_type::kUnsignedBigInt:
       return Form::kInteger;
-    case ado_type::kSingle:
-    case ado_type::kDouble:
-    case ado_type::kCurrency:
-    case ado_type::kDecimal:
-    case ado_type::kNumeric:
-      return Form::kScaled;
     case ado_type::kDate:
       return Form::kDateTime;
     case ado_type::kDBDate:
@@ -55,7 +49,7 @@ Form FormOf(std::int32_t type) {
     case 205:  // long binary
       return Form::kBinary;
     default:
-      return Form::kText;
+      return HasDecimals(type) ? Form::kScaled : Form::kText;
   }
 }
 
@@ -116,15 +110,6 @@ std::string FormatValue(const Value& value, Form form, const DataSession& sessio
 }
 
 }  // namespace
-
-std::string ScaledNumber(const Value& value, double factor) {
-  const bool hasExactDigits =
-      value.Is<Decimal>() || value.Is<Currency>() || value.Is<std::int32_t>() || value.Is<std::int64_t>();
-  if (factor == 1 && hasExactDigits) return SafeStr(value);
-  const double number = SafeDbl(value);
-  // A division by the whole number 100,000 rounds once, where the factor itself is already rounded.
-  return FormatDouble(factor == kScaledDecimalFactor ? number / std::round(1 / factor) : number * factor);
-}
 
 XmlNode AppendFieldValue(XmlNode& record, const char* name, const Value& value, std::int32_t type,
                          const DataSession& session) {

@@ -17,10 +17,4 @@ namespace ods {
 XmlNode AppendFieldValue(XmlNode& record, const char* name, const Value& value, std::int32_t type,
                          const DataSession& session);
 
-/// The text of `value` multiplied by `factor`: the exact digits for a factor of 1.
-[[nodiscard]] std::string ScaledNumber(const Value& value, double factor);
-
-/// The factor of Navision drivers that hand out decimals as whole numbers.
-inline constexpr double kScaledDecimalFactor = 0.00001;
-
 }  // namespace ods

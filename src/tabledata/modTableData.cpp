@@ -20,6 +20,7 @@
 #include "database/modSelect.h"
 #include "sqlformat/modSafeFilter.h"
 #include "sqlformat/modSafeVal.h"
+#include "tabledata/modDecimalFactor.h"
 #include "tabledata/modKeyCondition.h"
 #include "tabledata/modRecord.h"
 
@@ -99,7 +100,6 @@ class TableDataRequest {
   [[nodiscard]] std::string KeyCondition(const Navigation& navigation);
   [[nodiscard]] std::string OrderBy(bool reverse);
   [[nodiscard]] static std::string Where(const std::string& filter, const std::string& keyCondition);
-  void SettleDecimalFactor();
   [[nodiscard]] Page ReadRows(RecordSet& rows, bool fieldsFixed);
   void WriteFlags(XmlDocument& response, const Page& page) const;
   void WritePage(XmlDocument& response, Page& page);
@@ -222,20 +222,6 @@ std::string TableDataRequest::Where(const std::string& filter, const std::string
   return where;
 }
 
-void TableDataRequest::SettleDecimalFactor() {
-  if (session_.process->decimalFactor != 0) return;
-  double& factor = session_.process->decimalFactor;
-  if (session_.kind != DatabaseKind::DbNavision) {
-    factor = 1;
-    return;
-  }
-  constexpr double kProbe = 1.1;
-  const auto rows = ExecuteSQL(session_, "SELECT 1.1 FROM Integer WHERE Number=1", 1);
-  if (rows->AtEnd()) return;
-  factor = SafeDbl(rows->Item(0)) == kProbe ? 1 : kScaledDecimalFactor;
-  if (factor != 1) session_.Trace("Decimal factor set to " + FormatDouble(factor));
-}
-
 /// Some drivers hand out an empty text as the single character with code 2.
 Value Cleaned(const Value& value) {
   const auto* text = value.GetIf<std::string>();
@@ -301,7 +287,7 @@ Page TableDataRequest::NavigateOnce() {
       BuildSelect(session_, table_, limit, {.where = where, .orderBy = orderBy, .fields = fieldList_}, fieldsFixed);
   step_ = "Execute SQL: " + sql;
   const auto rows = ExecuteSQL(session_, sql, limit);
-  SettleDecimalFactor();
+  SettleDecimalFactor(session_);
   return ReadRows(*rows, fieldsFixed);
 }
 

@@ -30,10 +30,16 @@ TEST(FieldList, DescribesTheColumnsOfAnEmptyResult) {
   EXPECT_EQ(fake.LastStatement(), "SELECT TOP 1 * FROM [dbo].[Customer] WHERE (1=2)");
 }
 
+TEST(FieldList, OfATableWithoutColumnsIsEmpty) {
+  FakeSession fake;
+  fake.connection->answer = [](const std::string&) { return MakeRows({}); };
+  EXPECT_EQ(Answer(fake, "[TABLE]customer"), "<XML><Fields/></XML>");
+}
+
 TEST(FieldList, AsksMySqlWithALimit) {
   FakeSession fake(DatabaseKind::DbMySql);
   fake.connection->answer = [](const std::string&) { return MakeRows({}); };
-  EXPECT_EQ(Answer(fake, "[TABLE]customer"), "<XML><Fields/></XML>");
+  (void)Answer(fake, "[TABLE]customer");
   EXPECT_EQ(fake.LastStatement(), "SELECT * FROM `customer` WHERE (1=2) LIMIT 1");
 }
 
@@ -56,10 +62,14 @@ TEST(FieldList, RunsTheOwnQueryOfAMacroViewWithoutMarkers) {
   EXPECT_EQ(fake.LastStatement(), "SELECT a FROM b");
 }
 
-TEST(FieldList, FailsForWhatIsNotThere) {
+TEST(FieldList, OfAViewThatIsNotThereIsAnError) {
   FakeSession fake(DatabaseKind::DbUnknown);
-  EXPECT_EQ(ErrorOf([&] { (void)Answer(fake, "[APPVIEW]none"); }).second,
-            "Unable to locate the view with id [APPVIEW]none.");
+  EXPECT_EQ(ErrorOf([&] { (void)Answer(fake, "[APPVIEW]none"); }),
+            (std::pair<std::int32_t, std::string>(1000, "Unable to locate the view with id [APPVIEW]none.")));
+}
+
+TEST(FieldList, WithoutATableIsAskedOfAnEmptyNameAndFailsInTheDriver) {
+  FakeSession fake(DatabaseKind::DbUnknown);
   EXPECT_EQ(ErrorOf([&] { (void)Answer(fake, ""); }).second,
             "unexpected statement: SELECT * FROM \"\" WHERE (1=2) SQL: SELECT * FROM \"\" WHERE (1=2)");
 }

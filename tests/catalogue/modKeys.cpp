@@ -107,6 +107,16 @@ TEST_F(Keys, AreConstructedFromColumnsThatAreNeverNull) {
   EXPECT_EQ(fake_.LastStatement(), "SELECT * FROM \"t\" WHERE (1=2)");
 }
 
+TEST_F(Keys, OfASqlServerHeapAreConstructedFromTheIntegerAndNotFromTheLongText) {
+  fake_.session.kind = DatabaseKind::DbSqlServer;
+  Indexes({});
+  Columns({{"No", ado_type::kInteger, 4, 0}, {"Notes", ado_type::kLongVarWChar, 1073741823, 0}});
+  const TableKeys keys = Read("[TABLE][dbo].[Heap]");
+  EXPECT_EQ(keys.ConstructedPrimaryKey, Names{"No"});
+  EXPECT_TRUE(keys.IsConstructed);
+  EXPECT_EQ(Answer(ProcessPrimaryKey), "<XML><PrimaryKey>No</PrimaryKey><Constructed>1</Constructed></XML>");
+}
+
 TEST_F(Keys, UseEveryTypeFitForAKey) {
   std::vector<Field> columns;
   for (std::int32_t type = 0; type <= 206; ++type) columns.push_back({std::to_string(type), type, 1, 0});
@@ -139,13 +149,14 @@ TEST_F(Keys, AFailingIndexSchemaMeansNoIndexes) {
   EXPECT_EQ(keys.ConstructedPrimaryKey, Names{"id"});
 }
 
-TEST_F(Keys, ServerSideViewsHaveNoIndexes) {
+TEST_F(Keys, OfAServerSideViewAreConstructedWithoutLookingForIndexes) {
   std::ofstream(fake_.folder.Path() + "/views.xml") << "<Views><View><Id>v</Id><Query>q</Query></View></Views>";
   Indexes({{"pk", true, 1, 1, "a"}});
-  Columns({{"id", ado_type::kInteger, 4, 0}});
+  Columns({{"id", ado_type::kInteger, 4, 0}, {"maybe", ado_type::kInteger, 4, field_attribute::kIsNullable}});
   const TableKeys keys = Read("[APPVIEW]v");
   EXPECT_TRUE(keys.Keys.empty());
   EXPECT_EQ(keys.ConstructedPrimaryKey, Names{"id"});
+  EXPECT_TRUE(fake_.connection->schemaRestrictions.empty());
 }
 
 TEST_F(Keys, AskTheIndexSchemaForSchemaAndName) {

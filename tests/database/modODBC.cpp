@@ -33,13 +33,19 @@ TEST_F(Execute, TracesAndRunsTheStatement) {
   EXPECT_THAT(fake_.ui.entries, ElementsAre("SQL: SELECT 1"));
 }
 
-TEST_F(Execute, ReplacesEveryPlaceholderPairByPair) {
+TEST_F(Execute, ReplacesEveryOccurrenceOfAPlaceholder) {
+  const std::pair<std::string, std::string> parameters[] = {{"%a%", "1"}};
+  (void)ExecuteSQL(fake_.session, "%a%%a% AND %a%", 0, {.expectedErrors = {}, .parameters = parameters});
+  EXPECT_EQ(fake_.LastStatement(), "11 AND 1");
+}
+
+TEST_F(Execute, ReplacesPlaceholdersPairByPair) {
   const std::pair<std::string, std::string> parameters[] = {{"%a%", "1"}, {"%b%", "%a%"}};
   (void)ExecuteSQL(fake_.session, "%a%,%b%,%a%", 0, {.expectedErrors = {}, .parameters = parameters});
   EXPECT_EQ(fake_.LastStatement(), "1,%a%,1");
 }
 
-TEST_F(Execute, NeverBoundsARecordSetOnMySql) {
+TEST_F(Execute, OnMySqlARecordSetHasNoMaxRecords) {
   fake_.session.kind = DatabaseKind::DbMySql;
   (void)ExecuteSQL(fake_.session, "SELECT 1", 51);
   EXPECT_THAT(fake_.connection->limits, ElementsAre(0));

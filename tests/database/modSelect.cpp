@@ -121,12 +121,26 @@ TEST(BuildSelect, PutsTheRowLimitWhereTheProductWantsIt) {
   }
 }
 
+TEST(BuildSelect, OnMySqlTheLimitComesLastBehindTheOrdering) {
+  FakeSession fake(DatabaseKind::DbMySql);
+  EXPECT_EQ(Select(fake, "[TABLE]t", 51, {.where = "a=1", .orderBy = "`b` DESC", .fields = "*"}),
+            "SELECT * FROM `t` WHERE (a=1) ORDER BY `b` DESC LIMIT 51");
+}
+
+TEST(BuildSelect, WithoutTopOrLimitNoRowLimitStandsInTheStatement) {
+  for (const DatabaseKind kind : {DatabaseKind::DbUnknown, DatabaseKind::DbNavision, DatabaseKind::DbConcorde,
+                                  DatabaseKind::DbExcel, DatabaseKind::DbUnnamed}) {
+    FakeSession fake(kind);
+    EXPECT_EQ(Select(fake, "[TABLE]t", 51, {.where = "", .orderBy = "b", .fields = "*"}).find("51"), std::string::npos);
+  }
+}
+
 TEST(BuildSelect, LeavesOutEmptyParts) {
   FakeSession fake(DatabaseKind::DbMySql);
   EXPECT_EQ(Select(fake, "[TABLE]t", 7, {.where = "", .orderBy = "", .fields = "a"}), "SELECT a FROM `t` LIMIT 7");
 }
 
-TEST(BuildSelect, RaisesALimitBelowOneInTheCallersVariable) {
+TEST(BuildSelect, OnAccessALimitBelowOneIsRaisedInTheCallersVariableToo) {
   FakeSession fake(DatabaseKind::DbAccess);
   for (std::int32_t top : {0, -5}) {
     bool fieldsFixed = false;
@@ -156,6 +170,13 @@ TEST(BuildSelect, WrapsTheQueryOfAViewAsADerivedTable) {
   }
 }
 
+TEST(BuildSelect, OnSqlServerAViewIsADerivedTableWithTopAndItsAlias) {
+  FakeSession fake(DatabaseKind::DbSqlServer);
+  WriteViews(fake, "<Views><View><Id>v</Id><Query>SELECT x FROM y</Query></View></Views>");
+  EXPECT_EQ(Select(fake, "[APPVIEW]v", 10, {.where = "a=1", .orderBy = "", .fields = "*"}),
+            "SELECT TOP 10 * FROM (SELECT x FROM y) AS [KORVANTASUBQUERYNAME] WHERE (a=1)");
+}
+
 TEST(BuildSelect, FillsTheMarkersOfAViewInMacroMode) {
   FakeSession fake(DatabaseKind::DbSqlServer);
   WriteViews(fake,
@@ -169,6 +190,25 @@ TEST(BuildSelect, FillsTheMarkersOfAViewInMacroMode) {
       "SELECT TOP 1 a,b FROM y WHERE x = 999 AND x = 999");
   EXPECT_FALSE(fieldsFixed);
   EXPECT_EQ(top, 1);
+}
+
+TEST(BuildSelect, EveryOccurrenceOfAMarkerIsReplacedNotOnlyTheIntendedOne) {
+  FakeSession fake(DatabaseKind::DbUnknown);
+  WriteViews(fake,
+             "<Views><View><Id>v</Id><Query subquery='no' where='1=1'>SELECT x FROM (SELECT x FROM y WHERE 1=1) WHERE "
+             "1=1 AND z='1=1'</Query></View></Views>");
+  EXPECT_EQ(Select(fake, "[APPVIEW]v", 3, {.where = "c", .orderBy = "", .fields = "x"}),
+            "SELECT x FROM (SELECT x FROM y WHERE c) WHERE c AND z='c'");
+}
+
+TEST(BuildSelect, AValueIsNeverTakenForAnotherMarker) {
+  FakeSession fake(DatabaseKind::DbUnknown);
+  WriteViews(fake,
+             "<Views><View><Id>v</Id><Query subquery='no' top='TOPMARK' where='WHEREMARK' orderby='ORDERMARK' "
+             "fields='FIELDMARK'>FIELDMARK TOPMARK WHEREMARK ORDERMARK</Query></View></Views>");
+  EXPECT_EQ(Select(fake, "[APPVIEW]v", 3,
+                   {.where = "TOPMARK ORDERMARK FIELDMARK", .orderBy = "WHEREMARK", .fields = "ORDERMARK WHEREMARK"}),
+            "ORDERMARK WHEREMARK 3 TOPMARK ORDERMARK FIELDMARK WHEREMARK");
 }
 
 TEST(BuildSelect, IgnoresWhatAMacroViewHasNoMarkerFor) {

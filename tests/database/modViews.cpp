@@ -21,14 +21,14 @@ class Views : public ::testing::Test {
   TemporaryFolder folder_;
 };
 
-TEST_F(Views, AreEmptyWithoutFiles) { EXPECT_EQ(Load(), "<Views/>"); }
+TEST_F(Views, AreAnEmptyDocumentWithoutFileAndFolder) { EXPECT_EQ(Load(), "<Views/>"); }
 
 TEST_F(Views, ComeFromTheMainFile) {
   WriteFile("views.xml", "<Views><View><Id>a</Id><Name>A</Name></View></Views>");
   EXPECT_EQ(Load(), "<Views><View><Id>a</Id><Name>A</Name></View></Views>");
 }
 
-TEST_F(Views, AFileReplacesTheEntryOfItsName) {
+TEST_F(Views, AFileReplacesTheEntryOfItsNameAndHasItsIdAsLastChild) {
   WriteFile("views.xml", "<Views><View><Id>Sales</Id><Name>old</Name></View><View><Id>b</Id></View></Views>");
   WriteFile("views/Sales.xml", "<View><Name>new</Name><Query>SELECT 1</Query></View>");
   WriteFile("views/notes.txt", "no view");

@@ -1,18 +1,22 @@
 // What a hostile client puts into the elements of its requests never becomes a part of a statement: the statements that
-// the server writes into its log are cut into tokens, and nothing of the client's stands outside literals and quoted
-// names. Values are taken as they are, so a filter finds the rows that literally have them and no others.
+// the server writes into its log, or that have come to the stand-in driver, are cut into tokens, and nothing of the
+// client's stands outside literals and quoted names. Values are taken as they are, so a filter finds the rows that
+// literally have them and no others.
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <set>
 #include <unistd.h>
 
 #include "catalogue/modKeys.h"
+#include "common/Conversions.h"
 #include "common/Dictionary.h"
 #include "common/Hex.h"
 #include "common/Text.h"
 #include "e2e/ServerProcess.h"
+#include "e2e/StandIn.h"
 #include "platform/ado/Ado.h"
 #include "support/SqlTokens.h"
 
@@ -24,13 +28,32 @@ struct HostileDatabase {
   const char* name;
   const char* variable;  ///< environment variable of its scratch database; SQLite has a file of its own
   char quote;
-  const char* textOfHex;  ///< an expression for a text, "{}" being the hexadecimal digits of its UTF-8
+  const char* textOfHex;             ///< an expression for a text, "{}" being the hexadecimal digits of its UTF-8
+  const char* standInFor = nullptr;  ///< the DBMS name of the product that the stand-in driver plays; then no variable
+  char closingQuote = '\0';          ///< where it is another one than `quote`
+  const char* schema = "";           ///< what the stand-in keeps before a table's name
 };
 
+/// Failures name the database.
+void PrintTo(const HostileDatabase& database, std::ostream* out) { *out << database.name; }
+
+constexpr std::string_view kNavisionProbe = "SELECT 1.1 FROM Integer WHERE Number=1";
+
+constexpr const char* kSqliteText = "CAST(X'{}' AS TEXT)";
+
 constexpr HostileDatabase kDatabases[] = {
-    {"SQLite", "ODS_TEST_SQLITE_SAMPLE", '"', "CAST(X'{}' AS TEXT)"},
+    {"SQLite", "ODS_TEST_SQLITE_SAMPLE", '"', kSqliteText},
     {"PostgreSQL", "ODS_TEST_POSTGRESQL_SCRATCH", '"', "convert_from(decode('{}', 'hex'), 'UTF8')"},
     {"MariaDB", "ODS_TEST_MARIADB_SCRATCH", '`', "CONVERT(X'{}' USING utf8mb4)"},
+    {"Unknown", nullptr, '"', kSqliteText, "Oracle"},
+    {"SqlServer", nullptr, '[', kSqliteText, "Microsoft SQL Server", ']', "dbo."},
+    {"Access", nullptr, '`', kSqliteText, "ACCESS"},
+    {"Navision", nullptr, '"', kSqliteText, "Navision"},
+    {"Concorde", nullptr, '"', kSqliteText, "Concorde"},
+    {"MySql", nullptr, '`', kSqliteText, "MySQL"},
+    {"Pervasive", nullptr, '"', kSqliteText, "Pervasive.SQL"},
+    {"Excel", nullptr, '`', kSqliteText, "EXCEL"},
+    {"Unnamed", nullptr, '"', kSqliteText, ""},
 };
 
 /// Texts that end, or hide, a part of a statement in some product. No two are alike for a collation that folds case or
@@ -48,6 +71,12 @@ const std::vector<std::string>& HostileTexts() {
       "\" OR \"\"=\"",
       "` OR ``=`",
       "] OR [id]=[id",
+      "\" evil",  // a word that no statement has
+      "` evil",
+      "] evil",
+      "[a] evil",
+      "[a].[b] evil",
+      "[a].[b evil",
       "; SELECT 1",
       "-- comment",
       "/* comment",
@@ -112,44 +141,74 @@ const std::string& TableName() {
 class Hostile : public ::testing::TestWithParam<HostileDatabase> {
  protected:
   void SetUp() override {
-    const char* variable = std::getenv(GetParam().variable);
-    if (variable == nullptr || *variable == '\0') GTEST_SKIP() << GetParam().variable << " is not set";
-    const bool isFile = std::string_view(GetParam().name) == "SQLite";
-    const std::string connectionString =
-        isFile ? "Driver=SQLite3;Database=" + folders_.Root() + "/hostile.db" : std::string(variable);
-    direct_ = CreateOdbcConnection();
-    direct_->Open(connectionString);
-    MakeTable();
-    folders_.Configure(connectionString);
-    server_ = std::make_unique<ServerProcess>(folders_);
-    client_ = std::make_unique<QueueClient>(folders_);
+    if (GetParam().standInFor != nullptr) {
+      UseStandIn();
+    } else if (!UseDatabase()) {
+      GTEST_SKIP() << GetParam().variable << " is not set";
+    }
+    server_ = std::make_unique<ServerProcess>(Folders());
+    client_ = std::make_unique<QueueClient>(Folders());
+    EXPECT_EQ(GetNodeText(client_->AskDocument(kPing), "/XML/Ping"), "OK");
+    (void)NewStatements();  // those of connecting
   }
   void TearDown() override {
     if (!server_) return;
     EXPECT_EQ(GetNodeText(client_->AskDocument(kPing), "/XML/Ping"), "OK") << "the server lives";
     EXPECT_EQ(server_->Stop(), 0);
-    EXPECT_EQ(CountOf(TableName()), HostileTexts().size()) << "the table is as it was";
-    Run("DROP TABLE " + TableName());
+    EXPECT_EQ(CountRows(), HostileTexts().size()) << "the table is as it was";
+    Run("DROP TABLE " + StoredTable());
   }
 
-  void Run(const std::string& sql) { (void)direct_->OpenRecordSet(sql, 0); }
-  std::size_t CountOf(const std::string& table) {
-    const auto rows = direct_->OpenRecordSet("SELECT id FROM " + table, 0);
-    std::size_t count = 0;
-    for (; !rows->AtEnd(); rows->MoveNext()) ++count;
-    return count;
+  void UseStandIn() {
+    standIn_ = std::make_unique<StandIn>(GetParam().standInFor);
+    standIn_->Connect();
+    MakeTable();
+    standIn_->Run("CREATE TABLE \"Integer\" (\"Number\" int NOT NULL); INSERT INTO \"Integer\" VALUES (1);");
   }
-  /// One row a text, its number from 1 as `id`.
-  void MakeTable() {
+  /// False when the environment names none.
+  bool UseDatabase() {
+    const char* variable = std::getenv(GetParam().variable);
+    if (variable == nullptr || *variable == '\0') return false;
+    const bool isFile = std::string_view(GetParam().name) == "SQLite";
+    const std::string connectionString =
+        isFile ? "Driver=SQLite3;Database=" + folders_.Root() + "/hostile.db" : std::string(variable);
+    direct_ = CreateOdbcConnection();
+    direct_->Open(connectionString);
     try {
       Run("DROP TABLE " + TableName());  // of a run that was broken off
     } catch (const Error&) {             // NOLINT(bugprone-empty-catch): usually there is none
     }
-    Run("CREATE TABLE " + TableName() +
+    MakeTable();
+    folders_.Configure(connectionString);
+    return true;
+  }
+
+  [[nodiscard]] const ServerFolders& Folders() const { return standIn_ ? standIn_->Folders() : folders_; }
+  /// The table as the database itself knows it.
+  static std::string StoredTable() {
+    return GetParam().standInFor == nullptr ? TableName() : "\"" + std::string(GetParam().schema) + TableName() + "\"";
+  }
+  /// Runs a statement behind the server's back.
+  void Run(const std::string& sql) {
+    if (standIn_) {
+      standIn_->Run(sql);
+    } else {
+      (void)direct_->OpenRecordSet(sql, 0);
+    }
+  }
+  std::size_t CountRows() {
+    const std::string sql = "SELECT COUNT(*) FROM " + StoredTable();
+    const std::int64_t count =
+        standIn_ ? standIn_->NumberOf(sql) : SafeLng(direct_->OpenRecordSet(sql, 0)->Item(std::size_t{0}));
+    return static_cast<std::size_t>(count);
+  }
+  /// One row a text, its number from 1 as `id`.
+  void MakeTable() {
+    Run("CREATE TABLE " + StoredTable() +
         " (id INTEGER NOT NULL PRIMARY KEY, word VARCHAR(100) NOT NULL, amount INTEGER)");
     for (std::size_t i = 0; i < HostileTexts().size(); ++i) {
       const std::string& text = HostileTexts()[i];
-      Run("INSERT INTO " + TableName() + " VALUES (" + std::to_string(i + 1) + ", " +
+      Run("INSERT INTO " + StoredTable() + " VALUES (" + std::to_string(i + 1) + ", " +
           ReplaceAll(GetParam().textOfHex, "{}", BytesToHex(Bytes(text.begin(), text.end()))) + ", 0)");
     }
   }
@@ -170,6 +229,10 @@ class Hostile : public ::testing::TestWithParam<HostileDatabase> {
     CheckNewStatements(request);
     return answer;
   }
+  /// What a column that has the text is compared by: on Concorde without the blanks around it.
+  static std::string AsCompared(const std::string& text) {
+    return GetParam().name == std::string_view("Concorde") ? std::string(Trim(text)) : text;
+  }
   std::set<std::string> Ids(const std::string& request) {
     const XmlDocument answer = AskAndCheck(request);
     EXPECT_EQ(GetNodeText(answer, "/XML/Message"), "") << request;
@@ -177,21 +240,33 @@ class Hostile : public ::testing::TestWithParam<HostileDatabase> {
     for (const XmlNode& value : answer.SelectNodes("/XML/Records/R/V[@Id='id']")) ids.insert(value.Text());
     return ids;
   }
-  /// The log keeps at least its newest 80,000 bytes, far more than one request writes.
-  void CheckNewStatements(const std::string& request) {
-    const std::vector<std::string> statements = StatementsIn(folders_.LogText());
-    for (const std::string& sql : statements) {
-      ++checked_;
-      const auto foreign = SqlTokens(sql, GetParam().quote, GetParam().quote).FirstForeignText();
-      ASSERT_FALSE(foreign) << "\"" << *foreign << "\" in " << sql << "\nafter " << request;
+  /// The statements since the last call. The log keeps at least its newest 80,000 bytes, far more than one request
+  /// writes.
+  std::vector<std::string> NewStatements() {
+    if (standIn_) {
+      std::vector<std::string> statements = Split(standIn_->NewStatements(), "\n");
+      statements.pop_back();  // the last one ends in a line break too
+      return statements;
     }
+    std::vector<std::string> statements = StatementsIn(folders_.LogText());
     for (const auto& entry : std::filesystem::directory_iterator(folders_.Root() + "/data/Logs")) {
       std::filesystem::remove(entry.path());  // the next entry makes a new file
+    }
+    return statements;
+  }
+  void CheckNewStatements(const std::string& request) {
+    const char closing = GetParam().closingQuote == '\0' ? GetParam().quote : GetParam().closingQuote;
+    for (const std::string& sql : NewStatements()) {
+      if (sql == kNavisionProbe) continue;  // has names without quotes, of the server's own
+      ++checked_;
+      const auto foreign = SqlTokens(sql, GetParam().quote, closing).FirstForeignText();
+      ASSERT_FALSE(foreign) << "\"" << *foreign << "\" in " << sql << "\nafter " << request;
     }
   }
 
   ServerFolders folders_;
   std::shared_ptr<Connection> direct_;
+  std::unique_ptr<StandIn> standIn_;
   std::unique_ptr<ServerProcess> server_;
   std::unique_ptr<QueueClient> client_;
   std::size_t checked_ = 0;
@@ -231,7 +306,9 @@ TEST_P(Hostile, ASearchFindsTheRowsThatHaveTheText) {
     if (isPattern) continue;
     std::set<std::string> expected;
     for (std::size_t j = 0; j < HostileTexts().size(); ++j) {
-      if (ToUpper(HostileTexts()[j]).find(ToUpper(text)) != std::string::npos) expected.insert(std::to_string(j + 1));
+      if (ToUpper(AsCompared(HostileTexts()[j])).find(ToUpper(text)) != std::string::npos) {
+        expected.insert(std::to_string(j + 1));
+      }
     }
     std::set<std::string> found;
     for (const XmlNode& value : answer.SelectNodes("/XML/Records/R/V[@Id='id']")) found.insert(value.Text());
@@ -268,7 +345,7 @@ TEST_P(Hostile, NamesOfAnyKindStayNames) {
                                                "</PageSize><PrimaryKey>" + KeyToText({text}) +
                                                "</PrimaryKey><Fields><Field><Id>id</Id></Field></Fields>"));
   }
-  EXPECT_GE(checked_, 20 * HostileTexts().size());
+  EXPECT_GE(checked_, 11 * HostileTexts().size());
 }
 
 TEST_P(Hostile, PositionsCarryValuesAndNothingElse) {

@@ -26,14 +26,13 @@ struct WalkMode {
   bool selectedKey = false;
   bool filtered = false;
   bool searched = false;
-
-  [[nodiscard]] bool IsWhole() const { return !filtered && !searched; }
+  bool smallPagesOfLargeTables = false;  ///< where 20,000 rows in pages of 7 are worth their time
 };
 
 constexpr WalkMode kModes[] = {
-    {.name = "unsorted"},
+    {.name = "unsorted", .smallPagesOfLargeTables = true},
     {.name = "sorted", .sorted = true},
-    {.name = "sorted down", .sorted = true, .descending = true},
+    {.name = "sorted down", .sorted = true, .descending = true, .smallPagesOfLargeTables = true},
     {.name = "by a selected key", .selectedKey = true},
     {.name = "filtered by a selected key", .selectedKey = true, .filtered = true},
     {.name = "searched and sorted", .sorted = true, .searched = true},
@@ -42,7 +41,8 @@ constexpr WalkMode kModes[] = {
      .descending = true,
      .selectedKey = true,
      .filtered = true,
-     .searched = true},
+     .searched = true,
+     .smallPagesOfLargeTables = true},
 };
 
 using Rows = std::vector<std::string>;
@@ -85,8 +85,7 @@ class Walker {
         SafeDbl(direct_->OpenRecordSet("SELECT COUNT(*) FROM " + table.source, 0)->Item(0)) < kSmallTable;
     if (IsQuick()) return {isSmall ? 23 : 500};
     if (isSmall) return {1, 7, 50};
-    // The whole of a large table in small pages is walked in three orders; the fourth takes large pages.
-    return mode.selectedKey && mode.IsWhole() ? std::vector<int>{50} : std::vector<int>{7, 50};
+    return mode.smallPagesOfLargeTables ? std::vector<int>{7, 50} : std::vector<int>{50};
   }
   [[nodiscard]] std::vector<std::string> AskForKey(const SampleTable& table) {
     return TextToKey(GetNodeText(

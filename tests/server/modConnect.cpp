@@ -57,11 +57,26 @@ TEST_F(ConnectTest, TheProductIsKnownByItsName) {
   EXPECT_EQ(KindOf("SQLite"), DatabaseKind::DbUnknown);
 }
 
-TEST_F(ConnectTest, EqualNamesAreExact) {
-  EXPECT_EQ(KindOf("Microsoft SQL Server 2019"), DatabaseKind::DbUnknown);
-  EXPECT_EQ(KindOf("Access"), DatabaseKind::DbUnknown);
-  EXPECT_EQ(KindOf("mysql"), DatabaseKind::DbUnknown);
-  EXPECT_EQ(KindOf("Excel"), DatabaseKind::DbUnknown);
+TEST_F(ConnectTest, AMicrosoftSqlServerWithAVersionNumberInItsNameIsUnknown) {
+  for (const char* name : {"Microsoft SQL Server 2019", "Microsoft SQL Server 15", "microsoft sql server"}) {
+    EXPECT_EQ(KindOf(name), DatabaseKind::DbUnknown) << name;
+  }
+}
+
+TEST_F(ConnectTest, AnyNameThatContainsNavisionInAnyCaseIsNavision) {
+  for (const char* name : {"navision", "NAVISION", "Company NaviSion 3", "xnavisionx"}) {
+    EXPECT_EQ(KindOf(name), DatabaseKind::DbNavision) << name;
+  }
+}
+
+TEST_F(ConnectTest, AnyNameThatContainsConcordeInAnyCaseIsConcorde) {
+  for (const char* name : {"concorde", "My CONCORDE 2"}) EXPECT_EQ(KindOf(name), DatabaseKind::DbConcorde) << name;
+}
+
+TEST_F(ConnectTest, EveryOtherNameIsExact) {
+  for (const char* name : {"MS JET", "Access", "ACCESS 97", "mysql", "MySQL 8", "pervasive.sql", "Excel", " EXCEL"}) {
+    EXPECT_EQ(KindOf(name), DatabaseKind::DbUnknown) << name;
+  }
 }
 
 TEST_F(ConnectTest, TheFirstRuleThatMatchesWins) { EXPECT_EQ(KindOf("Navision Concorde"), DatabaseKind::DbConcorde); }
@@ -101,6 +116,13 @@ TEST_F(ConnectTest, EveryConnectHasACacheOfItsOwn) {
   EXPECT_EQ(Connect().session->cache->Count(), 0U);
 }
 
+TEST_F(ConnectTest, EveryConnectHasAFieldCacheOfItsOwn) {
+  Database first = Connect();
+  first.session->fieldCache["[TABLE]t"] = {};
+  first = Database();
+  EXPECT_TRUE(Connect().session->fieldCache.empty());
+}
+
 TEST_F(ConnectTest, QuotesComeFromTheLiterals) {
   script_.literals = {{"QUOTE", "["}, {"QUOTE_SUFFIX", "]"}};
   const Database database = Connect();
@@ -123,6 +145,16 @@ TEST_F(ConnectTest, NavisionAndUnnamedDatabasesQuoteAnyway) {
     EXPECT_EQ(database.session->QuotePrefix, "\"");
     EXPECT_EQ(database.session->QuoteSuffix, "\"");
   }
+}
+
+TEST_F(ConnectTest, ADriverThatTellsNeitherNameNorDefaultDatabaseIsUnnamedAndQuotes) {
+  SetName("");
+  script_.defaultDatabase = "";
+  script_.literals.clear();
+  const Database database = Connect();
+  EXPECT_EQ(database.session->kind, DatabaseKind::DbUnnamed);
+  EXPECT_EQ(database.session->QuotePrefix, "\"");
+  EXPECT_EQ(database.session->QuoteSuffix, "\"");
 }
 
 TEST_F(ConnectTest, NavisionKeepsTheQuotesThatItTells) {

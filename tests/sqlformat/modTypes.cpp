@@ -1,9 +1,12 @@
 #include "sqlformat/modTypes.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "common/Conversions.h"
+#include "sqlformat/modSafeFilter.h"
+#include "sqlformat/modSafeVal.h"
 #include "support/FakeSession.h"
 
 namespace ods::test {
@@ -67,9 +70,32 @@ TEST(TypeTable, HoldsEveryTypeWithItsRoutines) {
   }
 }
 
-TEST(TypeTable, IsEmptyForAnUnknownKind) {
-  EXPECT_TRUE(CreateTypeTable(static_cast<DatabaseKind>(9)).empty());
-  EXPECT_TRUE(CreateTypeTable(static_cast<DatabaseKind>(-1)).empty());
+TEST(TypeTable, WritesATimeStampWithAnotherRoutineThanItNormalisesItWith) {
+  FakeSession fake;
+  const TypeEntry& entry = GetTypeEntry(fake.session, ado_type::kDBTimeStamp);
+  EXPECT_EQ(entry.SafeValFunction, "DBTimeStamp");
+  EXPECT_EQ(entry.SafeFilterFunction, "DateTime");
+}
+
+TEST(TypeTable, OnPervasiveOnlyTheFixedBinaryTypeHasOtherParameters) {
+  FakeSession fake(DatabaseKind::DbPervasive);
+  const auto parameters = [&](std::int32_t type) { return GetTypeEntry(fake.session, type).SafeValParameters; };
+  EXPECT_EQ(parameters(ado_type::kBinary), (std::vector<Value>{"'", "'", -1}));
+  for (const std::int32_t type : {ado_type::kVarBinary, ado_type::kLongVarBinary}) {
+    EXPECT_EQ(parameters(type), (std::vector<Value>{"0x", ""}));
+  }
+}
+
+TEST(TypeTable, IsEmptyForAKindBeyondTheNineAndEveryFormattingFailsThen) {
+  for (const std::int32_t kind : {-1, 9}) {
+    FakeSession fake(static_cast<DatabaseKind>(kind));
+    EXPECT_TRUE(fake.session.typeTable.empty());
+    fake.Describe("[TABLE]t", {{"f", ado_type::kInteger, 4, 0}});
+    const std::string lacking = "The data type 3 is not in the type table.";
+    EXPECT_EQ(ErrorOf([&] { (void)SafeVal(fake.session, "[TABLE]t", "f", 1); }).second, lacking);
+    EXPECT_EQ(ErrorOf([&] { (void)SafeQuote(fake.session, "[TABLE]t", "f"); }).second, lacking);
+    EXPECT_EQ(ErrorOf([&] { (void)SafeFilter(fake.session, "[TABLE]t", "f", "1"); }).second, lacking);
+  }
 }
 
 TEST(TypeTable, NamesTheTypeThatItLacks) {
@@ -105,6 +131,15 @@ TEST_F(FieldCache, ComparesNamesExactlyAndNeverReadsATableAgain) {
   EXPECT_EQ(fake_.connection->statements.size(), 1U);
 }
 
+TEST_F(FieldCache, HasOneEntryForAllIdentifiersOfATable) {
+  for (const char* table : {"[TABLE]t", "[VIEW]t", "t", "[]t", "[any word]t", "[table]t"}) {
+    ASSERT_NE(LookupField(fake_.session, table, "No"), nullptr) << table;
+  }
+  EXPECT_THAT(fake_.connection->statements, ElementsAre("SELECT TOP 1 * FROM [t] WHERE (1=2)"));
+  EXPECT_NE(ErrorOf([&] { (void)LookupField(fake_.session, "[APPVIEW]t", "No"); }).first, 0)
+      << "a view of the same name is no table, and there is none";
+}
+
 TEST_F(FieldCache, KeepsNothingOfATableThatCannotBeDescribed) {
   const auto good = fake_.connection->answer;
   fake_.connection->answer = [](const std::string&) -> std::shared_ptr<RecordSet> { throw Error(-5, "no table"); };
@@ -113,11 +148,26 @@ TEST_F(FieldCache, KeepsNothingOfATableThatCannotBeDescribed) {
   EXPECT_NE(LookupField(fake_.session, "[TABLE]t", "No"), nullptr);
 }
 
-TEST_F(FieldCache, StartsAfreshWithANewSession) {
-  (void)LookupField(fake_.session, "[TABLE]t", "No");
-  fake_.session.fieldCache.clear();
-  (void)LookupField(fake_.session, "[TABLE]t", "No");
-  EXPECT_EQ(fake_.connection->statements.size(), 2U);
+TEST_F(FieldCache, StartsAfreshRatherThanGrowingWithTheNamesThatClientsMakeUp) {
+  constexpr std::size_t kMost = 1'048'576;
+  const auto bytesOfNames = [&] {
+    std::size_t bytes = 0;
+    for (const auto& [name, fields] : fake_.session.fieldCache) bytes += name.size();
+    return bytes;
+  };
+  std::size_t most = 0;
+  for (int i = 0; i < 20'000; ++i) {
+    const std::string table = "[TABLE]Customer" + std::to_string(i);
+    ASSERT_NE(LookupField(fake_.session, table, "No"), nullptr);
+    ASSERT_TRUE(fake_.session.fieldCache.contains(table)) << "what was just read is there";
+    most = std::max(most, fake_.session.fieldCache.size());
+  }
+  EXPECT_GT(most, 500U) << "some hundred tables fit";
+  EXPECT_LT(most, 5000U);
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_NE(LookupField(fake_.session, std::string(100'000, 'x') + std::to_string(i), "No"), nullptr);
+    ASSERT_LE(bytesOfNames(), kMost);
+  }
 }
 
 TEST(SchemaLookUps, KeepEveryRowUnderItsName) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/FakeSession.h"
+#include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
 namespace {
@@ -28,9 +29,7 @@ struct ElementCase {
 };
 
 TEST_F(Record, WritesEveryTypeOfColumn) {
-  const Date moment = *Date::FromParts({2024, 2, 5, 7, 8, 9});
-  Date day = *Date::FromParts({2024, 2, 5, 0, 0, 0});
-  day.dateOnly = true;
+  const Date early = *Date::FromParts({33, 1, 2, 3, 4, 5});
   const ElementCase cases[] = {
       {0, "ignored", "<V/>"},
       {2, 12, "<V>12</V>"},
@@ -49,13 +48,7 @@ TEST_F(Record, WritesEveryTypeOfColumn) {
       {14, Decimal{"12.50"}, "<V>12.50</V>"},
       {131, Decimal{"-0.10"}, "<V>-0.10</V>"},
       {131, 3, "<V>3</V>"},
-      {7, moment, "<V>2024-02-05 07:08:09</V>"},
-      {133, moment, "<V>2024-02-05</V>"},
-      {133, day, "<V>2024-02-05</V>"},
-      {134, moment, "<V>07:08:09</V>"},
-      {135, moment, "<V>2024-02-05 07:08:09</V>"},
-      {11, true, "<V>1</V>"},
-      {11, false, "<V>0</V>"},
+      {7, early, "<V>0033-01-02 03:04:05</V>"},
       {12, 2.5, "<V>2.5</V>"},
       {12, true, "<V>True</V>"},
       {8, "x", "<V>x</V>"},
@@ -71,6 +64,11 @@ TEST_F(Record, WritesEveryTypeOfColumn) {
       {205, Bytes{0xFF}, "<V>FF</V>"},
       {64, Bytes{1}, "<V>01</V>"},
       {9, Value(), "<V/>"},
+      {10, Bytes{3}, "<V>03</V>"},
+      {13, Bytes{4}, "<V>04</V>"},
+      {132, Bytes{5}, "<V>05</V>"},
+      {136, Bytes{6}, "<V>06</V>"},
+      {138, Bytes{7}, "<V>07</V>"},
       {139, Bytes{2}, "<V>02</V>"},
       {1, "text", "<V>text</V>"},
       {205 + 1, 5, "<V>5</V>"},
@@ -81,15 +79,30 @@ TEST_F(Record, WritesEveryTypeOfColumn) {
   }
 }
 
-TEST_F(Record, ANullDiffersFromAnEmptyText) {
-  for (const std::int32_t type : {0, 3, 5, 7, 11, 133, 135, 202, 205, 300}) {
-    EXPECT_EQ(Element(type, Null()), "<V><Null/></V>");
-  }
+TEST_F(Record, AMomentIsADateATimeOrBothByTheColumn) {
+  const Date moment = *Date::FromParts({2024, 2, 5, 7, 8, 9});
+  EXPECT_EQ(Element(7, moment), "<V>2024-02-05 07:08:09</V>");
+  EXPECT_EQ(Element(133, moment), "<V>2024-02-05</V>");
+  EXPECT_EQ(Element(134, moment), "<V>07:08:09</V>");
+  EXPECT_EQ(Element(135, moment), "<V>2024-02-05 07:08:09</V>");
+  Date day = *Date::FromParts({2024, 2, 5, 0, 0, 0});
+  day.dateOnly = true;
+  EXPECT_EQ(Element(133, day), "<V>2024-02-05</V>");
+}
+
+TEST_F(Record, ABooleanIsOneOrZero) {
+  EXPECT_EQ(Element(11, true), "<V>1</V>");
+  EXPECT_EQ(Element(11, false), "<V>0</V>");
+}
+
+TEST_F(Record, ANullInAnyColumnDiffersFromAnEmptyText) {
+  for (std::int32_t type = 0; type <= 300; ++type) EXPECT_EQ(Element(type, Null()), "<V><Null/></V>") << type;
+  EXPECT_EQ(Element(202, ""), "<V/>");
 }
 
 TEST_F(Record, ScalesDecimalsByTheFactor) {
   fake_.state.decimalFactor = kScaledDecimalFactor;
-  EXPECT_EQ(Element(5, 1250000.0), "<V>12.5</V>");
+  for (const std::int32_t type : {4, 5, 6, 14, 131}) EXPECT_EQ(Element(type, 1250000.0), "<V>12.5</V>") << type;
   EXPECT_EQ(Element(14, Decimal{"1250000"}), "<V>12.5</V>");
   EXPECT_EQ(Element(5, 1.0), "<V>1E-05</V>");
   EXPECT_EQ(Element(5, 33000.0), "<V>0.33</V>");

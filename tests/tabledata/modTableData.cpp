@@ -7,6 +7,7 @@
 
 #include "common/Hex.h"
 #include "support/FakeSession.h"
+#include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
 namespace {
@@ -129,6 +130,14 @@ TEST_F(Paging, AnEmptyNavigationReadsThePageOfTheFirstPositionAgain) {
   EXPECT_EQ(Summary(page), "2 1,0");
 }
 
+TEST_F(Paging, TheFirstPageIsReadWithoutAConditionAndWhateverPositionsThereAre) {
+  Returns({{1, "a"}, {2, "b"}});
+  const XmlDocument page = Ask("<Navigate>gotofirst</Navigate><PageSize>1</PageSize><FirstPos>" +
+                               Position({{"No", 7}}) + "</FirstPos><LastPos>" + Position({{"No", 8}}) + "</LastPos>");
+  EXPECT_THAT(Statements(), ElementsAre("SELECT TOP 2 [No],[Name] FROM [t] ORDER BY [No]"));
+  EXPECT_EQ(Summary(page), "1 0,1");
+}
+
 TEST_F(Paging, ANavigationWithoutItsPositionStartsAtTheFirstPage) {
   for (const char* navigate : {"gotonext", "gotoprev", ""}) {
     Returns({{1, "a"}});
@@ -182,6 +191,23 @@ TEST_F(Paging, PageSizeZeroTellsWhetherThereAreRows) {
   const XmlDocument first = Ask("");
   EXPECT_EQ(Summary(first), "0,1");
   EXPECT_EQ(GetNodeText(first, "/XML/FirstPosition"), "");
+  Returns({});
+  EXPECT_EQ(Summary(Ask("")), "0,0") << "of an empty table";
+}
+
+TEST_F(Paging, PageSizeZeroFallsBackToTheFirstPageAndKeepsNoRow) {
+  for (const char* navigate : {"", "gotoprev"}) {
+    fake_->connection->statements.clear();
+    ReturnsBoundary({kColumns[0]}, {7});
+    Returns({{7, "g"}});
+    Returns({{1, "a"}});
+    const XmlDocument page = Ask(std::string("<Navigate>") + navigate + "</Navigate><PageSize>0</PageSize><FirstPos>" +
+                                 Position({{"No", 7}}) + "</FirstPos>");
+    EXPECT_EQ(Statements().back(), "SELECT TOP 1 [No],[Name] FROM [t] ORDER BY [No]") << navigate;
+    EXPECT_EQ(page.Xml(),
+              "<XML><FirstPosition/><LastPosition/><HasNextPage>1</HasNextPage><HasPreviousPage>0</HasPreviousPage>"
+              "<Columns/><Records/></XML>");
+  }
 }
 
 TEST_F(Paging, ANegativePageSizeReadsNoRows) {
@@ -200,6 +226,18 @@ TEST_F(Paging, SortsByAColumnBeforeTheKey) {
   const XmlDocument page = Ask("<PageSize>2</PageSize><SortColumn>Name</SortColumn>");
   EXPECT_EQ(Statements().back(), "SELECT TOP 3 [No],[Name] FROM [t] ORDER BY [Name], [No]");
   EXPECT_EQ(GetNodeText(page, "/XML/FirstPosition"), Position({{"Name", "a"}, {"No", 1}}));
+}
+
+TEST_F(Paging, ASortColumnOfThePrimaryKeyStandsOnceInOrderAndCondition) {
+  ReturnsBoundary({kColumns[1], kColumns[0]}, {"b", 2});
+  Returns({{3, "c"}});
+  (void)Ask(
+      "<PageSize>1</PageSize><PrimaryKey>No\\09Name</PrimaryKey><SortColumn>Name</SortColumn><Navigate>gotonext"
+      "</Navigate><LastPos>" +
+      Position({{"Name", "b"}, {"No", 2}}) + "</LastPos>");
+  EXPECT_THAT(Statements(), ElementsAre("SELECT TOP 1 [Name],[No] FROM [t] WHERE ([No]=2 AND [Name]='b')",
+                                        "SELECT TOP 2 [No],[Name] FROM [t] WHERE ( (([Name]>'b') OR ([Name]>='b' AND "
+                                        "[No]>2))) ORDER BY [Name], [No]"));
 }
 
 TEST_F(Paging, SortsDescendingOnlyForTheExactWord) {
@@ -505,6 +543,48 @@ TEST_F(DecimalFactor, IsProbedAgainWhenTheProbeReturnsNoRow) {
   Returns({{1, "a"}});
   (void)Ask("<PageSize>1</PageSize>");
   EXPECT_THAT(results_, IsEmpty()) << "once settled it is not probed again";
+}
+
+/// A page beyond a row whose decimal key the driver gives as 1250000.
+class DecimalKey : public DecimalFactor {
+ protected:
+  std::vector<std::string> StatementsFor(DatabaseKind kind, double factor, double probe) {
+    Use(kind);
+    const Field price = {"Price", ado_type::kNumeric, 18, 0};
+    fake_->Describe(kTable, {price});
+    fake_->state.decimalFactor = factor;
+    if (factor == 0) results_.push_back(MakeRows({{"x", ado_type::kDouble, 8, 0}}, {{probe}}));
+    ReturnsBoundary({price}, {Decimal{"1250000"}});
+    results_.push_back(MakeRows({kColumns[0], price}, {{1, Decimal{"1"}}}));
+    (void)Ask("<PageSize>1</PageSize><PrimaryKey>Price</PrimaryKey><Navigate>gotonext</Navigate><LastPos>" +
+                  Position({{"Price", Decimal{"1250000"}}}) + "</LastPos>",
+              "<Field><Id>No</Id></Field>");
+    return Statements();
+  }
+};
+
+TEST_F(DecimalKey, OfADriverThatScalesIsWrittenAsTheNumberThatIsKept) {
+  EXPECT_THAT(StatementsFor(DatabaseKind::DbNavision, kScaledDecimalFactor, 0),
+              ElementsAre("SELECT \"Price\" FROM \"t\" WHERE (\"Price\"=12.5)",
+                          "SELECT \"No\",\"Price\" FROM \"t\" WHERE ( ((\"Price\">12.5))) ORDER BY \"Price\""));
+}
+
+TEST_F(DecimalKey, OfADriverThatDoesNotIsWrittenAsItComes) {
+  EXPECT_THAT(StatementsFor(DatabaseKind::DbNavision, 1, 0),
+              ElementsAre("SELECT \"Price\" FROM \"t\" WHERE (\"Price\"=1250000)",
+                          "SELECT \"No\",\"Price\" FROM \"t\" WHERE ( ((\"Price\">1250000))) ORDER BY \"Price\""));
+}
+
+TEST_F(DecimalKey, OfAnotherProductIsWrittenAsItComesThoughTheProcessHasAFactor) {
+  EXPECT_EQ(StatementsFor(DatabaseKind::DbConcorde, kScaledDecimalFactor, 0).front(),
+            "SELECT \"Price\" FROM \"t\" WHERE (\"Price\"=1250000)");
+}
+
+TEST_F(DecimalKey, SettlesTheFactorBeforeItIsWritten) {
+  EXPECT_THAT(
+      StatementsFor(DatabaseKind::DbNavision, 0, 110000),
+      ElementsAre("SELECT 1.1 FROM Integer WHERE Number=1", "SELECT \"Price\" FROM \"t\" WHERE (\"Price\"=12.5)",
+                  "SELECT \"No\",\"Price\" FROM \"t\" WHERE ( ((\"Price\">12.5))) ORDER BY \"Price\""));
 }
 
 }  // namespace

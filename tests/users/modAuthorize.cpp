@@ -58,7 +58,7 @@ class UsersFile : public ::testing::Test {
 
 TEST_F(UsersFile, AMemberOfAdminsIsAnAdministrator) { EXPECT_EQ(Authorized(fake_, User("ann")), kAnn); }
 
-TEST_F(UsersFile, AMemberOfALowerCaseGroupIsNot) { EXPECT_EQ(Authorized(fake_, User("bob")), kBob); }
+TEST_F(UsersFile, AGroupNamedAdminsInLowerCaseGrantsNoAdmin) { EXPECT_EQ(Authorized(fake_, User("bob")), kBob); }
 
 TEST_F(UsersFile, WhoIsNotInItIsUnknownEvenAsAMemberOfAGroup) {
   for (const char* id : {"stranger", "ANN", "ann ", "' or '1'='1", "x'] | //User | //User['"}) {
@@ -198,7 +198,7 @@ TEST_F(NavisionStatements, AfterAWrongPasswordRestoreTheRowAndEnd) {
   EXPECT_THAT(fake_.connection->statements, ElementsAre(kFind, kKeep, kTry, kCompare, kRestorePassword, kRestoreName));
 }
 
-TEST_F(NavisionStatements, OfAnAuthenticatedUserWriteNothing) {
+TEST_F(NavisionStatements, OfAnAuthenticatedUserUpdateNothing) {
   const std::string elements = User("somebody else") + "<Password>wrong</Password>" + Authenticated("o'neil");
   EXPECT_THAT(Authorized(fake_, elements), HasSubstr("<Authorized>1</Authorized>"));
   EXPECT_THAT(fake_.connection->statements, ElementsAre(kFind, kRoles, kFilters));
@@ -291,7 +291,7 @@ TEST_F(NavisionUsers, TheRightPasswordAuthorizesAndTheRowIsAsBefore) {
   EXPECT_EQ(database_.UserRow("BOB"), "BOB/it's/Bob");
 }
 
-TEST_F(NavisionUsers, AWrongPasswordDoesNotAndTheRowIsAsBefore) {
+TEST_F(NavisionUsers, AWrongPasswordAuthorizesNobodyAndTheRowIsAsBefore) {
   for (const char* password : {"", "Open sesame", "Ann O'Hara", "' OR '1'='1"}) {
     EXPECT_EQ(Answer(Login("ANN", password)), kNavisionUnknown) << password;
     EXPECT_EQ(database_.UserRow("ANN"), "ANN/open sesame/Ann O'Hara");

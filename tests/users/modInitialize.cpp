@@ -34,15 +34,30 @@ TEST(Initialize, WithoutAUserModeThereIsNoUserManagementOnAnyDatabase) {
   }
 }
 
-TEST(Initialize, OnlyNavisionHasUserManagement) {
-  for (const char* mode : {"DETECT", "DATASERVER"}) {
-    FakeSession fake(DatabaseKind::DbSqlServer);
-    EXPECT_EQ(Initialized(fake, Mode(mode)), Expected("0", "0"));
-    EXPECT_THAT(fake.connection->statements, IsEmpty());
+TEST(Initialize, OnSqlServerAndEveryOtherProductButNavisionThereIsNoUserManagement) {
+  for (std::int32_t kind = 0; kind <= 8; ++kind) {
+    if (kind == static_cast<std::int32_t>(DatabaseKind::DbNavision)) continue;
+    for (const char* mode : {"DETECT", "DATASERVER"}) {
+      FakeSession fake(static_cast<DatabaseKind>(kind));
+      EXPECT_EQ(Initialized(fake, Mode(mode)), Expected("0", "0")) << kind;
+      EXPECT_THAT(fake.connection->statements, IsEmpty());
+    }
   }
 }
 
-TEST(Initialize, CountsTheUsersOfNavision) {
+TEST(Initialize, AuthorizationIsThereAndEmptyInEveryAnswer) {
+  NavisionDatabase navision;
+  FakeSession other;
+  for (FakeSession* fake : {&navision.fake, &other}) {
+    for (const char* mode : {"", "DETECT"}) {
+      const XmlDocument answer(Initialized(*fake, Mode(mode)));
+      ASSERT_EQ(answer.SelectNodes("/XML/Authorization").size(), 1U);
+      EXPECT_EQ(GetNodeText(answer, "/XML/Authorization"), "");
+    }
+  }
+}
+
+TEST(Initialize, OnNavisionTheUsersAreCountedAndTheOperatorsEndInFlowFilter) {
   NavisionDatabase database;
   for (const char* mode : {"DETECT", "DATASERVER"}) {
     EXPECT_EQ(Initialized(database.fake, Mode(mode)), Expected("1", "3", ",flowfilter")) << mode;
@@ -56,7 +71,7 @@ TEST(Initialize, ADatabaseWithoutUsersHasUserManagementAllTheSame) {
   EXPECT_EQ(Initialized(database.fake, Mode("DETECT")), Expected("1", "0", ",flowfilter"));
 }
 
-TEST(Initialize, TheUserModeComparesExactly) {
+TEST(Initialize, TheUserModeComparesExactlySoLowerCaseDetectIsNone) {
   NavisionDatabase database;
   for (const char* mode : {"detect", "DataServer", "DETECT ", "NONE", ""}) {
     EXPECT_EQ(Initialized(database.fake, Mode(mode)), Expected("0", "0", ",flowfilter")) << mode;

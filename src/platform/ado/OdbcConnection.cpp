@@ -77,6 +77,27 @@ const SessionRule* FindSessionRule(std::string_view dbmsName) {
   return rule == kSessionRules.end() ? nullptr : rule;
 }
 
+/// What a driver must be spared, lest it end the process: clients choose the names in statements, and so what errors
+/// tell.
+struct DriverRule {
+  std::string_view name;  ///< a part of the file name that the driver tells
+  /// The text of an error that SQLExecDirect meets while it prepares is taken for a format of printf: "%n" in the name
+  /// of a table ends the process. The error of SQLPrepare is taken as it is.
+  bool formatsErrors;
+  /// SQLStatistics writes beyond its buffers for a longer name of a table, in bytes of UTF-8.
+  std::size_t longestName;
+};
+
+/// odbc-mariadb 3.1.15 with libmariadb 10.11: a name has at most 64 characters there, so none that exists is too long.
+constexpr std::array<DriverRule, 1> kDriverRules = {{{"maodbc", true, 256}}};
+
+/// The rule of a driver, nullptr when it has none.
+const DriverRule* FindDriverRule(const std::string& driverName) {
+  const auto* const rule = std::ranges::find_if(
+      kDriverRules, [&](const DriverRule& each) { return driverName.find(each.name) != std::string::npos; });
+  return rule == kDriverRules.end() ? nullptr : rule;
+}
+
 /// A column of a schema rowset: its ADO name and where the ODBC result has it.
 struct SchemaColumn {
   const char* name;
@@ -157,6 +178,7 @@ class OdbcConnection final : public Connection {
   std::shared_ptr<Session> session_;  ///< shared with the record sets
   std::vector<ConnectionProperty> properties_;
   const SessionRule* rule_ = nullptr;
+  const DriverRule* driverRule_ = nullptr;
 };
 
 void OdbcConnection::Open(const std::string& connectionString) {
@@ -169,6 +191,8 @@ void OdbcConnection::Open(const std::string& connectionString) {
     const bool catalog = property.infoType == SQL_DATABASE_NAME;
     properties.push_back({property.name, catalog ? session->CurrentCatalog() : session->InfoText(property.infoType)});
   }
+  driverRule_ = FindDriverRule(session->InfoText(SQL_DRIVER_NAME));
+  if (driverRule_ != nullptr && driverRule_->formatsErrors) session->PrepareStatements();
   rule_ = FindSessionRule(properties.front().value);
   if (rule_ != nullptr) {
     if (rule_->miscountsWideCells) session->UseNarrowCells();
@@ -248,6 +272,10 @@ std::shared_ptr<RecordSet> OdbcConnection::OpenIndexes(const std::vector<Value>&
                               .table = RestrictionText(restrictions, 4),
                               .type = ""};
   if (names.table.empty()) throw Error(error_number::kGeneralFailure, "The schema of indexes needs a table name.");
+  if (driverRule_ != nullptr && names.table.size() > driverRule_->longestName) {
+    throw Error(error_number::kGeneralFailure, "The name of the table is longer than any can be: it has " +
+                                                   std::to_string(names.table.size()) + " bytes.");
+  }
   statement->Statistics(names);
   OdbcRecordSet source(std::move(statement), 0);
 

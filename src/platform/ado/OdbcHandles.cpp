@@ -141,6 +141,7 @@ struct Wide {
   static constexpr auto kGetInfo = SQLGetInfoW;
   static constexpr auto kGetConnectAttr = SQLGetConnectAttrW;
   static constexpr auto kExecDirect = SQLExecDirectW;
+  static constexpr auto kPrepare = SQLPrepareW;
   static constexpr auto kTables = SQLTablesW;
   static constexpr auto kStatistics = SQLStatisticsW;
   static constexpr auto kGetTypeInfo = SQLGetTypeInfoW;
@@ -153,6 +154,7 @@ struct Narrow {
   static constexpr auto kGetInfo = SQLGetInfo;
   static constexpr auto kGetConnectAttr = SQLGetConnectAttr;
   static constexpr auto kExecDirect = SQLExecDirect;
+  static constexpr auto kPrepare = SQLPrepare;
   static constexpr auto kTables = SQLTables;
   static constexpr auto kStatistics = SQLStatistics;
   static constexpr auto kGetTypeInfo = SQLGetTypeInfo;
@@ -365,7 +367,9 @@ Statement::Statement(std::shared_ptr<Session> session)
 void Statement::Execute(const std::string& sql) const {
   Check(WithFunctions(session_->IsWide(), [&](auto functions) {
     TextArgument<typename decltype(functions)::Unit> text(sql);
-    return functions.kExecDirect(Get(), text.Get(), SQL_NTS);
+    if (!session_->PreparesStatements()) return functions.kExecDirect(Get(), text.Get(), SQL_NTS);
+    const SQLRETURN result = functions.kPrepare(Get(), text.Get(), SQL_NTS);
+    return SQL_SUCCEEDED(result) ? SQLExecute(Get()) : result;
   }));
 }
 

@@ -73,6 +73,10 @@ class Session {
   [[nodiscard]] bool HasNarrowCells() const { return narrowCells_ || !wide_; }
   /// From here on cells come as UTF-8, whatever the functions take.
   void UseNarrowCells() { narrowCells_ = true; }
+  /// True when a statement is prepared first and executed then.
+  [[nodiscard]] bool PreparesStatements() const { return preparesStatements_; }
+  /// From here on statements are prepared first, at the price of one more message to the server.
+  void PrepareStatements() { preparesStatements_ = true; }
   /// A text that `SQLGetInfo` gives; "" when the driver does not know it.
   [[nodiscard]] std::string InfoText(SQLUSMALLINT infoType) const;
   /// The catalogue in use; "" when the driver has none.
@@ -99,6 +103,7 @@ class Session {
   Handle<SQL_HANDLE_DBC> connection_;
   bool wide_ = true;
   bool narrowCells_ = false;
+  bool preparesStatements_ = false;
   SQLUINTEGER getDataExtensions_ = 0;
 };
 

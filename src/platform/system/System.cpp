@@ -8,6 +8,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <malloc.h>
 #include <pwd.h>
 #include <sys/random.h>
 #include <sys/signalfd.h>
@@ -81,6 +82,12 @@ class ReplacementFile {
 };
 
 }  // namespace
+
+void GiveBackFreeMemory() {
+#ifdef __GLIBC__
+  malloc_trim(0);
+#endif
+}
 
 std::uint32_t CurrentProcessId() { return static_cast<std::uint32_t>(getpid()); }
 

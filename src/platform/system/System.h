@@ -32,6 +32,10 @@ namespace ods {
 /// The modification time of a file, local time; the zero date when there is no such file.
 [[nodiscard]] Date FileModificationTime(const std::string& path);
 
+/// Gives memory that the program has freed back to the system, as far as the C library can: left to itself, that keeps
+/// what one large piece of work took whenever something small that is still in use lies behind it.
+void GiveBackFreeMemory();
+
 /// Sleeps; a signal ends the sleep early.
 void SleepMilliseconds(int milliseconds);
 

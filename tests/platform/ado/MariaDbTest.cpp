@@ -156,6 +156,30 @@ TEST_F(MariaDbTest, ErrorsCarryAdosNumbersAndTheDriversTexts) {
               "Access denied");
 }
 
+TEST_F(MariaDbTest, TheTextOfAnErrorIsNeverTakenForAFormat) {
+  for (const std::string name : {"%n", "%s%s%s%s%s%s%s%s%s%s%s%s%s%s%s%s", "100 %d", "%99999999d"}) {
+    ExpectError([&] { Run("SELECT * FROM `" + name + "`"); }, Hex(0x80040E37),
+                "Table '" + database_ + "." + name + "' doesn't exist");
+  }
+}
+
+TEST_F(MariaDbTest, NoTableNameIsTooLongToAskForItsIndexes) {
+  constexpr std::size_t kLongestPossible = 256;
+  for (const std::string character : {"a", "'", "\xE2\x98\x83", "\xF0\x9F\x98\x80"}) {
+    for (const std::size_t count : {64, 65, 85, 86, 128, 192, 256, 257, 600, 100'000}) {
+      const std::string name = Repeat(character, count);
+      const auto open = [&] {
+        return connection_->OpenSchema(Schema::kIndexes, {Value(), Value(), Value(), Value(), name});
+      };
+      if (name.size() > kLongestPossible) {
+        ExpectError(open, error_number::kGeneralFailure, "longer than any can be");
+      } else {
+        EXPECT_TRUE(open()->AtEnd()) << name;
+      }
+    }
+  }
+}
+
 TEST_F(MariaDbTest, SchemaRowsets) {
   Run("CREATE TABLE `50%_\xC3\xA4` (a int PRIMARY KEY, b int, c int, INDEX by_cb (c, b))");
   Run("CREATE TABLE `50%x\xC3\xA4` (a int)");

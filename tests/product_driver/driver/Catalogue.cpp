@@ -129,7 +129,9 @@ std::unique_ptr<Rows> ListTables(const Connection& connection, const CatalogueNa
            "AND name<>" +
            SqliteText(kExpressionTypes))) {
     const std::string& stored = TextIn(row[0]);
-    if (stored.ends_with(kData)) continue;
+    // A table of another database, database.schema.table, can be read but is not listed.
+    const bool isElsewhere = product.hasSchemas && std::ranges::count(stored, '.') > 1;
+    if (stored.ends_with(kData) || isElsewhere) continue;
     const TableName name = SplitName(product, stored);
     const bool isView = NumberIn(row[1]) != 0 && !HasTable(connection, stored + std::string(kData));
     const std::string type = TableTypeOf(product, name.name, isView);

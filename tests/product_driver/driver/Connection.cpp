@@ -47,6 +47,7 @@ void Connection::Open(std::string_view connectionString) {
   dbmsName_ = settings.Text("Product");
   defaultDatabase_ = settings.Text("DefaultDatabase");
   statementFile_ = settings.Text("StatementFile");
+  showMaxRows_ = settings.Number("ShowMaxRows") != 0;
   product_ = &ProductOf(dbmsName_, defaultDatabase_);
   decimalScale_ = settings.Number("ScaleDecimals") != 0 ? kDecimalScale : 1;
   backslashes_ = product_->hasBackslashes;
@@ -68,9 +69,9 @@ Database& Connection::File() const {
   return *database_;
 }
 
-std::unique_ptr<Rows> Connection::Execute(const std::string& sql) {
+std::unique_ptr<Rows> Connection::Execute(const std::string& sql, SQLULEN maxRows) {
   Database& database = File();
-  LogStatement(sql);
+  LogStatement(sql, maxRows);
   MeetFailures();
   if (RunSet(sql)) return nullptr;
   Translation translation = Translate(
@@ -80,9 +81,10 @@ std::unique_ptr<Rows> Connection::Execute(const std::string& sql) {
   return database.Select(translation.sql, decimalScale_);
 }
 
-void Connection::LogStatement(const std::string& sql) const {
+void Connection::LogStatement(const std::string& sql, SQLULEN maxRows) const {
   if (statementFile_.empty()) return;
   std::ofstream file(statementFile_, std::ios::binary | std::ios::app);
+  if (showMaxRows_ && maxRows > 0) file << "-- max rows " << maxRows << '\n';
   file << ReplaceAll(sql, "\n", "\\n") << '\n';
   if (!file.flush()) throw DriverError(sql_state::kGeneral, "Cannot write to the file '" + statementFile_ + "'.");
 }

@@ -22,7 +22,8 @@ class Connection final : public Handle {
   [[nodiscard]] bool IsOpen() const { return database_ != nullptr; }
 
   /// Runs a statement of the product; no rows for one that gives none. Raises what the product would.
-  [[nodiscard]] std::unique_ptr<Rows> Execute(const std::string& sql);
+  /// @param maxRows how many rows it may give, for the file of statements; 0 for any number
+  [[nodiscard]] std::unique_ptr<Rows> Execute(const std::string& sql, SQLULEN maxRows);
 
   /// The database file. Raises 08003 when the connection is closed and 08S01 when it is lost.
   [[nodiscard]] Database& File() const;
@@ -34,7 +35,7 @@ class Connection final : public Handle {
   [[nodiscard]] std::int64_t FailingRow() const { return failFetch_; }
 
  private:
-  void LogStatement(const std::string& sql) const;
+  void LogStatement(const std::string& sql, SQLULEN maxRows) const;
   /// What the connection string wants to happen with the next statement.
   void MeetFailures();
   [[nodiscard]] bool RunSet(const std::string& sql);
@@ -43,6 +44,7 @@ class Connection final : public Handle {
   std::string dbmsName_;
   std::string defaultDatabase_;
   std::string statementFile_;
+  bool showMaxRows_ = false;
   std::unique_ptr<Database> database_;
   double decimalScale_ = 1;
   bool backslashes_ = false;

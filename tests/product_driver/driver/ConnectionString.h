@@ -5,6 +5,7 @@
 //   DefaultDatabase=<name>   the current catalogue; none without it
 //   ScaleDecimals=1          exact numbers come multiplied by 100,000
 //   StatementFile=<file>     every statement that comes is appended to this file as it came, one a line
+//   ShowMaxRows=1            before a statement that may give n rows at most stands the line "-- max rows n"
 //   FailConnect=1            connecting fails
 //   FailStatement=<n>        the statement of this number, counted from 1 since connecting, fails
 //   FailFetch=<n>            fetching the row of this number of any statement fails

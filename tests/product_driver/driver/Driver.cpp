@@ -250,7 +250,7 @@ ODS_ENTRY SQLNativeSqlW(SQLHDBC connection, SQLWCHAR* text, SQLINTEGER length, S
 ODS_ENTRY SQLExecDirectW(SQLHSTMT statement, SQLWCHAR* text, SQLINTEGER length) {
   return Call<Statement>(statement, [&](Statement& object) {
     object.CloseCursor();
-    object.SetRows(object.Owner().Execute(ToUtf8(text, length)), false);
+    object.SetRows(object.Owner().Execute(ToUtf8(text, length), object.Attribute(SQL_ATTR_MAX_ROWS)), false);
     return SQL_SUCCESS;
   });
 }

@@ -10,6 +10,7 @@ CREATE TABLE "dbo.Log" ("Entry_No" int NOT NULL, "Posted" date NOT NULL, "Text" 
 CREATE TABLE "sales.Order]s" ("No" int NOT NULL, "Line" int NOT NULL, "Item" nvarchar(20) NOT NULL, PRIMARY KEY ("No", "Line"));
 CREATE TABLE "sales.Line" ("No" int NOT NULL, "Line" int NOT NULL, "Item" nvarchar(20) NOT NULL, PRIMARY KEY ("No", "Line"));
 CREATE INDEX "CX_Item" ON "sales.Line" ("Item");
+CREATE TABLE "archive.dbo.Customer" ("No" int NOT NULL, "Left_On" date);
 CREATE TABLE "sys.trace_events" ("No" int NOT NULL);
 CREATE TABLE "dbo.$ndo$dbproperty" ("databaseversionno" int NOT NULL);
 CREATE VIEW "dbo.OpenCustomer" AS SELECT "No", "Name" FROM "dbo.Customer" WHERE "Blocked"=0;

@@ -1,1 +1,2 @@
+-- max rows 1
 SELECT * FROM `Customer$` WHERE (1=2)

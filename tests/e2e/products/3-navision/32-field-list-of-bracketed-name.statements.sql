@@ -1,0 +1,2 @@
+-- max rows 1
+SELECT * FROM "[dbo].[Customer]" WHERE (1=2)

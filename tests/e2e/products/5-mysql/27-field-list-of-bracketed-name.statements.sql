@@ -1,0 +1,1 @@
+SELECT * FROM `[dbo].[Customer]` WHERE (1=2) LIMIT 1
