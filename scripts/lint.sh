@@ -6,7 +6,7 @@ set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
 (($# == 0)) || die "takes no arguments"
-install_packages "${BUILD_PACKAGES[@]}" "${LINT_PACKAGES[@]}"
+install_packages "${BUILD_PACKAGES[@]}" "${UI_PACKAGES[@]}" "${LINT_PACKAGES[@]}"
 cd -- "$ODS_ROOT"
 status=0
 

@@ -32,7 +32,7 @@ while (($#)); do
   shift
 done
 
-packages=("${BUILD_PACKAGES[@]}" "${SQLITE_PACKAGES[@]}" "${TEST_PACKAGES[@]}")
+packages=("${BUILD_PACKAGES[@]}" "${UI_PACKAGES[@]}" "${SQLITE_PACKAGES[@]}" "${TEST_PACKAGES[@]}" "${DESKTOP_PACKAGES[@]}")
 ((fuzz == 0)) || packages+=("${FUZZ_PACKAGES[@]}")
 ((lint == 0)) || packages+=("${LINT_PACKAGES[@]}")
 install_packages "${packages[@]}"
