@@ -15,7 +15,7 @@ namespace {
 
 constexpr double kTwipsPerInch = 1440;
 constexpr int kMaxTwips = 100 * static_cast<int>(kTwipsPerInch);
-constexpr int kRefreshMilliseconds = 60;
+constexpr int kRefreshMilliseconds = 100;
 
 /// The list leaves this much of the window's inner size free: a margin on three sides, the buttons below.
 constexpr int kFreeWidth = 240;
