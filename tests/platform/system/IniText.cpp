@@ -65,6 +65,10 @@ TEST(IniText, TheFirstOfValuesOfOneNameCounts) {
   EXPECT_THAT(Entries("[One]\nDriver=first\ndriver=second\n", "One"), ElementsAre("Driver=first"));
 }
 
+TEST(IniText, ValuesOfOneNameInTwoSectionsBothCount) {
+  EXPECT_THAT(Entries("[One]\nA=1\n[Two]\nA=2\n", "Two"), ElementsAre("A=2"));
+}
+
 TEST(IniText, ASectionWithoutAClosingBracketOrWithMoreBehindItCounts) {
   EXPECT_THAT(SectionNames("[One\nA=1\n[Two] rest\n[]\nB=1\n"), ElementsAre("One", "Two"));
 }
