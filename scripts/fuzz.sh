@@ -38,8 +38,11 @@ end_all() {
   done
   rm --recursive --force -- "$TMPDIR"
 }
-# The files of the fuzzers; what a broken one leaves behind goes too.
-TMPDIR=$(mktemp --directory -- "${TMPDIR:-/tmp}/ods-fuzz.XXXXXX")
+# The files of the fuzzers, in memory where there is such a folder: they are written for every input. What a broken one
+# leaves behind goes too.
+files=/dev/shm
+[[ -d $files && -w $files ]] || files=${TMPDIR:-/tmp}
+TMPDIR=$(mktemp --directory -- "$files/ods-fuzz.XXXXXX")
 export TMPDIR
 trap end_all EXIT
 trap 'exit 130' INT
