@@ -62,9 +62,9 @@ class ServerView {
   /// The server ends after the request in hand.
   virtual void ClearRunFlag() = 0;
   /// True once somebody outside asked the server to stop: no box may hold it up then.
-  [[nodiscard]] virtual bool StopRequested() const { return false; }
+  [[nodiscard]] virtual bool StopRequested() const = 0;
   /// True when nobody is there to answer a box: the server shows none on its own.
-  [[nodiscard]] virtual bool Unattended() const { return false; }
+  [[nodiscard]] virtual bool Unattended() const = 0;
 
   [[nodiscard]] virtual OperatorSettings GetSettings() const = 0;
   /// Takes the settings over: the next round of the loop reconnects with them, under a new id of the data session.

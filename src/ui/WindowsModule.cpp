@@ -16,7 +16,7 @@ namespace {
 std::string FindModule(const std::string& programFolder) {
   const std::string libraryFolder = JoinPath(programFolder, "../lib/odbc-data-server");
   for (const std::string& folder : {programFolder, libraryFolder}) {
-    const std::string path = JoinPath(folder, kWindowsModule);
+    std::string path = JoinPath(folder, kWindowsModule);
     std::error_code ignored;
     if (std::filesystem::exists(path, ignored)) return path;
   }
