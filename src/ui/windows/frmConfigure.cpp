@@ -232,7 +232,8 @@ void frmConfigure::Form_Load() {
   chkDebug.setChecked(settings.DebugMode);
   if (const auto notice = RefreshDatasources()) {
     // A box runs events until it is closed: the dialog has to be there first.
-    QTimer::singleShot(0, this, [this, notice] { Show(*notice); });
+    QMetaObject::invokeMethod(
+        this, [this, notice] { Show(*notice); }, Qt::QueuedConnection);
   }
   Timer1.start();
 }

@@ -14,6 +14,7 @@
 
 #include "common/Error.h"
 #include "platform/ado/Ado.h"
+#include "platform/system/System.h"
 #include "support/OdbcFolder.h"
 #include "ui/windows/Boxes.h"
 #include "ui/windows/FakeServerView.h"
@@ -89,6 +90,7 @@ class FrmConfigure : public ::testing::Test {
   void Tick() const { ASSERT_TRUE(QMetaObject::invokeMethod(&Timer(), "timeout")); }
   [[nodiscard]] std::vector<std::string> List() const {
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(DataSources().count()));
     for (int i = 0; i < DataSources().count(); ++i) names.push_back(DataSources().itemText(i).toStdString());
     return names;
   }
@@ -98,7 +100,7 @@ class FrmConfigure : public ::testing::Test {
     QTest::keyClicks(&field, text);
   }
   /// Registers a connection that `open` opens.
-  void RegisterConnection(std::function<void(FakeConnection&)> open) {
+  void RegisterConnection(const std::function<void(FakeConnection&)>& open) {
     components_.Register("ADODB.Connection", [this, open]() -> std::shared_ptr<Object> {
       auto connection = std::make_shared<FakeConnection>(open);
       connection_ = connection;
@@ -465,8 +467,8 @@ TEST_F(FrmConfigure, NewStartsTheAdministratorAndDoesNotWaitForIt) {
   const test::TemporaryFolder programs;
   const std::string file = programs.Path() + "/started";
   test::WriteProgram(programs.Path() + "/ODBCManageDataSourcesQ4", test::StayingScript(file));
-  const std::string usual = std::getenv("PATH");
-  const test::EnvironmentValue path("PATH", programs.Path() + ":" + usual);
+  // The script's own programs are found behind it.
+  const test::EnvironmentValue path("PATH", programs.Path() + ":" + EnvironmentVariable("PATH"));
   Open();
   Boxes boxes;
   Click(*dialog_, "cmdNewSource");
