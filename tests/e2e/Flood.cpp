@@ -510,6 +510,8 @@ struct FloodCase {
   std::string name;
   const char* variable;  ///< environment variable that must be set; nullptr for none
   std::function<std::unique_ptr<Target>(const ServerFolders&)> make;
+
+  friend void PrintTo(const FloodCase& flood, std::ostream* out) { *out << flood.name; }
 };
 
 class Flood : public ::testing::TestWithParam<FloodCase> {

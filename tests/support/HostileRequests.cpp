@@ -53,16 +53,11 @@ class Dice {
 // The lists stand in lines, not one text a line.
 // clang-format off
 
-/// Texts that end or hide a part of a statement in some product, or are a statement themselves. "{t}" stands for the
-/// name of a table that is there, "{c}" for one of its columns.
+/// Texts that end or hide a part of a statement in some product. "{t}" stands for the name of a table that is there, "{c}"
+/// for one of its columns.
 constexpr std::string_view kInjections[] = {
-    "'; DROP TABLE {t}; --", "'; DELETE FROM {t}; --", "'; UPDATE {t} SET {c}=NULL; --", "\"; DROP TABLE {t}; --",
-    "`; DELETE FROM {t}; #", "]; DROP TABLE {t}; --", "\\'; DELETE FROM {t}; --", "\\\\'; DROP TABLE {t}; #",
-    "0; DELETE FROM {t}", "1); DROP TABLE {t}; --", "') OR 1=1; DELETE FROM {t} --", "'||(DELETE FROM {t})||'",
-    "'; INSERT INTO {t} SELECT * FROM {t}; --", "'; CREATE TABLE flooded (a INTEGER); --",
-    "'; ALTER TABLE {t} ADD flooded INTEGER; --", "'; COPY {t} TO 'flooded.txt'; --",
-    "' INTO OUTFILE 'flooded.txt' -- ", "'; ATTACH 'flooded.db' AS flooded; --", "{t} WHERE 1=1; DROP TABLE {t}",
-    "{c}=1); DELETE FROM {t}; --", "{c}\" = 1; DELETE FROM {t}; --", "' UNION SELECT {c} FROM {t} --",
+    "') OR 1=1; DELETE FROM {t} --", "'||(DELETE FROM {t})||'", "' INTO OUTFILE 'flooded.txt' -- ",
+    "{t} WHERE 1=1; DROP TABLE {t}", "' UNION SELECT {c} FROM {t} --",
     "' OR '1'='1", "' OR 1=1 --", "\\' OR 1=1 -- ", "\\", "'", "''", "'''", "\"", "\"\"", "`", "]", "[", "]]", "].[",
     ";", "--", "-- comment", "/*", "*/", "/* comment */", "*/ OR 1=1 /*", "/*! DELETE FROM {t} */", "#",
     "{d '2000-01-01'}", "{d '2000-01-01'", "{fn USER()}", "{call x}", "{pred SetFlowFilter, 'a', 'b', 'c'}",
@@ -73,6 +68,14 @@ constexpr std::string_view kInjections[] = {
     "$$$$FIELDLIST_MACRO$$$$", "KORVANTASUBQUERYNAME", "../../../etc/passwd", "/dev/zero", "%s%n%s%n",
     "concat('a','b')", "'] | //* | //*['", "<XML/>", "]]>", "&amp;", "&lt;!ENTITY", "true", "desc", "DESC",
     "gotonext ", "GOTOFIRST", "\t", " ", "\n", "\r\n", "a\nb"};
+
+/// What ends a literal or a name, the statements that would come behind it, and what hides the rest.
+constexpr std::string_view kOpeners[] = {"'", "'", "'", "'", "'", "\"", "\"", "`", "]", "\\'", "\\\\'", ""};
+constexpr std::string_view kStatements[] = {
+    "DROP TABLE {t}", "DELETE FROM {t}", "DELETE FROM {t}", "UPDATE {t} SET {c}=NULL",
+    "INSERT INTO {t} SELECT * FROM {t}", "CREATE TABLE flooded (a INTEGER)", "ALTER TABLE {t} ADD flooded INTEGER",
+    "COPY {t} TO 'flooded.txt'", "ATTACH 'flooded.db' AS flooded"};
+constexpr std::string_view kClosers[] = {"; --", "; --", " --", "-- ", "; #", "; /*"};
 
 /// Numbers at and beyond the ends of every type, and what only looks like a number.
 constexpr std::string_view kNumbers[] = {
@@ -149,6 +152,8 @@ class Draft {
 
   // Texts.
   using TextMaker = std::string (Draft::*)();
+  std::string Aimed(std::string_view text);
+  std::string Stacked();
   std::string Injection();
   std::string Number() { return std::string(dice_.Pick(kNumbers)); }
   std::string Moment() { return std::string(dice_.Pick(kMoments)); }
@@ -191,6 +196,7 @@ class Draft {
 
   // Documents.
   std::string Document();
+  std::string Attack();
   std::string Broken(std::string document);
   std::string Dressed(const std::string& document);
   std::string Nested(std::size_t depth);
@@ -211,12 +217,22 @@ class Draft {
 
 // ---- texts ----
 
-std::string Draft::Injection() {
-  const std::string& identifier = table_.identifier;
-  const std::string name = identifier.substr(identifier.find(']') + 1);
-  const std::string text = ReplaceAll(dice_.Pick(kInjections), "{t}", name);
-  return ReplaceAll(text, "{c}", dice_.Pick(table_.columns));
+/// `text` with names of this database in it.
+std::string Draft::Aimed(std::string_view text) {
+  const std::string& identifier = dice_.Pick(tables_).identifier;
+  const std::string aimed = ReplaceAll(text, "{t}", identifier.substr(identifier.find(']') + 1));
+  return ReplaceAll(aimed, "{c}", dice_.Pick(table_.columns));
 }
+
+/// A statement behind the end of the server's own.
+std::string Draft::Stacked() {
+  // A filter of the server stands in three parentheses, a position in one, a search in five.
+  constexpr std::size_t kParentheses[] = {0, 1, 2, 3, 3, 3, 4, 5};
+  return Aimed(Joined({std::string(dice_.Pick(kOpeners)), std::string(dice_.Pick(kParentheses), ')'), "; ",
+                       std::string(dice_.Pick(kStatements)), std::string(dice_.Pick(kClosers))}));
+}
+
+std::string Draft::Injection() { return dice_.OneIn(3) ? Stacked() : Aimed(dice_.Pick(kInjections)); }
 
 std::string Draft::Characters() {
   std::string text;
@@ -231,7 +247,8 @@ std::string Draft::BrokenBytes() {
 }
 
 std::string Draft::LongText() {
-  constexpr std::string_view kPieces[] = {"A", "'", "\"", "\\", "%", "[", "]", "{", "\xC3\x98", "<", "&", "0", "\\41"};
+  constexpr std::string_view kPieces[] = {"A",        "'", "\"", "\\", "%",    "[",  "]",  "{",
+                                          "\xC3\x98", "<", "&",  "0",  "\\41", "%s", "%n", "\xF0\x9F\x98\x80"};
   constexpr std::size_t kLengths[] = {129, 256, 1000, 1001, 4097, 8192};
   std::size_t length = dice_.Pick(kLengths);
   if (dice_.OneIn(40)) length *= 16;
@@ -561,6 +578,60 @@ std::string Draft::Document() {
   return Tagged("XML", Disturbed(std::move(elements)));
 }
 
+/// A plain request but for one value, which carries a statement.
+std::string Draft::Attack() {
+  const std::string attack = Stacked();
+  const std::string shown = EscapeXml(attack);
+  const std::string column = EscapeXml(dice_.Pick(table_.columns));
+  std::string table = table_.identifier;
+  std::string field = column;
+  std::string more;
+  const auto condition = [](const std::string& fieldId, std::string_view op, const std::string& value) {
+    return Tagged("Filter",
+                  Tagged("Condition", Tagged("FieldId", fieldId) + Tagged("FilterOp", op) + Tagged("Filter", value)));
+  };
+  const auto search = [&](const std::string& text, const std::string& pattern) {
+    return Tagged("SearchString", text) +
+           Tagged("SearchFields", Tagged("Field", Tagged("Id", column) + Tagged("SearchString", pattern)));
+  };
+  switch (dice_.Below(12)) {
+    case 0:
+    case 1:
+    case 2:
+      more = condition(column, dice_.Pick(kOperators), shown);
+      break;
+    case 3:
+      more = condition(shown, "eq", "1");
+      break;
+    case 4:
+      more = search(shown, "%{0}%");
+      break;
+    case 5:
+      more = search("a", shown);
+      break;
+    case 6:
+      more = Tagged("SortColumn", shown);
+      break;
+    case 7:
+      more = Tagged("Key", KeyToText({attack}));
+      break;
+    case 8:
+      field = shown;
+      break;
+    case 9:
+      table += attack;
+      break;
+    default: {
+      Dictionary position;
+      for (const std::string& key : TextToKey(table_.primaryKey)) position.Set(key, attack);
+      more = "<Navigate>gotonext</Navigate>" + Tagged("LastPos", BytesToHex(position.marshalldictionary()));
+    }
+  }
+  return Tagged("XML", "<Type>TableData</Type><PageSize>5</PageSize>" + Tagged("TableId", EscapeXml(table)) +
+                           Tagged("PrimaryKey", table_.primaryKey) + more +
+                           Tagged("Fields", Tagged("Field", Tagged("Id", field))));
+}
+
 /// A document that something happened to on its way.
 std::string Draft::Broken(std::string document) {
   for (std::size_t rounds = dice_.Between(1, 4); rounds > 0; --rounds) {
@@ -701,18 +772,21 @@ std::string Draft::Giant() {
       Joined({"<Type>TableData</Type><PageSize>2</PageSize>", Tagged("TableId", EscapeXml(table_.identifier)),
               Tagged("PrimaryKey", table_.primaryKey), Tagged("Fields", Tagged("Field", Tagged("Id", field)))});
   const std::string name = table_.identifier.substr(table_.identifier.find(']') + 1);
-  switch (dice_.Below(6)) {
+  switch (dice_.Below(7)) {
     case 0:
       return Tagged("XML", start + Repeated("<b/>", size / 4));
     case 1:
       return Tagged("XML", start + Tagged("LastPos", Repeated("0F", size / 2)) + "<Navigate>gotonext</Navigate>");
     case 2:
-      return Tagged("XML",
-                    "<Type>FieldList</Type>" + Tagged("TableId", "[" + std::string(size, 'x') + "]" + EscapeXml(name)));
+      return Tagged("XML", Joined({Element("Type", std::string(dice_.Pick(kTypes))),
+                                   Tagged("TableId", "[" + std::string(size, 'x') + "]" + EscapeXml(name))}));
     case 3:
       return Tagged("XML", "<Type>Authorize</Type>" + Tagged("UserId", std::string(size, '\'')));
     case 4:
       return Tagged("XML", Tagged("Type", std::string(size, 'T')));
+    case 5:
+      return Tagged("XML", Joined({Element("Type", std::string(dice_.Pick(kTypes))),
+                                   Tagged("TableId", "[TABLE]" + std::string(size, 't'))}));
     default:
       return Tagged("XML",
                     start + Tagged("Filter", Tagged("Condition", Tagged("FieldId", field) +
@@ -723,6 +797,7 @@ std::string Draft::Giant() {
 std::string Draft::Make() {
   if (dice_.OneIn(1000)) return Giant();
   if (dice_.OneIn(25)) return Absurd();
+  if (dice_.OneIn(6)) return Attack();
   const std::string document = Document();
   if (spoiled_ > 0 && dice_.OneIn(12)) return Broken(document);
   return dice_.OneIn(20) ? Dressed(document) : document;
