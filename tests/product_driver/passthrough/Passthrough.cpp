@@ -77,6 +77,8 @@ HAND_ON(SQLNativeSqlW,
         (SQLHDBC handle, SQLWCHAR* text, SQLINTEGER length, SQLWCHAR* buffer, SQLINTEGER size, SQLINTEGER* given),
         (handle, text, length, buffer, size, given))
 HAND_ON(SQLExecDirectW, (SQLHSTMT handle, SQLWCHAR* text, SQLINTEGER length), (handle, text, length))
+HAND_ON(SQLPrepareW, (SQLHSTMT handle, SQLWCHAR* text, SQLINTEGER length), (handle, text, length))
+HAND_ON(SQLExecute, (SQLHSTMT handle), (handle))
 HAND_ON(SQLTablesW,
         (SQLHSTMT handle, SQLWCHAR* catalogue, SQLSMALLINT catalogueLength, SQLWCHAR* schema, SQLSMALLINT schemaLength,
          SQLWCHAR* table, SQLSMALLINT tableLength, SQLWCHAR* types, SQLSMALLINT typesLength),
