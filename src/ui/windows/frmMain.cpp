@@ -18,7 +18,6 @@ namespace {
 constexpr int kTickMilliseconds = 200;
 constexpr int kPictureSize = 48;
 constexpr double kTitleScale = 1.3;
-constexpr const char* kDebugMutex = "DS_DEBUG";
 
 /// Controls are written only when their text changes: everything else would flicker.
 template <typename Control>
@@ -59,12 +58,12 @@ void MakeTitle(QLabel& label) {
 
 }  // namespace
 
-frmMain::frmMain(ServerView& server, MainWindowActions actions, Clock clock, bool isDevelopmentBuild)
+frmMain::frmMain(ServerView& server, MainWindowActions actions, Clock clock, const std::string& debugMutex)
     : server_(server), actions_(std::move(actions)), clock_(std::move(clock)) {
   MakeControls();
   MakeMenu();
   Arrange();
-  Form_Load(isDevelopmentBuild);
+  Form_Load(debugMutex);
 }
 
 void frmMain::MakeControls() {
@@ -135,11 +134,11 @@ void frmMain::Arrange() {
                  Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
 }
 
-void frmMain::Form_Load(bool isDevelopmentBuild) {
+void frmMain::Form_Load(const std::string& debugMutex) {
   SetTabOrder(*this);
   SetTextIfOther(lblProductName, server_.ApplicationTitle());
   SetTextIfOther(lblVersion, "Version " + server_.Version());
-  if (isDevelopmentBuild && !MutexExists(kDebugMutex)) debugMutex_ = std::make_unique<NamedMutex>(kDebugMutex);
+  if (!debugMutex.empty() && !MutexExists(debugMutex)) debugMutex_ = std::make_unique<NamedMutex>(debugMutex);
   timerGUI.start();
 }
 

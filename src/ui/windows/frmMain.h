@@ -14,6 +14,7 @@
 #include <QVBoxLayout>
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "common/Value.h"
 #include "platform/system/NamedMutex.h"
@@ -23,11 +24,12 @@
 
 namespace ods {
 
-/// True in a build for development. Its main window announces a debug session to other programs.
+/// The mutex by which the main window of a build for development announces a debug session to other programs; none in a
+/// release build.
 #ifdef NDEBUG
-inline constexpr bool kIsDevelopmentBuild = false;
+inline constexpr const char* kDebugMutex = "";
 #else
-inline constexpr bool kIsDevelopmentBuild = true;
+inline constexpr const char* kDebugMutex = "DS_DEBUG";
 #endif
 
 /// What the main window asks of the other windows.
@@ -42,10 +44,10 @@ class frmMain final : public QMainWindow {
  public:
   using Clock = std::function<Date()>;
 
-  /// `server` outlives the window. `clock` gives the local time. In a development build the window holds the mutex
-  /// "DS_DEBUG" until it is closed, unless somebody else does.
+  /// `server` outlives the window. `clock` gives the local time. The window holds the mutex of the name `debugMutex`,
+  /// "" for none, until it is closed, unless somebody else does.
   frmMain(ServerView& server, MainWindowActions actions, Clock clock = LocalNow,
-          bool isDevelopmentBuild = kIsDevelopmentBuild);
+          const std::string& debugMutex = kDebugMutex);
 
  protected:
   void closeEvent(QCloseEvent* event) override;
@@ -54,7 +56,7 @@ class frmMain final : public QMainWindow {
   void MakeControls();
   void MakeMenu();
   void Arrange();
-  void Form_Load(bool isDevelopmentBuild);
+  void Form_Load(const std::string& debugMutex);
   void Form_Unload();
   void GUIUpdate();
 

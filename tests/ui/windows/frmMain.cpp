@@ -38,7 +38,7 @@ class EventCounter final : public QObject {
 class MainWindowTest : public testing::Test {
  protected:
   /// A window as it is after its load.
-  frmMain& Load(bool isDevelopmentBuild = false) {
+  frmMain& Load(const std::string& debugMutex = "") {
     window_ = std::make_unique<frmMain>(
         server_,
         MainWindowActions{.showOptions = [this] { calls_.emplace_back("options"); },
@@ -48,7 +48,7 @@ class MainWindowTest : public testing::Test {
           if (onClock_) onClock_();
           return now_;
         },
-        isDevelopmentBuild);
+        debugMutex);
     return *window_;
   }
   void Tick() { QMetaObject::invokeMethod(&Timer(), "timeout", Qt::DirectConnection); }
@@ -64,6 +64,7 @@ class MainWindowTest : public testing::Test {
     EXPECT_THAT(calls_, ElementsAre("unload others"));
   }
 
+  const std::string mutex_ = "ods-test-" + std::to_string(CurrentProcessId()) + "-debug";
   test::FakeServerView server_;
   Date now_ = server_.startTime;
   std::function<void()> onClock_;
@@ -310,24 +311,26 @@ TEST_F(MainWindowTest, AboutDoesNothing) {
 
 // The debug session
 
-TEST_F(MainWindowTest, ADevelopmentBuildAnnouncesItsSessionUntilItIsClosed) {
-  ASSERT_FALSE(MutexExists("DS_DEBUG"));
-  test::Show(Load(true));
-  EXPECT_TRUE(MutexExists("DS_DEBUG"));
+TEST_F(MainWindowTest, ADebugSessionIsAnnouncedUntilTheWindowIsClosed) {
+  test::Show(Load(mutex_));
+  EXPECT_TRUE(MutexExists(mutex_));
   window_->close();
-  EXPECT_FALSE(MutexExists("DS_DEBUG"));
+  EXPECT_FALSE(MutexExists(mutex_));
 }
 
-TEST_F(MainWindowTest, ADevelopmentBuildLeavesTheAnnouncementOfAnotherAlone) {
-  auto other = std::make_unique<NamedMutex>("DS_DEBUG");
-  Load(true);
+TEST_F(MainWindowTest, ASessionThatAnotherAnnouncedIsNotAnnouncedAgain) {
+  auto other = std::make_unique<NamedMutex>(mutex_);
+  Load(mutex_);
   other.reset();
-  EXPECT_FALSE(MutexExists("DS_DEBUG"));
+  EXPECT_FALSE(MutexExists(mutex_));
 }
 
-TEST_F(MainWindowTest, AReleaseBuildAnnouncesNothing) {
-  Load(false);
-  EXPECT_FALSE(MutexExists("DS_DEBUG"));
+TEST_F(MainWindowTest, OnlyADevelopmentBuildAnnouncesItsSession) {
+#ifdef NDEBUG
+  EXPECT_EQ(std::string(kDebugMutex), "");
+#else
+  EXPECT_EQ(std::string(kDebugMutex), "DS_DEBUG");
+#endif
 }
 
 }  // namespace
