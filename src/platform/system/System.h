@@ -58,6 +58,10 @@ void WriteFileAtomically(const std::string& path, std::string_view text);
 /// when the owner cannot be kept.
 void ReplaceFile(const std::string& path, std::string_view text, unsigned newFileMode);
 
+/// Lets SIGTERM and SIGINT through again, which `StopSignals` holds back: for the process of another program, before that
+/// begins. Async-signal-safe.
+void LetStopSignalsThrough();
+
 /// Watches for a stop from outside: SIGTERM and SIGINT are held back and seen here. One per process.
 class StopSignals {
  public:

@@ -12,6 +12,7 @@
 #include "common/Value.h"
 #include "platform/system/OdbcFiles.h"
 #include "platform/system/Registry.h"
+#include "platform/system/System.h"
 
 namespace ods {
 
@@ -29,7 +30,12 @@ constexpr const char* kUserFileKey = "HKEY_CURRENT_USER\\Software\\ODBC\\ODBC.IN
 bool Start(const Administrator& administrator) {
   QStringList arguments;
   for (const std::string& argument : administrator.arguments) arguments << QString::fromStdString(argument);
-  return QProcess::startDetached(QString::fromStdString(administrator.program), arguments, QDir::currentPath());
+  QProcess process;
+  process.setProgram(QString::fromStdString(administrator.program));
+  process.setArguments(arguments);
+  process.setWorkingDirectory(QDir::currentPath());
+  process.setChildProcessModifier(LetStopSignalsThrough);
+  return process.startDetached();
 }
 
 }  // namespace

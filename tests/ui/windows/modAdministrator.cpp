@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <vector>
 
+#include "platform/system/System.h"
 #include "support/OdbcFolder.h"
 #include "ui/windows/Programs.h"
 
@@ -76,6 +77,15 @@ TEST_F(ModAdministrator, StartsItWithoutWaitingAndLeavesNoChildBehind) {
   errno = 0;
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
   EXPECT_EQ(errno, ECHILD) << "it is nobody's child here";
+}
+
+TEST_F(ModAdministrator, WhatItStartsTakesTheSignalsThatTheServerHoldsBack) {
+  const StopSignals heldBack;
+  const std::string file = InPrograms("started");
+  WriteProgram(InPrograms("ODBCManageDataSourcesQ4"),
+               "grep ^SigBlk: /proc/self/status > '" + file + ".new'\nmv '" + file + ".new' '" + file + "'\n");
+  EXPECT_TRUE(StartAdministrator(programs_.Path()));
+  EXPECT_EQ(WaitForFile(file), "SigBlk:\t0000000000000000\n");
 }
 
 TEST_F(ModAdministrator, WhatCannotBeStartedGivesWayToTheNext) {
