@@ -81,14 +81,6 @@ class ReplacementFile {
   FileHandle handle_;
 };
 
-sigset_t StopSignalSet() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGTERM);
-  sigaddset(&signals, SIGINT);
-  return signals;
-}
-
 }  // namespace
 
 void GiveBackFreeMemory() {
@@ -219,19 +211,17 @@ void ReplaceFile(const std::string& path, std::string_view text, unsigned newFil
 }
 
 struct StopSignals::Implementation {
-  sigset_t watched = StopSignalSet();
+  sigset_t watched{};
   sigset_t before{};
   FileHandle signals;
   bool requested = false;
 };
 
-void LetStopSignalsThrough() {
-  const sigset_t signals = StopSignalSet();
-  pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-}
-
 StopSignals::StopSignals() : implementation_(std::make_unique<Implementation>()) {
   Implementation& state = *implementation_;
+  sigemptyset(&state.watched);
+  sigaddset(&state.watched, SIGTERM);
+  sigaddset(&state.watched, SIGINT);
   state.signals = FileHandle(signalfd(-1, &state.watched, SFD_NONBLOCK | SFD_CLOEXEC));
   if (!state.signals) RaiseSystemError("Unable to watch for stop signals", errno);
   pthread_sigmask(SIG_BLOCK, &state.watched, &state.before);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/Value.h"
 
@@ -58,9 +59,9 @@ void WriteFileAtomically(const std::string& path, std::string_view text);
 /// when the owner cannot be kept.
 void ReplaceFile(const std::string& path, std::string_view text, unsigned newFileMode);
 
-/// Lets SIGTERM and SIGINT through again, which `StopSignals` holds back: for the process of another program, before that
-/// begins. Async-signal-safe.
-void LetStopSignalsThrough();
+/// Starts another program, on its own: it is nobody's child here, has a session of its own, and takes all signals
+/// again, also those that `StopSignals` holds back. False when it cannot be executed.
+[[nodiscard]] bool StartProgram(const std::string& path, const std::vector<std::string>& arguments);
 
 /// Watches for a stop from outside: SIGTERM and SIGINT are held back and seen here. One per process.
 class StopSignals {

@@ -1,7 +1,6 @@
 #include "ui/windows/modAdministrator.h"
 
 #include <QDir>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QString>
 #include <QStringList>
@@ -27,17 +26,6 @@ constexpr auto kManagers =
 constexpr const char* kOpener = "xdg-open";
 constexpr const char* kUserFileKey = "HKEY_CURRENT_USER\\Software\\ODBC\\ODBC.INI\\";
 
-bool Start(const Administrator& administrator) {
-  QStringList arguments;
-  for (const std::string& argument : administrator.arguments) arguments << QString::fromStdString(argument);
-  QProcess process;
-  process.setProgram(QString::fromStdString(administrator.program));
-  process.setArguments(arguments);
-  process.setWorkingDirectory(QDir::currentPath());
-  process.setChildProcessModifier(LetStopSignalsThrough);
-  return process.startDetached();
-}
-
 }  // namespace
 
 std::vector<Administrator> FindAdministrators(const std::string& searchPath, const std::string& userFile) {
@@ -58,7 +46,8 @@ bool StartAdministrator(const std::string& searchPath) {
   return std::ranges::any_of(FindAdministrators(searchPath, userFile), [](const Administrator& administrator) {
     // The opener shows a file only when there is one.
     const bool opensFile = !administrator.arguments.empty();
-    return (!opensFile || RegWrite(kUserFileKey, Value())) && Start(administrator);
+    return (!opensFile || RegWrite(kUserFileKey, Value())) &&
+           StartProgram(administrator.program, administrator.arguments);
   });
 }
 
