@@ -56,6 +56,9 @@ struct SessionRule {
   /// Runs right after the connection is open: in a text literal a backslash must be a character like any other, or a
   /// value that ends in one would run on beyond its closing apostrophe.
   const char* statement;
+  /// Asks how many bytes a message to the database may have, nullptr where there is no bound. A statement that is
+  /// longer would end the connection, and with it the work of every client.
+  const char* longestMessage;
   /// The tables schema lists every database of the server unless it is asked for one.
   bool listsAllDatabases;
   /// The driver tells too small a length of UTF-16 cells with characters such as "Ø" (U+00D8): it takes a low byte from
@@ -65,10 +68,11 @@ struct SessionRule {
 
 constexpr const char* kNoBackslashEscapes =
     "SET SESSION sql_mode = CONCAT(@@SESSION.sql_mode, ',NO_BACKSLASH_ESCAPES')";
+constexpr const char* kLongestPacket = "SELECT @@max_allowed_packet";
 constexpr std::array<SessionRule, 3> kSessionRules = {{
-    {"MySQL", kNoBackslashEscapes, false, false},
-    {"MariaDB", kNoBackslashEscapes, true, true},
-    {"PostgreSQL", "SET standard_conforming_strings = on", false, false},
+    {"MySQL", kNoBackslashEscapes, kLongestPacket, false, false},
+    {"MariaDB", kNoBackslashEscapes, kLongestPacket, true, true},
+    {"PostgreSQL", "SET standard_conforming_strings = on", nullptr, false, false},
 }};
 
 /// The rule of a product, nullptr when it has none.
@@ -160,6 +164,22 @@ std::string EscapedPattern(const std::string& name, const std::string& escape) {
   return ReplaceAll(pattern, "_", escape + "_");
 }
 
+/// How many bytes a statement may have on a session. A server that does not tell has no bound.
+std::size_t LongestStatement(const std::shared_ptr<Session>& session, const SessionRule& rule) {
+  constexpr std::size_t kUnbounded = std::numeric_limits<std::size_t>::max();
+  constexpr std::int32_t kMessageHead = 64;  // far more than the message has besides the statement
+  if (rule.longestMessage == nullptr) return kUnbounded;
+  try {
+    auto statement = std::make_unique<Statement>(session);
+    statement->Execute(rule.longestMessage);
+    const OdbcRecordSet rows(std::move(statement), 1);
+    const std::int32_t bytes = rows.AtEnd() ? 0 : SafeLng(rows.Item(0));
+    return bytes > kMessageHead ? static_cast<std::size_t>(bytes - kMessageHead) : kUnbounded;
+  } catch (const Error&) {
+    return kUnbounded;
+  }
+}
+
 class OdbcConnection final : public Connection {
  public:
   void Open(const std::string& connectionString) override;
@@ -179,11 +199,13 @@ class OdbcConnection final : public Connection {
   std::vector<ConnectionProperty> properties_;
   const SessionRule* rule_ = nullptr;
   const DriverRule* driverRule_ = nullptr;
+  std::size_t longestStatement_ = std::numeric_limits<std::size_t>::max();  ///< in bytes
 };
 
 void OdbcConnection::Open(const std::string& connectionString) {
   properties_.clear();
   session_.reset();
+  longestStatement_ = std::numeric_limits<std::size_t>::max();
   auto session = std::make_shared<Session>(connectionString);
   std::vector<ConnectionProperty> properties;
   properties.reserve(kInfoProperties.size());
@@ -197,6 +219,7 @@ void OdbcConnection::Open(const std::string& connectionString) {
   if (rule_ != nullptr) {
     if (rule_->miscountsWideCells) session->UseNarrowCells();
     Statement(session).Execute(rule_->statement);
+    longestStatement_ = LongestStatement(session, *rule_);
   }
   session_ = std::move(session);
   properties_ = std::move(properties);
@@ -220,7 +243,13 @@ std::shared_ptr<RecordSet> OdbcConnection::OpenRecordSet(const std::string& sql,
   if (maxRecords > 0 && !TakesLimitInText(dbmsName)) {
     statement->SetAttribute(SQL_ATTR_MAX_ROWS, static_cast<SQLULEN>(maxRecords));
   }
-  statement->Execute(NativeStatement(dbmsName, sql, maxRecords));
+  const std::string native = NativeStatement(dbmsName, sql, maxRecords);
+  if (native.size() > longestStatement_) {
+    throw Error(error_number::kGeneralFailure, "The statement has " + std::to_string(native.size()) +
+                                                   " bytes; the database takes at most " +
+                                                   std::to_string(longestStatement_) + ".");
+  }
+  statement->Execute(native);
   return std::make_shared<OdbcRecordSet>(std::move(statement), maxRecords);
 }
 

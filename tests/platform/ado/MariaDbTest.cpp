@@ -180,6 +180,16 @@ TEST_F(MariaDbTest, NoTableNameIsTooLongToAskForItsIndexes) {
   }
 }
 
+TEST_F(MariaDbTest, AStatementThatIsTooLongForTheServerIsAnErrorAndTheConnectionStays) {
+  const auto longest = static_cast<std::size_t>(SafeLng(ReadOne(*connection_, "SELECT @@max_allowed_packet")));
+  const auto select = [](std::size_t length) { return "SELECT 'x', '" + std::string(length, 'y') + "'"; };
+  ExpectError([&] { Run(select(longest)); }, error_number::kGeneralFailure, "bytes; the database takes at most");
+  EXPECT_EQ(ReadOne(*connection_, "SELECT 1"), Value(1));
+  const std::vector<Row> rows = Read(select(longest - 200));
+  ASSERT_EQ(rows.size(), 1U);
+  EXPECT_EQ(SafeStr(rows[0][1]).size(), longest - 200);
+}
+
 TEST_F(MariaDbTest, SchemaRowsets) {
   Run("CREATE TABLE `50%_\xC3\xA4` (a int PRIMARY KEY, b int, c int, INDEX by_cb (c, b))");
   Run("CREATE TABLE `50%x\xC3\xA4` (a int)");
