@@ -33,8 +33,8 @@ class HostileRequests {
   /// At least one table, each with at least one column.
   HostileRequests(std::uint64_t seed, std::vector<KnownTable> tables);
 
-  /// The whole message of a number. Most have some kilobytes, few some megabytes, and one in ten thousand is larger
-  /// than any message may be.
+  /// The whole message of a number. Most have some kilobytes; the first eight of every two thousand have megabytes, one
+  /// of them more than any message may have.
   [[nodiscard]] std::string Make(std::uint64_t number) const;
 
  private:
