@@ -26,13 +26,13 @@ struct WalkMode {
   bool selectedKey = false;
   bool filtered = false;
   bool searched = false;
-  bool smallPagesOfLargeTables = false;  ///< where 20,000 rows in pages of 7 are worth their time
+  bool alwaysSmallPages = false;  ///< larger tables too are walked in pages of 1 and 7, which takes its time
 };
 
 constexpr WalkMode kModes[] = {
-    {.name = "unsorted", .smallPagesOfLargeTables = true},
+    {.name = "unsorted", .alwaysSmallPages = true},
     {.name = "sorted", .sorted = true},
-    {.name = "sorted down", .sorted = true, .descending = true, .smallPagesOfLargeTables = true},
+    {.name = "sorted down", .sorted = true, .descending = true, .alwaysSmallPages = true},
     {.name = "by a selected key", .selectedKey = true},
     {.name = "filtered by a selected key", .selectedKey = true, .filtered = true},
     {.name = "searched and sorted", .sorted = true, .searched = true},
@@ -42,7 +42,7 @@ constexpr WalkMode kModes[] = {
      .selectedKey = true,
      .filtered = true,
      .searched = true,
-     .smallPagesOfLargeTables = true},
+     .alwaysSmallPages = true},
 };
 
 using Rows = std::vector<std::string>;
@@ -80,12 +80,12 @@ class Walker {
 
  private:
   [[nodiscard]] std::vector<int> PageSizes(const SampleTable& table, const WalkMode& mode) {
-    constexpr std::int64_t kSmallTable = 2500;
-    const bool isSmall =
-        SafeDbl(direct_->OpenRecordSet("SELECT COUNT(*) FROM " + table.source, 0)->Item(0)) < kSmallTable;
-    if (IsQuick()) return {isSmall ? 23 : 500};
-    if (isSmall) return {1, 7, 50};
-    return mode.smallPagesOfLargeTables ? std::vector<int>{7, 50} : std::vector<int>{50};
+    constexpr double kSmallTable = 500;
+    constexpr double kLargeTable = 2500;
+    const double rows = SafeDbl(direct_->OpenRecordSet("SELECT COUNT(*) FROM " + table.source, 0)->Item(0));
+    if (IsQuick()) return {rows < kLargeTable ? 23 : 500};
+    if (rows >= kSmallTable && !mode.alwaysSmallPages) return {50};
+    return rows < kLargeTable ? std::vector<int>{1, 7, 50} : std::vector<int>{7, 50};
   }
   [[nodiscard]] std::vector<std::string> AskForKey(const SampleTable& table) {
     return TextToKey(GetNodeText(
