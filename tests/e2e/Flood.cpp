@@ -165,8 +165,8 @@ class Target {
 /// A copy of the sample company.
 class SqliteSample final : public Target {
  public:
-  explicit SqliteSample(const ServerFolders& folders) : path_(folders.Root() + "/flooded.db") {
-    std::filesystem::copy(std::getenv(kSqlite.variable), path_);
+  SqliteSample(const std::string& sample, const ServerFolders& folders) : path_(folders.Root() + "/flooded.db") {
+    std::filesystem::copy(sample, path_);
     std::filesystem::copy(ODS_SAMPLES_FOLDER "/views.xml", folders.Config() + "/views.xml");
     std::filesystem::copy(ODS_SAMPLES_FOLDER "/views", folders.Config() + "/views");
   }
@@ -219,9 +219,8 @@ constexpr ServerProduct kServerProducts[] = {
 /// A database of the flood's own on a server that others use too.
 class ServerDatabase final : public Target {
  public:
-  ServerDatabase(const ServerProduct& product, const ServerFolders& folders)
+  ServerDatabase(const ServerProduct& product, const std::string& scratch, const ServerFolders& folders)
       : product_(product), name_("flood_" + std::to_string(getpid())) {
-    const std::string scratch = std::getenv(product.variable);
     administrator_ = CreateOdbcConnection();
     administrator_->Open(scratch);
     (void)administrator_->OpenRecordSet("CREATE DATABASE " + name_, 0);
@@ -508,8 +507,8 @@ class SecondReader {
 
 struct FloodCase {
   std::string name;
-  const char* variable;  ///< environment variable that must be set; nullptr for none
-  std::function<std::unique_ptr<Target>(const ServerFolders&)> make;
+  const char* variable;  ///< environment variable that says where the database is; nullptr for none
+  std::function<std::unique_ptr<Target>(const std::string& place, const ServerFolders&)> make;
 
   friend void PrintTo(const FloodCase& flood, std::ostream* out) { *out << flood.name; }
 };
@@ -518,10 +517,9 @@ class Flood : public ::testing::TestWithParam<FloodCase> {
  protected:
   void SetUp() override {
     const FloodCase& flood = GetParam();
-    if (flood.variable != nullptr && std::getenv(flood.variable) == nullptr) {
-      GTEST_SKIP() << flood.variable << " is not set: scripts/test.sh starts the databases";
-    }
-    target_ = flood.make(folders_);
+    const char* const place = flood.variable == nullptr ? "" : std::getenv(flood.variable);
+    if (place == nullptr) GTEST_SKIP() << flood.variable << " is not set: scripts/test.sh starts the databases";
+    target_ = flood.make(place, folders_);
     // Users are in a file beside the executable, so this server has a folder of its own.
     const std::string program = folders_.Root() + "/program/server";
     std::filesystem::create_directory(folders_.Root() + "/program");
@@ -711,12 +709,16 @@ TEST_P(Flood, IsAnsweredWholeAndChangesNothing) {
 }
 
 std::vector<FloodCase> Floods() {
+  using Place = const std::string&;
+  using Folders = const ServerFolders&;
   std::vector<FloodCase> floods = {
-      {"SQLite", kSqlite.variable, [](const auto& folders) { return std::make_unique<SqliteSample>(folders); }},
-      {"StandIns", nullptr, [](const auto& folders) { return std::make_unique<StandIns>(folders); }}};
+      {"SQLite", kSqlite.variable,
+       [](Place place, Folders folders) { return std::make_unique<SqliteSample>(place, folders); }},
+      {"StandIns", nullptr, [](Place /*place*/, Folders folders) { return std::make_unique<StandIns>(folders); }}};
   for (const ServerProduct& product : kServerProducts) {
-    floods.push_back({product.name, product.variable,
-                      [&product](const auto& folders) { return std::make_unique<ServerDatabase>(product, folders); }});
+    floods.push_back({product.name, product.variable, [&product](Place place, Folders folders) {
+                        return std::make_unique<ServerDatabase>(product, place, folders);
+                      }});
   }
   return floods;
 }
@@ -748,7 +750,7 @@ TEST(Memory, OfALargeRequestIsGivenBack) {
   page("narrow", 0);
   const Memory before = MemoryOf(server.Pid());
   page("wide", 900'000);  // whose description is kept
-  constexpr long kLittle = 4 * 1024;
+  constexpr long kLittle = 4096;
   Memory after = MemoryOf(server.Pid());
   for (int i = 0; i < 100 && after.resident >= before.resident + kLittle; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(100));

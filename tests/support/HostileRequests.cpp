@@ -314,7 +314,7 @@ std::string Draft::Mangled(std::string text) {
 std::string Draft::TableIdentifier() {
   const std::string& real = table_.identifier;
   if (!Spoils()) return real;
-  const std::string name = real.substr(real.find(']') + 1);
+  std::string name = real.substr(real.find(']') + 1);
   switch (dice_.Below(10)) {
     case 0:
       return Hostile();
