@@ -12,7 +12,7 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Text.h"
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
 
 namespace ods {
 namespace {

@@ -1,9 +1,10 @@
+#include "platform/ado/OdbcTypes.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
 
 #include "platform/ado/AdoTestSupport.h"
 #include "platform/ado/OdbcHandles.h"
-#include "platform/ado/OdbcTypes.h"
 
 namespace ods::odbc {
 namespace {

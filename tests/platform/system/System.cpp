@@ -1,3 +1,5 @@
+#include "platform/system/System.h"
+
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
@@ -9,7 +11,6 @@
 
 #include "common/Error.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
 
 namespace ods {
