@@ -9,7 +9,6 @@
 #include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
 #include "platform/system/System.h"
-#include "server/Attempt.h"
 #include "server/Product.h"
 #include "server/modCommandLine.h"
 #include "server/modConfiguration.h"
