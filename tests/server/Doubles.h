@@ -34,7 +34,10 @@ class ScriptedUserInterface final : public UserInterface {
   void MessageBox(const std::string& title, const std::string& text, BoxStyle style) override {
     calls.push_back((style == BoxStyle::kExclamation ? "warning: " : "information: ") + title + ": " + text);
   }
-  void AddTraceEntry(std::int32_t /*severity*/, const std::string& text) override { entries.push_back(text); }
+  void AddTraceEntry(std::int32_t severity, const std::string& text) override {
+    entries.push_back(text);
+    if (severity == severity::kWarning) warnings.push_back(text);
+  }
 
   [[nodiscard]] int CountOf(const std::string& entry) const {
     return static_cast<int>(std::count(entries.begin(), entries.end(), entry));
@@ -44,6 +47,7 @@ class ScriptedUserInterface final : public UserInterface {
   std::function<void()> onEvents;
   std::vector<std::string> calls;
   std::vector<std::string> entries;
+  std::vector<std::string> warnings;  ///< those of the entries that are
 };
 
 struct SentMessage {
