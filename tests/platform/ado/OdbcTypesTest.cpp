@@ -2,7 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "platform/ado/AdoTestSupport.h"
-#include "platform/ado/OdbcHandles.h"
+#include "platform/ado/OdbcDiagnostics.h"
+#include "platform/ado/OdbcText.h"
 #include "platform/ado/OdbcTypes.h"
 
 namespace ods::odbc {
