@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/UserInterface.h"
+#include "log/Trace.h"
 
 namespace ods::test {
 

@@ -4,7 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "platform/ado/AdoTestSupport.h"
-#include "platform/ado/OdbcHandles.h"
+#include "platform/ado/OdbcDiagnostics.h"
+#include "platform/ado/OdbcText.h"
 
 namespace ods::odbc {
 namespace {
