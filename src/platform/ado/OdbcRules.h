@@ -41,6 +41,8 @@ struct DriverRule {
   /// The text of an error that SQLExecDirect meets while it prepares is taken for a format of printf: "%n" in the name
   /// of a table ends the process. The error of SQLPrepare is taken as it is.
   bool formatsErrors = false;
+  /// What its connection string calls the limit for connecting, where it does not take SQL_ATTR_LOGIN_TIMEOUT.
+  std::string_view connectLimit = {};
   /// SQLStatistics writes beyond its buffers for a longer name of a table, in bytes of UTF-8.
   std::size_t longestName = std::numeric_limits<std::size_t>::max();
 };
