@@ -15,13 +15,16 @@
 #include "platform/ado/NativeStatement.h"
 #include "platform/ado/OdbcHandles.h"
 #include "platform/ado/OdbcRecordSet.h"
+#include "platform/ado/OdbcRules.h"
 
 namespace ods {
 
 namespace {
 
 using odbc::CatalogNames;
+using odbc::DriverRule;
 using odbc::OdbcRecordSet;
+using odbc::ProductRule;
 using odbc::Session;
 using odbc::Statement;
 
@@ -49,58 +52,6 @@ constexpr std::array<InfoProperty, 10> kInfoProperties = {{
     {"User Name", SQL_USER_NAME},
     {"Identifier Quote Character", SQL_IDENTIFIER_QUOTE_CHAR},
 }};
-
-/// What a product's session needs besides what ODBC asks for.
-struct SessionRule {
-  std::string_view dbmsName;
-  /// Runs right after the connection is open: in a text literal a backslash must be a character like any other, or a
-  /// value that ends in one would run on beyond its closing apostrophe.
-  const char* statement;
-  /// Asks how many bytes a message to the database may have, nullptr where there is no bound. A statement that is
-  /// longer would end the connection, and with it the work of every client.
-  const char* longestMessage;
-  /// The tables schema lists every database of the server unless it is asked for one.
-  bool listsAllDatabases;
-  /// The driver tells too small a length of UTF-16 cells with characters such as "Ø" (U+00D8): it takes a low byte from
-  /// D8 to DB for half of a pair. Its UTF-8 cells are right.
-  bool miscountsWideCells;
-};
-
-constexpr const char* kNoBackslashEscapes =
-    "SET SESSION sql_mode = CONCAT(@@SESSION.sql_mode, ',NO_BACKSLASH_ESCAPES')";
-constexpr const char* kLongestPacket = "SELECT @@max_allowed_packet";
-constexpr std::array<SessionRule, 3> kSessionRules = {{
-    {"MySQL", kNoBackslashEscapes, kLongestPacket, false, false},
-    {"MariaDB", kNoBackslashEscapes, kLongestPacket, true, true},
-    {"PostgreSQL", "SET standard_conforming_strings = on", nullptr, false, false},
-}};
-
-/// The rule of a product, nullptr when it has none.
-const SessionRule* FindSessionRule(std::string_view dbmsName) {
-  const auto* const rule = std::ranges::find(kSessionRules, dbmsName, &SessionRule::dbmsName);
-  return rule == kSessionRules.end() ? nullptr : rule;
-}
-
-/// What a driver must be spared, lest it end the process: clients choose the names in statements, and so what errors
-/// tell.
-struct DriverRule {
-  std::string_view name;  ///< a part of the file name that the driver tells
-  /// The text of an error that SQLExecDirect meets while it prepares is taken for a format of printf: "%n" in the name
-  /// of a table ends the process. The error of SQLPrepare is taken as it is.
-  bool formatsErrors;
-  /// SQLStatistics writes beyond its buffers for a longer name of a table, in bytes of UTF-8.
-  std::size_t longestName;
-};
-
-/// odbc-mariadb 3.1.15 with libmariadb 10.11: a name has at most 64 characters there, so none that exists is too long.
-constexpr std::array<DriverRule, 1> kDriverRules = {{{"maodbc", true, 256}}};
-
-/// The rule of a driver, nullptr when it has none.
-const DriverRule* FindDriverRule(const std::string& driverName) {
-  const auto* const rule = std::ranges::find_if(
-      kDriverRules, [&](const DriverRule& each) { return driverName.find(each.name) != std::string::npos; });
-  return rule == kDriverRules.end() ? nullptr : rule;
-}
 
 /// A column of a schema rowset: its ADO name and where the ODBC result has it.
 struct SchemaColumn {
@@ -165,7 +116,7 @@ std::string EscapedPattern(const std::string& name, const std::string& escape) {
 }
 
 /// How many bytes a statement may have on a session. A server that does not tell has no bound.
-std::size_t LongestStatement(const std::shared_ptr<Session>& session, const SessionRule& rule) {
+std::size_t LongestStatement(const std::shared_ptr<Session>& session, const ProductRule& rule) {
   constexpr std::size_t kUnbounded = std::numeric_limits<std::size_t>::max();
   constexpr std::int32_t kMessageHead = 64;  // far more than the message has besides the statement
   if (rule.longestMessage == nullptr) return kUnbounded;
@@ -197,7 +148,7 @@ class OdbcConnection final : public Connection {
 
   std::shared_ptr<Session> session_;  ///< shared with the record sets
   std::vector<ConnectionProperty> properties_;
-  const SessionRule* rule_ = nullptr;
+  const ProductRule* productRule_ = nullptr;  ///< set while the connection is open, like the next one
   const DriverRule* driverRule_ = nullptr;
   std::size_t longestStatement_ = std::numeric_limits<std::size_t>::max();  ///< in bytes
 };
@@ -213,14 +164,12 @@ void OdbcConnection::Open(const std::string& connectionString) {
     const bool catalog = property.infoType == SQL_DATABASE_NAME;
     properties.push_back({property.name, catalog ? session->CurrentCatalog() : session->InfoText(property.infoType)});
   }
-  driverRule_ = FindDriverRule(session->InfoText(SQL_DRIVER_NAME));
-  if (driverRule_ != nullptr && driverRule_->formatsErrors) session->PrepareStatements();
-  rule_ = FindSessionRule(properties.front().value);
-  if (rule_ != nullptr) {
-    if (rule_->miscountsWideCells) session->UseNarrowCells();
-    Statement(session).Execute(rule_->statement);
-    longestStatement_ = LongestStatement(session, *rule_);
-  }
+  driverRule_ = &odbc::RuleOfDriver(session->InfoText(SQL_DRIVER_NAME));
+  if (driverRule_->formatsErrors) session->PrepareStatements();
+  productRule_ = &odbc::RuleOfProduct(properties.front().value);
+  if (productRule_->miscountsWideCells) session->UseNarrowCells();
+  if (productRule_->sessionStatement != nullptr) Statement(session).Execute(productRule_->sessionStatement);
+  longestStatement_ = LongestStatement(session, *productRule_);
   session_ = std::move(session);
   properties_ = std::move(properties);
 }
@@ -273,7 +222,7 @@ std::shared_ptr<RecordSet> OdbcConnection::OpenTables(const std::vector<Value>& 
   const std::string escape = session_->InfoText(SQL_SEARCH_PATTERN_ESCAPE);
   // Drivers disagree whether a catalogue is a pattern; unescaped it matches itself either way.
   std::string catalog = RestrictionText(restrictions, 0);
-  if (catalog.empty() && rule_ != nullptr && rule_->listsAllDatabases) catalog = session_->CurrentCatalog();
+  if (catalog.empty() && productRule_->listsAllDatabases) catalog = session_->CurrentCatalog();
   statement->Tables({.catalog = std::move(catalog),
                      .schema = EscapedPattern(RestrictionText(restrictions, 1), escape),
                      .table = EscapedPattern(RestrictionText(restrictions, 2), escape),
@@ -301,7 +250,7 @@ std::shared_ptr<RecordSet> OdbcConnection::OpenIndexes(const std::vector<Value>&
                               .table = RestrictionText(restrictions, 4),
                               .type = ""};
   if (names.table.empty()) throw Error(error_number::kGeneralFailure, "The schema of indexes needs a table name.");
-  if (driverRule_ != nullptr && names.table.size() > driverRule_->longestName) {
+  if (names.table.size() > driverRule_->longestName) {
     throw Error(error_number::kGeneralFailure, "The name of the table is longer than any can be: it has " +
                                                    std::to_string(names.table.size()) + " bytes.");
   }
@@ -345,14 +294,11 @@ std::shared_ptr<RecordSet> OdbcConnection::OpenProviderTypes() const {
 
 std::shared_ptr<RecordSet> OdbcConnection::OpenLiterals() const {
   if (!session_) throw Error(kObjectClosed, "The connection is closed.");
-  const std::string quote = std::string(Trim(Property("Identifier Quote Character")));
-  const bool brackets = Property(kDbmsName) == "Microsoft SQL Server";
+  std::string prefix(productRule_->quotePrefix);
+  std::string suffix(productRule_->quoteSuffix);
+  if (prefix.empty()) prefix = suffix = Trim(Property("Identifier Quote Character"));
   std::vector<std::vector<Value>> rows;
-  if (brackets) {
-    rows = {{"QUOTE", "["}, {"QUOTE_SUFFIX", "]"}};
-  } else if (!quote.empty()) {
-    rows = {{"QUOTE", quote}, {"QUOTE_SUFFIX", quote}};
-  }
+  if (!prefix.empty()) rows = {{"QUOTE", std::move(prefix)}, {"QUOTE_SUFFIX", std::move(suffix)}};
   std::vector<Field> fields = {{.name = "LiteralName", .type = ado_type::kVarWChar, .definedSize = 128},
                                {.name = "LiteralValue", .type = ado_type::kVarWChar, .definedSize = 128}};
   return std::make_shared<MemoryRecordSet>(std::move(fields), std::move(rows));

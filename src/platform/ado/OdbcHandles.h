@@ -1,39 +1,19 @@
-// The driver manager's handles as objects, its diagnostics as errors, and its text as UTF-8.
+// The driver manager's handles as objects.
 //
 // Internal to this folder: nothing else sees an ODBC type. A handle is freed on every path; a statement keeps its
 // session alive, so that a record set outlives the connection object it came from.
-//
-// Text travels through the wide (W) functions as UTF-16. A driver that has none of its own is called through the narrow
-// ones in UTF-8 instead: the driver manager would otherwise squeeze every character into the locale's 8 bits on the
-// way.
 #pragma once
 
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlucode.h>
 #include <string>
-#include <string_view>
-#include <vector>
+
+#include "platform/ado/OdbcDiagnostics.h"
 
 namespace ods::odbc {
-
-/// UTF-8 as the driver manager's UTF-16. Bytes that are no UTF-8 become U+FFFD. Not null-terminated.
-[[nodiscard]] std::vector<SQLWCHAR> ToUtf16(std::string_view text);
-/// UTF-16 as UTF-8. A surrogate without its partner becomes U+FFFD.
-[[nodiscard]] std::string ToUtf8(std::span<const SQLWCHAR> text);
-/// Bytes that a driver without wide functions gave, which hands on whatever the database holds: what is no UTF-8
-/// becomes U+FFFD.
-[[nodiscard]] std::string FromNarrowText(std::string_view bytes);
-
-/// ADO's error number for a five-character SQLSTATE.
-[[nodiscard]] std::int32_t ErrorNumberOfState(std::string_view sqlState);
-
-/// Raises the error that a handle's diagnostic records describe: the number by the first record's SQLSTATE, the texts
-/// of all of them, each once, joined by "; ".
-[[noreturn]] void RaiseDiagnostics(SQLSMALLINT handleType, SQLHANDLE handle);
 
 /// One handle of the driver manager, freed with the object.
 template <SQLSMALLINT kHandleType>

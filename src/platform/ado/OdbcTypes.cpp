@@ -14,7 +14,7 @@
 
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
-#include "platform/ado/OdbcHandles.h"
+#include "platform/ado/OdbcText.h"
 
 namespace ods::odbc {
 

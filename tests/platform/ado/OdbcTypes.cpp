@@ -1,10 +1,12 @@
+#include "platform/ado/OdbcTypes.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 
 #include "platform/ado/AdoTestSupport.h"
-#include "platform/ado/OdbcHandles.h"
-#include "platform/ado/OdbcTypes.h"
+#include "platform/ado/OdbcDiagnostics.h"
+#include "platform/ado/OdbcText.h"
 
 namespace ods::odbc {
 namespace {
