@@ -3,7 +3,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
 #include "support/RaisedErrors.h"
 
 namespace ods::test {

@@ -89,7 +89,7 @@ class ProductSession {
   DataSession& Renewed() {
     std::ofstream(StatementFile(), std::ios::trunc).flush();
     state_.decimalFactor = 0;
-    ui_.boxes.clear();
+    ui_.calls.clear();
     DataSession& session = *database_.session;
     session.fieldCache.clear();
     session.cache = CreateHalvikDictionary(components_);

@@ -8,8 +8,8 @@
 #include <iterator>
 
 #include "common/Text.h"
+#include "doubles/FakeSession.h"
 #include "fuzz/Fuzz.h"
-#include "support/FakeSession.h"
 #include "support/SqlTokens.h"
 #include "users/modAuthorize.h"
 #include "users/modInitialize.h"

@@ -12,8 +12,8 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Text.h"
+#include "doubles/FakeSession.h"
 #include "server/Parameters.h"
-#include "support/FakeSession.h"
 
 namespace ods {
 namespace {

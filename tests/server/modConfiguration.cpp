@@ -8,8 +8,8 @@
 
 #include "common/Error.h"
 #include "common/Files.h"
+#include "doubles/FakeSession.h"
 #include "platform/system/System.h"
-#include "support/FakeSession.h"
 
 namespace ods {
 namespace {

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "server/Doubles.h"
+#include "doubles/ServerDoubles.h"
 
 namespace ods {
 namespace {
@@ -28,16 +28,16 @@ class ConnectTest : public testing::Test {
   [[nodiscard]] DatabaseKind KindOf(const std::string& name, const std::string& defaultDatabase = "") {
     SetName(name);
     script_.defaultDatabase = defaultDatabase;
-    return DetectDatabaseKind(test::TestConnection(script_));
+    return DetectDatabaseKind(test::ScriptedConnection(script_));
   }
   [[nodiscard]] Database Connect() { return ConnectDatabase(process_, "DSN=test;PWD=secret"); }
   [[nodiscard]] std::string CatalogOf(const std::string& catalog, DatabaseKind kind) {
     script_.properties = {{"Current Catalog", catalog}};
-    return GetCurrentCatalog(test::TestConnection(script_), DialectOf(kind));
+    return GetCurrentCatalog(test::ScriptedConnection(script_), DialectOf(kind));
   }
 
   test::TemporaryFolder folder_;
-  test::ScriptedUserInterface ui_;
+  test::RecordingUserInterface ui_;
   Tracer tracer_{ui_};
   ComponentRegistry components_;
   test::QueueScript queues_;
@@ -85,7 +85,7 @@ TEST_F(ConnectTest, ADatabaseWithoutANameIsKnownByItsDefaultDatabase) {
   EXPECT_EQ(KindOf("", "CRONUS"), DatabaseKind::DbNavision);
   EXPECT_EQ(KindOf("", ""), DatabaseKind::DbUnnamed);
   script_.properties.clear();
-  EXPECT_EQ(DetectDatabaseKind(test::TestConnection(script_)), DatabaseKind::DbUnnamed);
+  EXPECT_EQ(DetectDatabaseKind(test::ScriptedConnection(script_)), DatabaseKind::DbUnnamed);
 }
 
 TEST_F(ConnectTest, AConnectTracesEachStepAndTheConnectionString) {

@@ -7,7 +7,7 @@
 #include "catalogue/modKeys.h"
 #include "catalogue/modTableList.h"
 #include "common/Error.h"
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
 #include "tabledata/modTableData.h"
 #include "users/modAuthorize.h"
 #include "users/modInitialize.h"

@@ -13,8 +13,8 @@
 
 #include "common/Conversions.h"
 #include "common/Files.h"
+#include "doubles/ServerDoubles.h"
 #include "platform/system/System.h"
-#include "server/Doubles.h"
 
 namespace ods {
 namespace {
@@ -135,7 +135,7 @@ class LoopTest : public testing::Test {
   }
 
   test::TemporaryFolder folder_;
-  test::ScriptedUserInterface ui_;
+  test::RecordingUserInterface ui_;
   Tracer tracer_{ui_};
   ComponentRegistry components_;
   test::QueueScript queues_;
@@ -369,7 +369,7 @@ TEST_F(LoopTest, TellsThatItConnects) {
   std::vector<std::string> seen;
   components_.Register("ADODB.Connection", [&] {
     seen.push_back(state_.statusText);
-    return std::make_shared<test::TestConnection>(database_);
+    return std::make_shared<test::ScriptedConnection>(database_);
   });
   components_.Register("Halvik.Queue", [&] {
     seen.push_back(state_.statusText);

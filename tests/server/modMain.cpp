@@ -8,10 +8,10 @@
 #include <string>
 
 #include "common/Files.h"
+#include "doubles/ServerDoubles.h"
 #include "platform/system/COpSysInfo.h"
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
-#include "server/Doubles.h"
 #include "server/modConfiguration.h"
 
 namespace ods {
@@ -49,7 +49,7 @@ class ServerTest : public testing::Test {
 
   test::TemporaryFolder folder_;
   std::string exeFolder_ = folder_.Path() + "/bin";
-  test::ScriptedUserInterface ui_;
+  test::RecordingUserInterface ui_;
   Tracer tracer_{ui_};
   ComponentRegistry components_;
   test::QueueScript queues_;

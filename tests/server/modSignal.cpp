@@ -7,9 +7,9 @@
 
 #include "common/Error.h"
 #include "common/Files.h"
+#include "doubles/ServerDoubles.h"
 #include "log/Log.h"
 #include "platform/xml/Xml.h"
-#include "server/Doubles.h"
 
 namespace ods {
 namespace {
@@ -38,7 +38,7 @@ class SignalTest : public testing::Test {
   }
 
   test::TemporaryFolder folder_;
-  test::ScriptedUserInterface ui_;
+  test::RecordingUserInterface ui_;
   Tracer tracer_{ui_};
   std::string file_ = folder_.Path() + "/status.xml";
   Date now_ = At(8, 5, 3);

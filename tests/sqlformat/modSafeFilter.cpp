@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
 #include "support/RaisedErrors.h"
 
 namespace ods::test {

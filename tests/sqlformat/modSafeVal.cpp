@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <locale>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
 
 namespace ods::test {
 namespace {

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "common/Conversions.h"
+#include "doubles/FakeSession.h"
 #include "sqlformat/modSafeFilter.h"
 #include "sqlformat/modSafeVal.h"
-#include "support/FakeSession.h"
 
 namespace ods::test {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
 #include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
@@ -112,7 +112,7 @@ TEST_F(Record, ScalesDecimalsByTheFactor) {
 TEST_F(Record, TellsTheDesktopThatTheFactorIsMissing) {
   fake_.state.decimalFactor = 0;
   EXPECT_EQ(Element(5, 2.5), "<V>0</V>");
-  EXPECT_EQ(fake_.ui.boxes, std::vector<std::string>{"No decimal factor set"});
+  EXPECT_EQ(fake_.ui.calls, std::vector<std::string>{"information: : No decimal factor set"});
 }
 
 TEST_F(Record, MarksTextThatXmlCannotCarry) {

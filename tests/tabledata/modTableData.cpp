@@ -6,7 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "common/Hex.h"
-#include "support/FakeSession.h"
+#include "doubles/EndlessRows.h"
+#include "doubles/FakeSession.h"
 #include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
@@ -391,23 +392,6 @@ TEST_F(Paging, BrokenPositionsAreErrors) {
     }
   }
 }
-
-/// Counts the rows that were read before the reader gave up.
-class EndlessRows final : public RecordSet {
- public:
-  EndlessRows(std::vector<Field> fields, Row row) : fields_(std::move(fields)), row_(std::move(row)) {}
-  [[nodiscard]] const std::vector<Field>& Fields() const override { return fields_; }
-  [[nodiscard]] bool AtEnd() const override { return false; }
-  void MoveNext() override { ++read; }
-  using RecordSet::Item;
-  [[nodiscard]] const Value& Item(std::size_t index) const override { return row_.at(index); }
-
-  int read = 0;
-
- private:
-  std::vector<Field> fields_;
-  Row row_;
-};
 
 TEST_F(Paging, APageThatNoResponseCanCarryEndsWhileItIsRead) {
   const auto large =

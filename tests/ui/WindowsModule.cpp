@@ -7,9 +7,9 @@
 #include <map>
 #include <string>
 
+#include "doubles/FakeServerView.h"
+#include "doubles/FakeSession.h"
 #include "platform/system/System.h"
-#include "support/FakeSession.h"
-#include "ui/windows/FakeServerView.h"
 
 namespace ods {
 namespace {

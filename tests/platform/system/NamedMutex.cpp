@@ -1,10 +1,12 @@
+#include "platform/system/NamedMutex.h"
+
 #include <gmock/gmock.h>
 #include <memory>
 #include <sys/file.h>
 
 #include "common/Error.h"
+#include "common/PercentCode.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
 

@@ -12,28 +12,11 @@
 #include "common/ComponentRegistry.h"
 #include "common/Error.h"
 #include "database/DataSession.h"
+#include "doubles/RecordingUserInterface.h"
 #include "sqlformat/modTypes.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods::test {
-
-/// A user interface that remembers what it was asked for.
-class RecordingUserInterface final : public UserInterface {
- public:
-  void LetEventsRun() override { ++eventRounds; }
-  void ShowMainWindow() override {}
-  void UnloadMainWindow() override {}
-  void ShowOptionsDialog() override {}
-  void WaitUntilClosed() override {}
-  void MessageBox(const std::string& /*title*/, const std::string& text, BoxStyle /*style*/) override {
-    boxes.push_back(text);
-  }
-  void AddTraceEntry(std::int32_t /*severity*/, const std::string& text) override { entries.push_back(text); }
-
-  int eventRounds = 0;
-  std::vector<std::string> boxes;
-  std::vector<std::string> entries;
-};
 
 using Row = std::vector<Value>;
 

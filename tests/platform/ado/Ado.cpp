@@ -1,6 +1,7 @@
+#include "platform/ado/Ado.h"
+
 #include <gtest/gtest.h>
 
-#include "platform/ado/Ado.h"
 #include "platform/ado/AdoTestSupport.h"
 
 namespace ods {

@@ -1,3 +1,5 @@
+#include "platform/system/System.h"
+
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
@@ -9,7 +11,6 @@
 
 #include "common/Error.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
 
 namespace ods {
@@ -266,18 +267,6 @@ TEST(StopSignals, ActAsEverAfterwards) {
   const int status = process.End(SIGTERM);
   EXPECT_TRUE(WIFSIGNALED(status));
   EXPECT_EQ(WTERMSIG(status), SIGTERM);
-}
-
-TEST(FileNames, AreEncodedByteByByteAndDecodedLeniently) {
-  EXPECT_EQ(PercentEncode("aZ09._-"), "aZ09._-");
-  EXPECT_EQ(PercentEncode("."), "%2E");
-  EXPECT_EQ(PercentEncode("..a"), "%2E.a");
-  EXPECT_EQ(PercentEncode(std::string_view("a/b\0%\xC3\xA4", 7)), "a%2Fb%00%25%C3%A4");
-  EXPECT_EQ(PercentDecode("a%2Fb%00%25%C3%A4"), std::string_view("a/b\0%\xC3\xA4", 7));
-  EXPECT_EQ(PercentDecode("%2f%4A%4a"), "/JJ");
-  EXPECT_EQ(PercentDecode("100%"), "100%");
-  EXPECT_EQ(PercentDecode("%4"), "%4");
-  EXPECT_EQ(PercentDecode("%G1%1G %41"), "%G1%1G A");
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include "platform/queue/Queue.h"
+
 #include <algorithm>
 #include <ctime>
 #include <filesystem>
@@ -11,7 +13,6 @@
 #include <sys/un.h>
 
 #include "common/Error.h"
-#include "platform/queue/Queue.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
