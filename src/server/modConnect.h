@@ -12,9 +12,9 @@ namespace ods {
 /// The product of a connection, by its properties "DBMS Name" and default database.
 [[nodiscard]] DatabaseKind DetectDatabaseKind(const Connection& connection);
 
-/// The current catalogue; for `DbExcel` the path of the workbook, with ".xls" where the catalogue has no file
+/// The current catalogue; for a workbook its path, with ".xls" where the catalogue has no file
 /// extension.
-[[nodiscard]] std::string GetCurrentCatalog(const Connection& connection, DatabaseKind kind);
+[[nodiscard]] std::string GetCurrentCatalog(const Connection& connection, const Dialect& dialect);
 
 /// The open database of the moment. Without a session there is none.
 struct Database {
