@@ -3,6 +3,7 @@
 # string, then does what standard input says, a word a line: `stop`, `start`. Prints `done` after each. The server ends
 # with standard input.
 set -euo pipefail
+# shellcheck source=scripts/lib.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/../../scripts/lib.sh"
 product=$1 folder=$2
 port=''
