@@ -166,6 +166,7 @@ void OdbcConnection::Open(const std::string& connectionString) {
   }
   driverRule_ = &odbc::RuleOfDriver(session->InfoText(SQL_DRIVER_NAME));
   if (driverRule_->formatsErrors) session->PrepareStatements();
+  if (driverRule_->inventsDates) session->UseTextDates();
   productRule_ = &odbc::RuleOfProduct(properties.front().value);
   if (productRule_->miscountsWideCells) session->UseNarrowCells();
   if (productRule_->sessionStatement != nullptr) Statement(session).Execute(productRule_->sessionStatement);
