@@ -87,11 +87,13 @@ class FakeSession {
     state.programFolder = folder.Path();
     state.context = &context;
     session.connection = connection;
-    session.kind = kind;
+    Use(kind);
     std::tie(session.QuotePrefix, session.QuoteSuffix) = QuotesOf(kind);
     session.typeTable = CreateTypeTable(kind);
   }
 
+  /// Lets the session be one of another product; quotes and type table stay.
+  void Use(DatabaseKind kind) { session.dialect = &DialectOf(kind); }
   /// Makes the columns of a table known, as if it had been described already.
   void Describe(const std::string& table, const std::vector<Field>& fields) {
     for (const Field& field : fields) {
@@ -115,16 +117,5 @@ class FakeSession {
   std::shared_ptr<FakeConnection> connection = std::make_shared<FakeConnection>();
   DataSession session{state};
 };
-
-/// The number and text of the error that `action` raises; number 0 when it raises none.
-template <typename Action>
-std::pair<std::int32_t, std::string> ErrorOf(Action&& action) {
-  try {
-    action();
-  } catch (const Error& error) {
-    return {error.Number(), error.Description()};
-  }
-  return {0, ""};
-}
 
 }  // namespace ods::test

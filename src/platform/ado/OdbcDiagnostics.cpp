@@ -43,6 +43,7 @@ std::string WithoutTrailingSpace(std::string text) {
 struct DiagnosticRecord {
   std::string state;
   std::string text;
+  SQLINTEGER native = 0;
 };
 
 /// A diagnostic text. Where the driver manager could not convert a narrow driver's text by the locale, it has made
@@ -76,7 +77,8 @@ std::optional<DiagnosticRecord> ReadDiagnostic(SQLSMALLINT handleType, SQLHANDLE
     units = std::min(units, text.size() - 1);
   }
   return DiagnosticRecord{ToUtf8(std::span(state).first(SQL_SQLSTATE_SIZE)),
-                          WithoutTrailingSpace(FromDiagnosticText(UpToNull(std::span<const SQLWCHAR>(text), units)))};
+                          WithoutTrailingSpace(FromDiagnosticText(UpToNull(std::span<const SQLWCHAR>(text), units))),
+                          nativeError};
 }
 
 }  // namespace
@@ -90,18 +92,22 @@ std::int32_t ErrorNumberOfState(std::string_view sqlState) {
 void RaiseDiagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
   constexpr SQLSMALLINT kMostRecords = 16;
   std::string firstState;
+  SQLINTEGER firstNative = 0;
   std::vector<std::string> texts;
   for (SQLSMALLINT number = 1; number <= kMostRecords; ++number) {
     std::optional<DiagnosticRecord> record = ReadDiagnostic(handleType, handle, number);
     if (!record) break;
-    if (number == 1) firstState = record->state;
+    if (number == 1) {
+      firstState = record->state;
+      firstNative = record->native;
+    }
     const bool isNew = std::find(texts.begin(), texts.end(), record->text) == texts.end();
     if (isNew && !record->text.empty()) texts.push_back(std::move(record->text));
   }
   std::string description;
   for (const std::string& text : texts) description += (description.empty() ? "" : "; ") + text;
   if (description.empty()) description = "The database driver failed without saying why.";
-  throw Error(ErrorNumberOfState(firstState), description);
+  throw DriverError(std::move(firstState), firstNative, description);
 }
 
 }  // namespace ods::odbc

@@ -104,17 +104,31 @@ Session::Environment::Environment() : handle_(SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
   }
 }
 
-Session::Session(const std::string& connectionString) : connection_(SQL_HANDLE_ENV, environment_.Get()) {
+Session::Session(const std::string& connectionString, const DriverLimits& limits)
+    : connection_(SQL_HANDLE_ENV, environment_.Get()), limits_(limits) {
   constexpr std::size_t kLongest = 0x7FFF;
   if (connectionString.size() >= kLongest) {
     throw Error(error_number::kGeneralFailure, "The connection string is too long.");
   }
+  SetLimit(SQL_ATTR_LOGIN_TIMEOUT, limits_.connectSeconds);
   Connect(connectionString);
+  SetLimit(SQL_ATTR_CONNECTION_TIMEOUT, limits_.statementSeconds);
   SQLSMALLINT ignored = 0;
   if (!SQL_SUCCEEDED(
           SQLGetInfoW(Get(), SQL_GETDATA_EXTENSIONS, &getDataExtensions_, sizeof getDataExtensions_, &ignored))) {
     getDataExtensions_ = 0;
   }
+}
+
+/// A driver that refuses the attribute is bounded by nothing but the thread that it runs on.
+void Session::SetLimit(SQLINTEGER attribute, int seconds) const {
+  if (seconds > 0) SQLSetConnectAttr(Get(), attribute, NumberAsPointer(static_cast<SQLULEN>(seconds)), SQL_IS_UINTEGER);
+}
+
+bool Session::IsDead() const {
+  SQLUINTEGER dead = SQL_CD_FALSE;
+  const SQLRETURN result = SQLGetConnectAttr(Get(), SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr);
+  return SQL_SUCCEEDED(result) && dead == SQL_CD_TRUE;
 }
 
 void Session::Connect(const std::string& connectionString) {
@@ -183,20 +197,28 @@ std::string Session::CurrentCatalog() const {
   });
 }
 
-Statement::Statement(std::shared_ptr<Session> session)
-    : session_(std::move(session)), handle_(SQL_HANDLE_DBC, session_->Get()) {}
+Statement::Statement(std::shared_ptr<Session> session) : parts_(std::make_shared<Parts>(std::move(session))) {
+  const int seconds = Owner().Limits().statementSeconds;
+  if (seconds > 0) SetAttribute(SQL_ATTR_QUERY_TIMEOUT, static_cast<SQLULEN>(seconds));
+}
+
+std::function<void()> Statement::Canceller() const {
+  return [weak = std::weak_ptr<Parts>(parts_)] {
+    if (const std::shared_ptr<Parts> parts = weak.lock()) SQLCancel(parts->handle.Get());
+  };
+}
 
 void Statement::Execute(const std::string& sql) const {
-  Check(WithFunctions(session_->IsWide(), [&](auto functions) {
+  Check(WithFunctions(Owner().IsWide(), [&](auto functions) {
     TextArgument<typename decltype(functions)::Unit> text(sql);
-    if (!session_->PreparesStatements()) return functions.kExecDirect(Get(), text.Get(), SQL_NTS);
+    if (!Owner().PreparesStatements()) return functions.kExecDirect(Get(), text.Get(), SQL_NTS);
     const SQLRETURN result = functions.kPrepare(Get(), text.Get(), SQL_NTS);
     return SQL_SUCCEEDED(result) ? SQLExecute(Get()) : result;
   }));
 }
 
 void Statement::Tables(const CatalogNames& names) const {
-  Check(WithFunctions(session_->IsWide(), [&](auto functions) {
+  Check(WithFunctions(Owner().IsWide(), [&](auto functions) {
     using Argument = TextArgument<typename decltype(functions)::Unit>;
     Argument catalog(names.catalog);
     Argument schema(names.schema);
@@ -208,7 +230,7 @@ void Statement::Tables(const CatalogNames& names) const {
 }
 
 void Statement::Statistics(const CatalogNames& names) const {
-  Check(WithFunctions(session_->IsWide(), [&](auto functions) {
+  Check(WithFunctions(Owner().IsWide(), [&](auto functions) {
     using Argument = TextArgument<typename decltype(functions)::Unit>;
     Argument catalog(names.catalog);
     Argument schema(names.schema);
@@ -219,8 +241,7 @@ void Statement::Statistics(const CatalogNames& names) const {
 }
 
 void Statement::TypeInfo() const {
-  Check(
-      WithFunctions(session_->IsWide(), [&](auto functions) { return functions.kGetTypeInfo(Get(), SQL_ALL_TYPES); }));
+  Check(WithFunctions(Owner().IsWide(), [&](auto functions) { return functions.kGetTypeInfo(Get(), SQL_ALL_TYPES); }));
 }
 
 SQLUSMALLINT Statement::ColumnCount() const {
@@ -231,7 +252,7 @@ SQLUSMALLINT Statement::ColumnCount() const {
 
 ColumnDescription Statement::DescribeColumn(SQLUSMALLINT number) const {
   ColumnDescription column;
-  column.name = WithFunctions(session_->IsWide(), [&](auto functions) {
+  column.name = WithFunctions(Owner().IsWide(), [&](auto functions) {
     using Unit = typename decltype(functions)::Unit;
     return ReadText<Unit>([&](Unit* buffer, std::size_t units, std::int64_t& length) {
       SQLSMALLINT given = 0;
@@ -247,7 +268,7 @@ ColumnDescription Statement::DescribeColumn(SQLUSMALLINT number) const {
 
 bool Statement::IsUnsigned(SQLUSMALLINT number) const {
   SQLLEN isUnsigned = SQL_FALSE;
-  const SQLRETURN result = WithFunctions(session_->IsWide(), [&](auto functions) {
+  const SQLRETURN result = WithFunctions(Owner().IsWide(), [&](auto functions) {
     return functions.kColAttribute(Get(), number, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned);
   });
   return SQL_SUCCEEDED(result) && isUnsigned == SQL_TRUE;

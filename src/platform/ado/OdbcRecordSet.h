@@ -35,6 +35,11 @@ class OdbcRecordSet final : public RecordSet {
   void MoveNext() override;
   using RecordSet::Item;
   [[nodiscard]] const Value& Item(std::size_t index) const override;
+  /// Gives the current row, in exchange for a vector whose memory serves the next one.
+  void TakeRow(std::vector<Value>& row) {
+    row.resize(values_.size());
+    row.swap(values_);
+  }
 
  private:
   struct Column {

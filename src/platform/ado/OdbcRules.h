@@ -5,7 +5,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <span>
 #include <string_view>
 
 namespace ods::odbc {
@@ -24,6 +26,9 @@ struct ProductRule {
   /// The driver tells too small a length of UTF-16 cells with characters such as "Ø" (U+00D8): it takes a low byte
   /// from D8 to DB for half of a pair. Its UTF-8 cells are right.
   bool miscountsWideCells = false;
+  /// The product's own SQLSTATEs, and its drivers' own error numbers, for a session that has ended.
+  std::span<const std::string_view> endedStates = {};
+  std::span<const std::int32_t> endedErrors = {};
   /// The quotes of a name, where they are others than the driver's identifier quote character; "" where not.
   std::string_view quotePrefix = {};
   std::string_view quoteSuffix = {};
@@ -46,5 +51,8 @@ struct DriverRule {
 [[nodiscard]] const ProductRule& RuleOfProduct(std::string_view dbmsName);
 /// The rule of the driver whose "Driver Name" is `driverName`.
 [[nodiscard]] const DriverRule& RuleOfDriver(std::string_view driverName);
+
+/// True when an error of a product tells that its session has ended: a SQLSTATE of class 08, or one of its own.
+[[nodiscard]] bool EndsSession(const ProductRule& product, std::string_view sqlState, std::int32_t nativeError);
 
 }  // namespace ods::odbc
