@@ -8,13 +8,14 @@
 #include <string_view>
 #include <utility>
 
+#include "common/Attempt.h"
 #include "common/ComponentRegistry.h"
 #include "common/Conversions.h"
 #include "common/Error.h"
+#include "common/ToldOnce.h"
 #include "platform/queue/Queue.h"
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
-#include "server/Attempt.h"
 #include "server/Product.h"
 #include "server/modConfiguration.h"
 #include "server/modConnect.h"
@@ -51,7 +52,7 @@ class Loop {
   void ReloadWhenChanged();
   void Reload(std::int64_t stamp);
   void SetReconnect();
-  void ReportNoDatabase(const std::optional<Failure>& failure);
+  void ReportNoDatabase(const std::optional<Error>& failure);
   void ConnectToDatabase();
   [[nodiscard]] bool ConnectToQueues();
   [[nodiscard]] std::shared_ptr<Queue> OpenQueue(const std::string& folder, bool trace) const;
@@ -74,12 +75,12 @@ class Loop {
   Database database_;
   std::shared_ptr<Queue> incoming_;
   std::shared_ptr<Queue> outgoing_;
-  bool polled_ = false;                      ///< the round before polled
-  SteadyClock::time_point gaveBack_;         ///< when memory was given back
-  std::int32_t gaveBackAfter_ = 0;           ///< the request count then
-  std::string queueFailure_;                 ///< text of the failure that the queues are in; "" when they work
-  std::string reloadFailure_;                ///< the same of the configuration file
-  std::optional<std::int64_t> failedStamp_;  ///< stamp of the file that could not be reloaded
+  bool polled_ = false;               ///< the round before polled
+  SteadyClock::time_point gaveBack_;  ///< when memory was given back
+  std::int32_t gaveBackAfter_ = 0;    ///< the request count then
+  ToldOnce queueFailure_;             ///< the failure that the queues are in
+  ToldOnce reload_;                   ///< the reload that is tried, by the stamp of the file
+  ToldOnce reloadFailure_;            ///< the failure of that reload
 };
 
 void Loop::Run() {
@@ -135,17 +136,15 @@ void Loop::ReloadWhenChanged() {
 
 /// A file that cannot be read now leaves the settings as they are and is tried again every round.
 void Loop::Reload(std::int64_t stamp) {
-  if (stamp != failedStamp_) {
+  if (reload_.IsNew(std::to_string(stamp))) {
+    reloadFailure_.Clear();
     Trace("Reload ini-file from: " + FormatDate(FileModificationTime(settings_.config)));
   }
   if (const auto failure = Attempt([&] { LoadConfiguration(settings_.config, settings_.configuration); })) {
-    const std::string text = FailureText(*failure);
-    if (stamp != failedStamp_ || text != reloadFailure_) TraceError(text);
-    failedStamp_ = stamp;
-    reloadFailure_ = text;
+    if (reloadFailure_.IsNew(ErrorText(*failure))) TraceError(ErrorText(*failure));
     return;
   }
-  failedStamp_.reset();
+  reload_.Clear();
   if (!settings_.configuration.ConnectionString.empty()) {
     state_.pollingEnabled = true;
     SetReconnect();
@@ -161,11 +160,11 @@ void Loop::Reload(std::int64_t stamp) {
 void Loop::SetReconnect() {
   state_.databaseConnectPending = true;
   state_.queueConnectPending = true;
-  queueFailure_.clear();
+  queueFailure_.Clear();
 }
 
 /// Tells whoever watches the server, a controller or a person, that there is no database.
-void Loop::ReportNoDatabase(const std::optional<Failure>& failure) {
+void Loop::ReportNoDatabase(const std::optional<Error>& failure) {
   if (settings_.Unattended) {
     context_.signals.ReportStatus("Message", "UnableToConnectDB", "Unable to connect to database.");
     return;
@@ -177,8 +176,8 @@ void Loop::ReportNoDatabase(const std::optional<Failure>& failure) {
       "Connection string is " +
       settings_.configuration.ConnectionString;
   if (failure) {
-    text += "\n" + std::to_string(failure->number) + " (0x" + ErrorNumberHex(failure->number) + ")\n" +
-            failure->description;
+    text += "\n" + std::to_string(failure->Number()) + " (0x" + ErrorNumberHex(failure->Number()) + ")\n" +
+            failure->Description();
   }
   process_.ui->MessageBox(kProductName, text, BoxStyle::kExclamation);
   process_.ui->ShowOptionsDialog();
@@ -192,13 +191,13 @@ void Loop::ConnectToDatabase() {
   const auto failure =
       Attempt([&] { database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString); });
   if (!failure) return;
-  TraceError("Error connecting to database. " + FailureText(*failure));
+  TraceError("Error connecting to database. " + ErrorText(*failure));
   ReportNoDatabase(failure);
 }
 
 /// A failure is traced when it is a new one; the connect stays pending, and the next rounds try again silently.
 bool Loop::ConnectToQueues() {
-  const bool first = queueFailure_.empty();
+  const bool first = !queueFailure_.Stands();
   state_.statusText = status_text::kConnectToQueue;
   if (first) Trace("Connect to Queue");
   incoming_.reset();
@@ -209,7 +208,7 @@ bool Loop::ConnectToQueues() {
     incoming_ = std::move(incoming);
   });
   if (failure) {
-    TraceQueueFailure("Error connecting to queue. " + FailureText(*failure));
+    TraceQueueFailure("Error connecting to queue. " + ErrorText(*failure));
     return false;
   }
   state_.queueConnectPending = false;
@@ -225,8 +224,7 @@ std::shared_ptr<Queue> Loop::OpenQueue(const std::string& folder, bool trace) co
 }
 
 void Loop::TraceQueueFailure(const std::string& text) {
-  if (text != queueFailure_) TraceError(text);
-  queueFailure_ = text;
+  if (queueFailure_.IsNew(text)) TraceError(text);
 }
 
 void Loop::StayStopped() {
@@ -271,10 +269,10 @@ std::optional<std::string> Loop::Poll() {
   polled_ = true;
   std::string id;
   if (const auto failure = Attempt([&] { id = incoming_->Poll("", kPollMilliseconds); })) {
-    TraceQueueFailure("Error polling queue. " + FailureText(*failure));
+    TraceQueueFailure("Error polling queue. " + ErrorText(*failure));
     return std::nullopt;
   }
-  queueFailure_.clear();
+  queueFailure_.Clear();
   return id;
 }
 
@@ -303,16 +301,16 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
   state_.statusText = status_text::kProcessing;
   if (unreadable) {
     // The sender's fault, not a state of the server that a restart could mend.
-    FillErrorDocument(response, unreadable->number, unreadable->description);
+    FillErrorDocument(response, unreadable->Number(), unreadable->Description());
     return type;
   }
   const auto failure =
       Attempt([&] { DispatchRequest(type, request, response, database_.session.get(), context_.findHandler); });
   if (failure) {
-    FillErrorDocument(response, failure->number, failure->description);
+    FillErrorDocument(response, failure->Number(), failure->Description());
     context_.signals.ReportStatus("Restart", "ErrorProcessingMessage",
                                   "Request a restart of dataserver in order to recover error state. " +
-                                      std::to_string(failure->number) + " " + failure->description);
+                                      std::to_string(failure->Number()) + " " + failure->Description());
   }
   return type;
 }
@@ -327,7 +325,7 @@ std::string Loop::StampedText(XmlDocument& response) {
     if (text.size() > kMaxResponseBytes) throw Error(error_number::kOwn, std::string(kResponseTooLarge));
   });
   if (!failure) return text;
-  FillErrorDocument(response, failure->number, failure->description);
+  FillErrorDocument(response, failure->Number(), failure->Description());
   StampResponse(response, process_.ServerSessionId);
   return response.Xml();
 }
@@ -337,19 +335,18 @@ std::string Loop::StampedText(XmlDocument& response) {
 bool Loop::SendAnswer(const std::string& id, std::string text) {
   outgoing_->SetPackage(std::move(text));
   auto failure = Attempt([&] { outgoing_->Send(id); });
-  std::string traced;
+  ToldOnce told;
   while (failure) {
-    const std::string failureText = "Error sending answer to message " + id + ". " + FailureText(*failure);
-    if (failureText != traced) TraceError(failureText);
-    traced = failureText;
+    const std::string failureText = "Error sending answer to message " + id + ". " + ErrorText(*failure);
+    if (told.IsNew(failureText)) TraceError(failureText);
     // An answer of that id waits already, or nobody can be waiting under such an id: nothing more can be done.
-    if (failure->number == error_number::kFileExists || !MessageFileName(id)) break;
+    if (failure->Number() == error_number::kFileExists || !MessageFileName(id)) break;
     Pause();
     if (MustStop()) return false;
     failure = Attempt([&] { outgoing_->Send(id); });
   }
   if (const auto unanswered = Attempt([&] { incoming_->Answered(); })) {
-    TraceError("Error removing message " + id + ". " + FailureText(*unanswered));
+    TraceError("Error removing message " + id + ". " + ErrorText(*unanswered));
   }
   return true;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/UserInterface.h"
+#include "log/Trace.h"
 
 namespace ods::test {
 
@@ -27,6 +28,7 @@ class RecordingUserInterface final : public UserInterface {
   void AddTraceEntry(std::int32_t severity, const std::string& text) override {
     severities.push_back(severity);
     entries.push_back(text);
+    if (severity == severity::kWarning) warnings.push_back(text);
   }
 
   [[nodiscard]] int CountOf(const std::string& entry) const {
@@ -38,6 +40,7 @@ class RecordingUserInterface final : public UserInterface {
   std::vector<std::string> calls;        ///< windows and boxes, in their order
   std::vector<std::string> entries;      ///< of the trace log
   std::vector<std::int32_t> severities;  ///< of these entries
+  std::vector<std::string> warnings;     ///< those of the entries that are
 };
 
 }  // namespace ods::test

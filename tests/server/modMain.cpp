@@ -9,6 +9,7 @@
 
 #include "common/Files.h"
 #include "doubles/ServerDoubles.h"
+#include "platform/system/COpSysInfo.h"
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
 #include "server/modConfiguration.h"
@@ -76,6 +77,7 @@ TEST_F(ServerTest, StartsUpInItsOrder) {
   const std::string queueFolder = folder_.Path() + "/temp/Korvanta/7/Queue";
   EXPECT_THAT(ui_.entries, ElementsAreArray({std::string("Starting odbc-data-server version 1.0.0.0"),
                                              "Parse command line: " + line,
+                                             "Platform: " + COpSysInfo().Description(),
                                              "Context file: " + exeFolder_ + "/context.xml",
                                              "Ini file: " + DefaultIni(),
                                              "Incoming Queue: " + queueFolder + "/Requests",
@@ -110,6 +112,7 @@ TEST_F(ServerTest, TheLogBeginsWithTheSystemsEntry) {
   const std::string log = ReadFileText(tracer_.GetLog()->PathOf(LocalNow()));
   EXPECT_THAT(log, HasSubstr(", 1, 0, 'User="));
   EXPECT_THAT(log, HasSubstr(", 2, 0, 'Starting "));
+  EXPECT_THAT(log, HasSubstr(", 4, 0, 'Platform: " + COpSysInfo().Name() + " " + COpSysInfo().Version()));
   EXPECT_EQ(tracer_.GetLog()->PathOf(LocalNow()).find(exeFolder_ + "/Data/Logs/"), 0U);
   EXPECT_THAT(tracer_.GetLog()->PathOf(LocalNow()),
               testing::EndsWith("-DBSRV-" + std::to_string(CurrentProcessId()) + ".log"));
@@ -205,6 +208,26 @@ TEST_F(ServerTest, ReadsTheParameterFileBelowTheCommandLine) {
   EXPECT_EQ(settings.mode, "config");
   EXPECT_EQ(settings.instance, "file");
   EXPECT_TRUE(settings.hidden);
+}
+
+TEST_F(ServerTest, TakesParametersWithTwoHyphens) {
+  const Settings& settings = Run("--hidden --mode=config --outqueue=" + folder_.Path() + "/answers");
+  EXPECT_EQ(settings.outqueue, folder_.Path() + "/answers");
+  EXPECT_TRUE(settings.hidden);
+}
+
+TEST_F(ServerTest, WarnsOfParametersThatItDoesNotKnow) {
+  const std::string file = folder_.Path() + "/parameters.txt";
+  std::ofstream(file) << "hidden\nouteqeue=/q\nalivefil=/a\ninqeue=/other\n";
+  Run("mode=config inqeue=/in parameterfile=" + file);
+  EXPECT_THAT(ui_.warnings, ElementsAre("Unknown parameter \"inqeue\" on the command line.",
+                                        "Unknown parameter \"outeqeue\" in the parameter file " + file + ".",
+                                        "Unknown parameter \"alivefil\" in the parameter file " + file + "."));
+}
+
+TEST_F(ServerTest, WarnsOfNoParameterThatItKnows) {
+  Run("mode=config hidden instance=7 config=" + folder_.Path() + "/a.xml");
+  EXPECT_THAT(ui_.warnings, IsEmpty());
 }
 
 TEST_F(ServerTest, AMissingParameterFileIsAnErrorThatNamesIt) {

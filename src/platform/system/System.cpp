@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "common/Error.h"
+#include "common/Hex.h"
 #include "platform/system/FileHandle.h"
 
 namespace ods {
@@ -150,13 +151,11 @@ void SleepMilliseconds(int milliseconds) {
 }
 
 std::string FormatGuid(const std::uint8_t (&bytes)[16]) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text;
   text.reserve(36);
   for (std::size_t i = 0; i < std::size(bytes); ++i) {
     if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-    text += kDigits[bytes[i] >> 4U];
-    text += kDigits[bytes[i] & 0x0FU];
+    AppendHex(text, bytes[i]);
   }
   return text;
 }

@@ -109,6 +109,20 @@ TEST_F(PostgreSqlTest, NothingIsLostWhenValuesAreLongerThanTheDriverSays) {
   }
 }
 
+TEST_F(PostgreSqlTest, WhatTheDriverMakesOfDatesBeyondItsCalendar) {
+  Run("CREATE TABLE t (i integer, d date, ts timestamp, tm time)");
+  Run("INSERT INTO t VALUES (1, 'infinity', 'infinity', '24:00:00'), (2, '-infinity', '-infinity', NULL),"
+      " (3, '0044-03-15 BC', '0044-03-15 10:00:00 BC', NULL), (4, '12345-01-02', '12345-01-02', NULL),"
+      " (5, '2020-01-02', '2020-01-02', '10:11:12')");
+  const std::vector<Row> rows = Read("SELECT d, ts, tm FROM t ORDER BY i");
+  ASSERT_EQ(rows.size(), 5U);
+  EXPECT_EQ(rows[0], (Row{Null{}, DateOf({9999, 12, 31, 23, 59, 59}), Null{}}));
+  EXPECT_EQ(rows[1], (Row{Null{}, Null{}, Null{}}));
+  EXPECT_EQ(rows[2], (Row{DateOf({44, 3, 15}, true), Null{}, Null{}})) << "the date has lost its era";
+  EXPECT_EQ(rows[3], (Row{Null{}, Null{}, Null{}}));
+  EXPECT_EQ(rows[4], (Row{DateOf({2020, 1, 2}, true), DateOf({2020, 1, 2}), DateOf({1899, 12, 30, 10, 11, 12})}));
+}
+
 TEST_F(PostgreSqlTest, LongColumnsAreReadInPieces) {
   Run("CREATE TABLE t (a integer, tx text, b varchar(10), bl bytea, c integer)");
   Run("INSERT INTO t VALUES (1, 'x' || repeat('\xF0\x9F\x98\x80', 750000), 'short', decode(repeat('00ff', 1500000), "

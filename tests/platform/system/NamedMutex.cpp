@@ -5,6 +5,7 @@
 #include <sys/file.h>
 
 #include "common/Error.h"
+#include "common/PercentCode.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
