@@ -48,7 +48,7 @@ TEST_F(Execute, ReplacesPlaceholdersPairByPair) {
 }
 
 TEST_F(Execute, OnMySqlARecordSetHasNoMaxRecords) {
-  fake_.session.kind = DatabaseKind::DbMySql;
+  fake_.Use(DatabaseKind::DbMySql);
   (void)ExecuteSQL(fake_.session, "SELECT 1", 51);
   EXPECT_THAT(fake_.connection->limits, ElementsAre(0));
 }

@@ -38,12 +38,12 @@ TEST(TableIdentifier, TypeIsTheTextInTheLeadingBrackets) {
 }
 
 TEST(TableIdentifier, OnlySqlServerNamesHaveASchema) {
-  const SchemaAndName split = SplitTableName("[TABLE][dbo].[Order]]s]", DatabaseKind::DbSqlServer);
+  const SchemaAndName split = SplitTableName("[TABLE][dbo].[Order]]s]", DialectOf(DatabaseKind::DbSqlServer));
   EXPECT_EQ(split.schema, "dbo");
   EXPECT_EQ(split.name, "Order]]s");
-  EXPECT_EQ(SplitTableName("[TABLE]Orders", DatabaseKind::DbSqlServer).name, "Orders");
-  EXPECT_EQ(SplitTableName("[TABLE][a].[b].[c]", DatabaseKind::DbSqlServer).name, "[a].[b].[c]");
-  const SchemaAndName other = SplitTableName("[TABLE][dbo].[x]", DatabaseKind::DbMySql);
+  EXPECT_EQ(SplitTableName("[TABLE]Orders", DialectOf(DatabaseKind::DbSqlServer)).name, "Orders");
+  EXPECT_EQ(SplitTableName("[TABLE][a].[b].[c]", DialectOf(DatabaseKind::DbSqlServer)).name, "[a].[b].[c]");
+  const SchemaAndName other = SplitTableName("[TABLE][dbo].[x]", DialectOf(DatabaseKind::DbMySql));
   EXPECT_EQ(other.schema, "");
   EXPECT_EQ(other.name, "[dbo].[x]");
 }

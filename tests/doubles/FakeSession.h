@@ -87,11 +87,13 @@ class FakeSession {
     state.programFolder = folder.Path();
     state.context = &context;
     session.connection = connection;
-    session.kind = kind;
+    Use(kind);
     std::tie(session.QuotePrefix, session.QuoteSuffix) = QuotesOf(kind);
     session.typeTable = CreateTypeTable(kind);
   }
 
+  /// Lets the session be one of another product; quotes and type table stay.
+  void Use(DatabaseKind kind) { session.dialect = &DialectOf(kind); }
   /// Makes the columns of a table known, as if it had been described already.
   void Describe(const std::string& table, const std::vector<Field>& fields) {
     for (const Field& field : fields) {

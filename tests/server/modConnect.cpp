@@ -35,7 +35,7 @@ class ConnectTest : public testing::Test {
   [[nodiscard]] Database Connect() { return ConnectDatabase(process_, "DSN=test;PWD=secret"); }
   [[nodiscard]] std::string CatalogOf(const std::string& catalog, DatabaseKind kind) {
     script_.properties = {{"Current Catalog", catalog}};
-    return GetCurrentCatalog(test::ScriptedConnection(script_), kind);
+    return GetCurrentCatalog(test::ScriptedConnection(script_), DialectOf(kind));
   }
 
   test::TemporaryFolder folder_;
@@ -102,7 +102,7 @@ TEST_F(ConnectTest, AConnectFillsTheSession) {
   const Database database = Connect();
   ASSERT_NE(database.session, nullptr);
   const DataSession& session = *database.session;
-  EXPECT_EQ(session.kind, DatabaseKind::DbMySql);
+  EXPECT_EQ(session.dialect->kind, DatabaseKind::DbMySql);
   EXPECT_EQ(session.process, &process_);
   EXPECT_FALSE(session.typeTable.empty());
   EXPECT_EQ(session.providerTypes->Keys(), (std::vector<std::string>{"integer"}));
@@ -154,7 +154,7 @@ TEST_F(ConnectTest, ADriverThatTellsNeitherNameNorDefaultDatabaseIsUnnamedAndQuo
   script_.defaultDatabase = "";
   script_.literals.clear();
   const Database database = Connect();
-  EXPECT_EQ(database.session->kind, DatabaseKind::DbUnnamed);
+  EXPECT_EQ(database.session->dialect->kind, DatabaseKind::DbUnnamed);
   EXPECT_EQ(database.session->QuotePrefix, "\"");
   EXPECT_EQ(database.session->QuoteSuffix, "\"");
 }

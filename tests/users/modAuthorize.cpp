@@ -114,8 +114,8 @@ TEST_F(UsersFile, LoadsFromTheProgramsFolder) {
 
 TEST_F(UsersFile, SpeaksForEveryDatabaseButNavisionAndRunsNoStatement) {
   for (std::int32_t kind = 0; kind <= 8; ++kind) {
-    fake_.session.kind = static_cast<DatabaseKind>(kind);
-    if (fake_.session.kind == DatabaseKind::DbNavision) continue;
+    fake_.Use(static_cast<DatabaseKind>(kind));
+    if (fake_.session.dialect->kind == DatabaseKind::DbNavision) continue;
     EXPECT_EQ(Authorized(fake_, User("ann")), kAnn) << kind;
   }
   EXPECT_THAT(fake_.connection->statements, IsEmpty());

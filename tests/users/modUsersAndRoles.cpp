@@ -119,8 +119,8 @@ TEST_F(UsersAndRoles, MissingNamesGiveAStatementThatTheDatabaseRefuses) {
 
 TEST_F(UsersAndRoles, AreAnEmptyDocumentForSqlServerAndEveryOtherProduct) {
   for (std::int32_t kind = 0; kind <= 8; ++kind) {
-    fake_.session.kind = static_cast<DatabaseKind>(kind);
-    if (fake_.session.kind == DatabaseKind::DbNavision) continue;
+    fake_.Use(static_cast<DatabaseKind>(kind));
+    if (fake_.session.dialect->kind == DatabaseKind::DbNavision) continue;
     EXPECT_EQ(Answer(), "") << kind;
   }
   EXPECT_THAT(fake_.connection->statements, IsEmpty());
