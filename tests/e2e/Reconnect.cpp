@@ -1,0 +1,170 @@
+// Databases that end sessions and come back, under a server that mends its connection.
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <regex>
+#include <thread>
+#include <unistd.h>
+
+#include "common/Conversions.h"
+#include "common/Text.h"
+#include "e2e/DatabaseServer.h"
+#include "e2e/ServerProcess.h"
+#include "platform/ado/Ado.h"
+
+namespace ods::test {
+namespace {
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kRequests = 1000;
+
+/// A product, and what its administrator says; "?" stands for the name of a user.
+struct Product {
+  const char* name;
+  const char* script;    ///< what makes a server of its own
+  const char* variable;  ///< the environment's server
+  std::vector<std::string> makeUser;
+  std::string dropUser;
+  std::string endSessions;  ///< of the user
+  std::string countSessions;
+};
+
+const Product kProducts[] = {
+    {"PostgreSql",
+     "postgresql",
+     "ODS_TEST_POSTGRESQL_SCRATCH",
+     {"CREATE ROLE ? LOGIN SUPERUSER PASSWORD 'secret'"},
+     "DROP ROLE IF EXISTS ?",
+     "SELECT COUNT(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE usename='?'",
+     "SELECT COUNT(*) FROM pg_stat_activity WHERE usename='?'"},
+    {"MariaDb",
+     "mariadb",
+     "ODS_TEST_MARIADB_SCRATCH",
+     {"CREATE USER ? IDENTIFIED BY 'secret'", "GRANT SELECT ON *.* TO ?"},
+     "DROP USER IF EXISTS ?",
+     "KILL CONNECTION USER ?",
+     "SELECT COUNT(*) FROM information_schema.PROCESSLIST WHERE USER='?'"},
+};
+
+class Reconnect : public testing::TestWithParam<Product> {
+ protected:
+  void SetUp() override {
+    const char* const connectionString = std::getenv(GetParam().variable);
+    if (connectionString == nullptr) GTEST_SKIP() << GetParam().variable << " names no server";
+    connectionString_ = connectionString;
+  }
+
+  static std::shared_ptr<Connection> Open(const std::string& connectionString) {
+    auto connection = CreateOdbcConnection();
+    connection->Open(connectionString);
+    return connection;
+  }
+  static void MakeTable(Connection& connection, const std::string& table) {
+    (void)connection.OpenRecordSet("DROP TABLE IF EXISTS " + table, 0);
+    (void)connection.OpenRecordSet("CREATE TABLE " + table + " (a int NOT NULL PRIMARY KEY, b varchar(20))", 0);
+    std::string rows;
+    for (int i = 1; i <= 100; ++i)
+      rows += (i > 1 ? ",(" : "(") + std::to_string(i) + ",'row " + std::to_string(i) + "')";
+    (void)connection.OpenRecordSet("INSERT INTO " + table + " VALUES " + rows, 0);
+  }
+  static std::string Page(const std::string& table) {
+    return Request("TableData", "<TableId>[TABLE]" + table +
+                                    "</TableId><PrimaryKey>a</PrimaryKey><PageSize>20</PageSize><Navigate>gotofirst"
+                                    "</Navigate><Fields><Field><Id>a</Id></Field><Field><Id>b</Id></Field></Fields>");
+  }
+  static std::string For(const std::string& statement, const std::string& user) {
+    return ReplaceAll(statement, "?", user);
+  }
+
+  std::string connectionString_;
+  ServerFolders folders_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Products, Reconnect, testing::ValuesIn(kProducts),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_P(Reconnect, SessionsThatAreEndedFromOutsideAreNotNoticedByAnyClient) {
+  const std::string user = "reconnect_" + std::to_string(getpid());
+  const auto administrator = Open(connectionString_);
+  MakeTable(*administrator, user);
+  (void)administrator->OpenRecordSet(For(GetParam().dropUser, user), 0);
+  for (const std::string& each : GetParam().makeUser) (void)administrator->OpenRecordSet(For(each, user), 0);
+  folders_.Configure(
+      std::regex_replace(connectionString_, std::regex("UID=[^;]*;PWD=[^;]*"), "UID=" + user + ";PWD=secret"));
+  {
+    ServerProcess server(folders_, {"/reconnect=2"});
+    QueueClient client(folders_);
+    const std::string right = client.Ask(Page(user));
+    EXPECT_NE(right.find("row 20"), std::string::npos) << right;
+    std::atomic<bool> over = false;
+    int ended = 0;
+    std::thread ender([&] {
+      while (!over) {
+        std::this_thread::sleep_for(milliseconds(100));
+        if (SafeLng(administrator->OpenRecordSet(For(GetParam().countSessions, user), 0)->Item(0)) == 0) continue;
+        (void)administrator->OpenRecordSet(For(GetParam().endSessions, user), 0);
+        ++ended;
+      }
+    });
+    int wrong = 0;
+    for (int i = 0; i < kRequests; ++i) {
+      const std::string answer = client.Ask(Page(user));
+      if (answer != right && ++wrong == 1) ADD_FAILURE() << i << ": " << answer;
+    }
+    over = true;
+    ender.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(ended, 3);
+    EXPECT_EQ(server.Stop(), 0);
+  }
+  (void)administrator->OpenRecordSet("DROP TABLE " + user, 0);
+  (void)administrator->OpenRecordSet(For(GetParam().dropUser, user), 0);
+}
+
+TEST_P(Reconnect, ADatabaseThatIsNotUpYetAndOneThatIsRestartedAreFoundAgain) {
+  DatabaseServer database(GetParam().script);
+  MakeTable(*Open(database.ConnectionString()), "t");
+  database.Stop();
+  folders_.Configure(database.ConnectionString());
+  ServerProcess server(folders_, {"/reconnect=1"});
+  QueueClient client(folders_);
+  for (int i = 0; i < 10; ++i) {
+    EXPECT_EQ(GetNodeText(client.AskDocument(Page("t")), "/XML/Error"), "1000") << "at once, while it is down";
+  }
+  database.Start();
+  const auto end = Clock::now() + std::chrono::seconds(30);
+  std::string right;
+  while (right.find("row 20") == std::string::npos && Clock::now() < end) right = client.Ask(Page("t"));
+  ASSERT_NE(right.find("row 20"), std::string::npos) << right;
+
+  std::thread restarter([&] {
+    database.Stop();
+    std::this_thread::sleep_for(milliseconds(300));
+    database.Start();
+  });
+  int answered = 0;
+  int refused = 0;
+  for (bool back = false; answered + refused < kRequests || !back;) {
+    const std::string answer = client.Ask(Page("t"));
+    back = answer == right;
+    if (back) {
+      ++answered;
+    } else {
+      ++refused;
+      EXPECT_NE(answer.find("<Error>"), std::string::npos) << "neither the rows nor an error: " << answer;
+      std::this_thread::sleep_for(milliseconds(5));
+    }
+    if (Clock::now() > end + std::chrono::seconds(60)) break;
+  }
+  restarter.join();
+  EXPECT_GT(answered, 0);
+  EXPECT_GT(refused, 0) << "the restart was noticed";
+  EXPECT_EQ(client.Ask(Page("t")), right);
+  EXPECT_EQ(server.Stop(), 0);
+}
+
+}  // namespace
+}  // namespace ods::test
