@@ -34,9 +34,9 @@ class OperatorView final : public ServerView {
   [[nodiscard]] bool Unattended() const override { return settings_.Unattended; }
 
   [[nodiscard]] OperatorSettings GetSettings() const override;
+  void SaveSettings(const OperatorSettings& settings) override;
+  /// The loop sees the saved file change and loads it again, which brings the settings that are there already.
   void StoreSettings(const OperatorSettings& settings) override;
-  /// The loop sees the file change and loads it again, which brings the settings that are there already.
-  void SaveSettings() override;
   [[nodiscard]] std::string DriverPattern() const override;
 
  private:

@@ -189,8 +189,10 @@ void Loop::ConnectToDatabase() {
   state_.statusText = status_text::kConnectToDatabase;
   // The old connection goes first: a failure leaves none, and some drivers allow one connection only.
   database_ = Database();
-  const auto failure =
-      Attempt([&] { database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString); });
+  const auto failure = Attempt([&] {
+    const LongWork shown(*process_.ui);
+    database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString);
+  });
   if (!failure) return;
   TraceError("Error connecting to database. " + FailureText(*failure));
   ReportNoDatabase(failure);

@@ -27,11 +27,17 @@ class ScriptedUserInterface final : public UserInterface {
     ++eventRounds;
     if (onEvents) onEvents();
   }
-  void ShowMainWindow() override { calls.emplace_back("show main window"); }
+  void BeginLongWork() override { isWorking = true; }
+  void EndLongWork() override { isWorking = false; }
+  void ShowMainWindow() override {
+    calls.emplace_back("show main window");
+    if (onMainWindow) onMainWindow();
+  }
   void UnloadMainWindow() override { calls.emplace_back("unload main window"); }
   void ShowOptionsDialog() override { calls.emplace_back("options dialog"); }
   void WaitUntilClosed() override { calls.emplace_back("wait until closed"); }
   void MessageBox(const std::string& title, const std::string& text, BoxStyle style) override {
+    if (onBox) onBox();
     calls.push_back((style == BoxStyle::kExclamation ? "warning: " : "information: ") + title + ": " + text);
   }
   void AddTraceEntry(std::int32_t /*severity*/, const std::string& text) override { entries.push_back(text); }
@@ -42,6 +48,9 @@ class ScriptedUserInterface final : public UserInterface {
 
   int eventRounds = 0;
   std::function<void()> onEvents;
+  std::function<void()> onMainWindow;
+  std::function<void()> onBox;
+  bool isWorking = false;  ///< at something that takes long
   std::vector<std::string> calls;
   std::vector<std::string> entries;
 };
@@ -136,6 +145,7 @@ class FakeQueue final : public Queue {
 /// What all connections of a test share.
 struct DatabaseScript {
   std::vector<std::string> opened;
+  std::function<void()> onOpen;
   std::deque<std::optional<Error>> openFailures;
   std::deque<std::optional<Error>> schemaFailures;
   std::vector<ConnectionProperty> properties = {{"DBMS Name", "SQLite"}, {"Current Catalog", "main"}};
@@ -158,6 +168,7 @@ class TestConnection final : public Connection {
 
   void Open(const std::string& connectionString) override {
     script_.opened.push_back(connectionString);
+    if (script_.onOpen) script_.onOpen();
     EXPECT_EQ(script_.alive, 1) << "the old connection is gone before the new one opens";
     RaiseNext(script_.openFailures);
   }

@@ -323,7 +323,71 @@ TEST_F(ServerTest, AConnectionThatFailsAsksAPersonForAnother) {
                           "options dialog", "unload main window", "wait until closed"));
 }
 
+TEST_F(ServerTest, TheConfigModeOfAHiddenServerTellsWhyNothingIsSeen) {
+  testing::internal::CaptureStderr();
+  Run("mode=config hidden");
+  EXPECT_EQ(
+      testing::internal::GetCapturedStderr(),
+      "odbc-data-server: The options dialog is not shown: the parameter \"hidden\" is given, too. Leave it out to "
+      "configure the server with mode=config.\n");
+  testing::internal::CaptureStderr();
+  Run("mode=config");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+// A start that fails
+
+TEST_F(ServerTest, AFailureIsShownToAPersonAlsoBeforeThereAreWindows) {
+  std::ofstream(exeFolder_ + "/Data") << "in the way";
+  const auto [number, text] = test::ErrorOf([&] { Run(""); });
+  EXPECT_THAT(text, HasSubstr(exeFolder_ + "/Data"));
+  server_.ShowFailure(text);
+  EXPECT_THAT(ui_.calls, ElementsAre("unload main window", "open windows", "warning: : " + text));
+}
+
+TEST_F(ServerTest, AFailureIsShownInTheWindowsThatThereAre) {
+  const auto [number, text] = test::ErrorOf([&] { Run("config=" + folder_.Path() + "/no/such/folder.xml"); });
+  server_.ShowFailure(text);
+  EXPECT_THAT(ui_.calls, ElementsAre("open windows", "unload main window", "warning: : " + text));
+}
+
+TEST_F(ServerTest, AFailureOfTheParametersIsShown) {
+  const auto [number, text] = test::ErrorOf([&] { Run("parameterfile=" + folder_.Path() + "/missing.par"); });
+  server_.ShowFailure(text);
+  EXPECT_THAT(ui_.calls, ElementsAre("unload main window", "open windows", "warning: : " + text));
+}
+
+TEST_F(ServerTest, NobodyIsShownTheFailureOfAnUnattendedServer) {
+  std::ofstream(exeFolder_ + "/Data") << "in the way";
+  for (const char* line : {"hidden", "runningmutex=x", "hidden parameterfile=missing.par"}) {
+    const auto [number, text] = test::ErrorOf([&] { Run(line); });
+    EXPECT_NE(number, 0) << line;
+    server_.ShowFailure(text);
+  }
+  EXPECT_THAT(ui_.calls, testing::Each("unload main window"));
+}
+
+TEST_F(ServerTest, WithoutADisplayAFailureIsNotShown) {
+  noWindow_ = "no display";
+  std::ofstream(exeFolder_ + "/Data") << "in the way";
+  const auto [number, text] = test::ErrorOf([&] { Run(""); });
+  server_.ShowFailure(text);
+  EXPECT_THAT(ui_.calls, ElementsAre("unload main window"));
+}
+
 // The windows
+
+TEST_F(ServerTest, TheMainWindowIsShownWithWhatTheServerDoesFirst) {
+  for (const auto& [connectionString, status] :
+       {std::pair{"DSN=test", "Connect to Database"}, std::pair{"", "Connect to Queue"}}) {
+    Configure(DefaultIni(), connectionString);
+    std::string shown;
+    ui_.onMainWindow = [&] { shown = view_->StatusText() + ", " + view_->ButtonAction(); };
+    stop_ = false;
+    Run("");
+    EXPECT_EQ(shown, std::string(status) + ", STOP");
+  }
+}
 
 TEST_F(ServerTest, AHiddenServerOpensNoWindows) {
   noWindow_ = "no display";
@@ -422,8 +486,8 @@ TEST_F(ServerTest, SettingsSavedByAWindowConnectOnce) {
   queues_.Idle([&] {
     ui_.onEvents = [&] {
       ui_.onEvents = nullptr;
+      view_->SaveSettings({"Sales", "", "", "DSN=Sales", false});
       view_->StoreSettings({"Sales", "", "", "DSN=Sales", false});
-      view_->SaveSettings();
     };
   });
   queues_.Idle();
@@ -455,9 +519,11 @@ TEST_F(ServerTest, SettingsThatCannotBeSavedAreAnErrorThatNamesTheFile) {
   Configure(DefaultIni());
   Run("mode=config");
   std::filesystem::remove_all(exeFolder_ + "/Data/config");
-  const auto [number, text] = test::ErrorOf([&] { view_->SaveSettings(); });
+  const OperatorSettings before = view_->GetSettings();
+  const auto [number, text] = test::ErrorOf([&] { view_->SaveSettings({"Sales", "", "", "DSN=Sales", false}); });
   EXPECT_EQ(number, error_number::kOwn);
   EXPECT_THAT(text, HasSubstr(DefaultIni()));
+  EXPECT_EQ(view_->GetSettings(), before);
 }
 
 TEST_F(ServerTest, TheWindowsSeeWhatTheServerIsAndDoes) {
