@@ -32,7 +32,7 @@ constexpr ParameterHelp kParameters[] = {
     {"config=<file>", "configuration file (default: dataserver.xml in the configuration folder)"},
     {"hidden", "show no window and no message box"},
     {"mode=run|config", "run the server (default), or choose its options"},
-    {"datafolder=<folder>", "data folder, with the logs (default: Data beside the program)"},
+    {"datafolder=<folder>", "data folder, with the logs (default: Data beside the program, or one of the user)"},
     {"configfolder=<folder>", "configuration folder (default: config in the data folder)"},
     {"context=<file>", "context document (default: context.xml beside the program)"},
     {"inqueue=<folder>", "queue that requests come from (default: Requests in the instance's queue folder)"},

@@ -26,6 +26,7 @@ constexpr int kOpenerTickMilliseconds = 100;
 constexpr int kOpenerTicks = 100;
 /// The width of the fields, in characters of a common width.
 constexpr int kFieldCharacters = 34;
+constexpr int kSpareCharacters = 3;
 constexpr const char* kTestConnection = "Test Connection";
 constexpr const char* kDataSources = "HKEY_LOCAL_MACHINE\\Software\\ODBC\\ODBC.INI\\";
 constexpr const char* kColumnLimitName = "\\MaxColSupport";
@@ -161,6 +162,9 @@ void frmConfigure::Arrange() {
   connectionLayout_.addWidget(&txtPassword, row, 1, 1, 2);
   connectionLayout_.addWidget(&Label6, ++row, 0);
   connectionLayout_.addWidget(&txtConnectionString, row, 1, 1, 2);
+  // Its text is a long one: some styles leave it no room at all.
+  const int spare = kSpareCharacters * cmdTestConnection.fontMetrics().averageCharWidth();
+  cmdTestConnection.setMinimumWidth(cmdTestConnection.sizeHint().width() + spare);
   connectionLayout_.addWidget(&cmdTestConnection, ++row, 1, 1, 2, Qt::AlignRight);
   connectionLayout_.setColumnStretch(1, 1);
 

@@ -7,6 +7,7 @@
 #include <QTextDocument>
 #include <QTextOption>
 #include <algorithm>
+#include <memory>
 
 #include "common/Text.h"
 #include "ui/windows/ShownText.h"
@@ -93,8 +94,10 @@ void Box::FitText() {
   const int titleWidth = metrics.horizontalAdvance(windowTitle()) + kTitleBarLines * metrics.height();
   const int width = std::max(WidestLine(metrics, Text(), mostWidth), std::min(titleWidth, mostWidth)) + margins +
                     metrics.maxWidth() / 2;
-  text_.document()->setTextWidth(width);
-  const int height = static_cast<int>(text_.document()->size().height()) + 1;
+  // A copy, since the field lays out its own by the width that it has just now.
+  const std::unique_ptr<QTextDocument> document(text_.document()->clone());
+  document->setTextWidth(width);
+  const int height = static_cast<int>(document->size().height()) + 1;
   const bool isScrolled = height > most.height();
   const int scrollBar = isScrolled ? text_.style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, &text_) : 0;
   text_.setVerticalScrollBarPolicy(isScrolled ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);

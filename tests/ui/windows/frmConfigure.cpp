@@ -177,6 +177,8 @@ TEST_F(FrmConfigure, NoTextIsCutOffAndTheControlsOfARowBeginAtOneLine) {
       EXPECT_GE(label->height(), label->heightForWidth(label->width())) << name.toStdString();
     }
   }
+  const auto& test = Find<QPushButton>(dialog, "cmdTestConnection");
+  EXPECT_GE(test.width(), test.sizeHint().width() + 2 * test.fontMetrics().averageCharWidth());
   const auto& explanation = Find<QLabel>(dialog, "Label2");
   EXPECT_LT(dialog.width(), explanation.fontMetrics().horizontalAdvance(explanation.text())) << "it takes two lines";
   EXPECT_EQ(DataSources().y(), Find(dialog, "cmdNewSource").y());

@@ -110,6 +110,7 @@ TEST(ShowBox, ALongTextWithoutBlanksIsWrappedAndWhole) {
     QTextEdit& field = TextOf(box);
     EXPECT_LE(field.document()->size().width(), field.viewport()->width());
     EXPECT_LE(field.document()->size().height(), field.viewport()->height()) << "all lines are to be seen";
+    EXPECT_GE(field.document()->size().height() + 2, field.viewport()->height()) << "and no more than those";
     EXPECT_FALSE(IsScrolled(box));
     EXPECT_LT(box.width(), Screen(box).width());
     EXPECT_LT(box.height(), Screen(box).height());
