@@ -25,12 +25,19 @@ constexpr std::array<std::int8_t, 256> MakeDigitValues() {
 constexpr std::array<std::int8_t, 256> kDigitValues = MakeDigitValues();
 
 std::uint8_t DigitValue(char digit) {
-  const std::int8_t value = kDigitValues[static_cast<std::uint8_t>(digit)];
+  const int value = HexDigitValue(digit);
   if (value == kNoDigit) throw Error(error_number::kTypeMismatch, "Type mismatch");
   return static_cast<std::uint8_t>(value);
 }
 
 }  // namespace
+
+void AppendHex(std::string& text, std::uint8_t byte) {
+  text += kDigits[byte >> 4U];
+  text += kDigits[byte & 0x0FU];
+}
+
+int HexDigitValue(char digit) { return kDigitValues[static_cast<std::uint8_t>(digit)]; }
 
 std::string BytesToHex(const Bytes& bytes) {
   std::string text(bytes.size() * 2, '-');

@@ -1,12 +1,18 @@
-// Bytes as hexadecimal text and back: the form in which positions travel.
+// Bytes as hexadecimal text and back: the form in which positions travel. And single digits.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "common/Value.h"
 
 namespace ods {
+
+/// Appends the two upper-case hexadecimal digits of a byte.
+void AppendHex(std::string& text, std::uint8_t byte);
+/// The value of a hexadecimal digit, upper or lower case; -1 for any other character.
+[[nodiscard]] int HexDigitValue(char digit);
 
 /// Two upper-case hexadecimal digits a byte, nothing between; "" for an empty value or no bytes.
 /// Raises error 13 when the value is neither empty nor bytes.

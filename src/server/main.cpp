@@ -6,6 +6,7 @@
 
 #include "common/ComponentRegistry.h"
 #include "log/Trace.h"
+#include "platform/ado/Ado.h"
 #include "platform/system/System.h"
 #include "server/modCommandLine.h"
 #include "server/modFolders.h"
@@ -39,9 +40,7 @@ int RunServer(int argc, const char* const* argv) {
   }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
   try {
     const ods::Information asked = ods::AskedInformation(argc, argv);
     if (asked != ods::Information::kNone) {
@@ -53,4 +52,12 @@ int main(int argc, char** argv) {
     Tell(error);
     return EXIT_FAILURE;
   }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int status = Run(argc, argv);
+  if (ods::DriverCallsAreStuck()) ods::EndProcessNow(status);
+  return status;
 }

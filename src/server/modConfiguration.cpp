@@ -4,10 +4,10 @@
 #include <string_view>
 #include <utility>
 
+#include "common/Attempt.h"
 #include "common/Error.h"
 #include "common/Files.h"
 #include "platform/system/System.h"
-#include "server/Attempt.h"
 #include "server/Product.h"
 
 namespace ods {
@@ -42,8 +42,8 @@ XmlDocument ReadSettings(const std::string& path) {
   return document.LoadXML(text) ? std::move(document) : CreateDefaultSettings();
 }
 
-void RaiseAgain(const std::string& what, const std::string& path, const Failure& failure) {
-  throw Error(error_number::kOwn, what + path + ". " + FailureText(failure));
+void RaiseAgain(const std::string& what, const std::string& path, const Error& failure) {
+  throw Error(error_number::kOwn, what + path + ". " + ErrorText(failure));
 }
 
 bool FileExists(const std::string& path) {

@@ -8,16 +8,19 @@
 #include <string_view>
 #include <utility>
 
+#include "common/Attempt.h"
 #include "common/ComponentRegistry.h"
 #include "common/Conversions.h"
 #include "common/Error.h"
+#include "common/ToldOnce.h"
+#include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
-#include "server/Attempt.h"
 #include "server/Product.h"
 #include "server/modConfiguration.h"
 #include "server/modConnect.h"
+#include "server/modReconnect.h"
 
 namespace ods {
 
@@ -34,8 +37,12 @@ double SecondsSince(SteadyClock::time_point start) {
 
 class Loop {
  public:
-  explicit Loop(const LoopContext& context)
-      : context_(context), settings_(context.settings), state_(context.state), process_(context.process) {}
+  explicit Loop(const LoopContext& context);
+  ~Loop();
+  Loop(const Loop&) = delete;
+  Loop& operator=(const Loop&) = delete;
+  Loop(Loop&&) = delete;
+  Loop& operator=(Loop&&) = delete;
 
   void Run();
 
@@ -51,8 +58,11 @@ class Loop {
   void ReloadWhenChanged();
   void Reload(std::int64_t stamp);
   void SetReconnect();
-  void ReportNoDatabase(const std::optional<Failure>& failure);
+  void ReportNoDatabase(const std::optional<Error>& failure);
   void ConnectToDatabase();
+  void TellNoConnection(const Error& failure);
+  [[nodiscard]] bool MustGiveUpDriver();
+  [[nodiscard]] bool DropLostConnection();
   [[nodiscard]] bool ConnectToQueues();
   [[nodiscard]] std::shared_ptr<Queue> OpenQueue(const std::string& folder, bool trace) const;
   void TraceQueueFailure(const std::string& text);
@@ -71,16 +81,34 @@ class Loop {
   Settings& settings_;
   ServerState& state_;
   ProcessState& process_;
+  Reconnect reconnect_;
+  ToldOnce connectFailure_;                          ///< why there is no connection to the database
+  std::optional<SteadyClock::time_point> stopSeen_;  ///< while a driver was waited for
+  bool gaveUpDriver_ = false;
   Database database_;
   std::shared_ptr<Queue> incoming_;
   std::shared_ptr<Queue> outgoing_;
-  bool polled_ = false;                      ///< the round before polled
-  SteadyClock::time_point gaveBack_;         ///< when memory was given back
-  std::int32_t gaveBackAfter_ = 0;           ///< the request count then
-  std::string queueFailure_;                 ///< text of the failure that the queues are in; "" when they work
-  std::string reloadFailure_;                ///< the same of the configuration file
-  std::optional<std::int64_t> failedStamp_;  ///< stamp of the file that could not be reloaded
+  bool polled_ = false;               ///< the round before polled
+  SteadyClock::time_point gaveBack_;  ///< when memory was given back
+  std::int32_t gaveBackAfter_ = 0;    ///< the request count then
+  ToldOnce queueFailure_;             ///< the failure that the queues are in
+  ToldOnce reload_;                   ///< the reload that is tried, by the stamp of the file
+  ToldOnce reloadFailure_;            ///< the failure of that reload
 };
+
+Loop::Loop(const LoopContext& context)
+    : context_(context),
+      settings_(context.settings),
+      state_(context.state),
+      process_(context.process),
+      reconnect_(context.settings.reconnect) {
+  process_.limits.giveUp = [this] { return MustGiveUpDriver(); };
+}
+
+Loop::~Loop() {
+  database_ = Database();  // closing it may take a while, and asks this loop meanwhile
+  process_.limits.giveUp = nullptr;
+}
 
 void Loop::Run() {
   Trace("In main loop");
@@ -109,6 +137,7 @@ bool Loop::MustStop() {
 bool Loop::Round() {
   ReloadWhenChanged();
   if (ExcelWorkbookChanged(database_) && !settings_.configuration.ConnectionString.empty()) SetReconnect();
+  if (reconnect_.IsDue(SteadyClock::now())) state_.databaseConnectPending = true;
   if (state_.databaseConnectPending) ConnectToDatabase();
   if (state_.queueConnectPending && !ConnectToQueues()) {
     Pause();
@@ -135,17 +164,15 @@ void Loop::ReloadWhenChanged() {
 
 /// A file that cannot be read now leaves the settings as they are and is tried again every round.
 void Loop::Reload(std::int64_t stamp) {
-  if (stamp != failedStamp_) {
+  if (reload_.IsNew(std::to_string(stamp))) {
+    reloadFailure_.Clear();
     Trace("Reload ini-file from: " + FormatDate(FileModificationTime(settings_.config)));
   }
   if (const auto failure = Attempt([&] { LoadConfiguration(settings_.config, settings_.configuration); })) {
-    const std::string text = FailureText(*failure);
-    if (stamp != failedStamp_ || text != reloadFailure_) TraceError(text);
-    failedStamp_ = stamp;
-    reloadFailure_ = text;
+    if (reloadFailure_.IsNew(ErrorText(*failure))) TraceError(ErrorText(*failure));
     return;
   }
-  failedStamp_.reset();
+  reload_.Clear();
   if (!settings_.configuration.ConnectionString.empty()) {
     state_.pollingEnabled = true;
     SetReconnect();
@@ -153,6 +180,7 @@ void Loop::Reload(std::int64_t stamp) {
   }
   state_.pollingEnabled = false;
   state_.databaseConnectPending = false;
+  reconnect_.Settled();
   state_.queueConnectPending = false;
   state_.buttonState = button_state::kStart;
   ReportNoDatabase(std::nullopt);
@@ -161,11 +189,11 @@ void Loop::Reload(std::int64_t stamp) {
 void Loop::SetReconnect() {
   state_.databaseConnectPending = true;
   state_.queueConnectPending = true;
-  queueFailure_.clear();
+  queueFailure_.Clear();
 }
 
 /// Tells whoever watches the server, a controller or a person, that there is no database.
-void Loop::ReportNoDatabase(const std::optional<Failure>& failure) {
+void Loop::ReportNoDatabase(const std::optional<Error>& failure) {
   if (settings_.Unattended) {
     context_.signals.ReportStatus("Message", "UnableToConnectDB", "Unable to connect to database.");
     return;
@@ -177,8 +205,8 @@ void Loop::ReportNoDatabase(const std::optional<Failure>& failure) {
       "Connection string is " +
       settings_.configuration.ConnectionString;
   if (failure) {
-    text += "\n" + std::to_string(failure->number) + " (0x" + ErrorNumberHex(failure->number) + ")\n" +
-            failure->description;
+    text += "\n" + std::to_string(failure->Number()) + " (0x" + ErrorNumberHex(failure->Number()) + ")\n" +
+            failure->Description();
   }
   process_.ui->MessageBox(kProductName, text, BoxStyle::kExclamation);
   process_.ui->ShowOptionsDialog();
@@ -191,16 +219,57 @@ void Loop::ConnectToDatabase() {
   database_ = Database();
   const auto failure = Attempt([&] {
     const LongWork shown(*process_.ui);
-    database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString);
+    database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString, connectFailure_.Stands());
   });
-  if (!failure) return;
-  TraceError("Error connecting to database. " + FailureText(*failure));
-  ReportNoDatabase(failure);
+  if (!failure) {
+    reconnect_.Settled();
+    connectFailure_.Clear();
+  } else if (!gaveUpDriver_) {
+    TellNoConnection(*failure);
+    reconnect_.Failed(SteadyClock::now());
+  }
+}
+
+/// A server that tries again by itself tells each failure once, and asks nobody.
+void Loop::TellNoConnection(const Error& failure) {
+  const bool first = !connectFailure_.Stands();
+  const std::string text = "Error connecting to database. " + ErrorText(failure);
+  if (!reconnect_.IsWanted()) {
+    TraceError(text);
+    ReportNoDatabase(failure);
+    return;
+  }
+  if (connectFailure_.IsNew(text)) TraceError(text);
+  if (first && settings_.Unattended) ReportNoDatabase(failure);
+}
+
+/// Runs while a driver is waited for. A stop gives it a moment to come back: most do.
+bool Loop::MustGiveUpDriver() {
+  constexpr double kSeconds = 0.4;
+  process_.ui->LetEventsRun();
+  context_.signals.AliveHeartbeat();
+  if (!MustStop()) return false;
+  if (!stopSeen_) stopSeen_ = SteadyClock::now();
+  gaveUpDriver_ = SecondsSince(*stopSeen_) >= kSeconds;
+  return gaveUpDriver_;
+}
+
+/// True when a connection was lost and is dropped. Without `reconnect` only one whose driver is stuck is: the errors of
+/// any other tell what there is to tell.
+bool Loop::DropLostConnection() {
+  if (!database_.session) return false;
+  const Connection& connection = *database_.session->connection;
+  const bool stuck = connection.IsStuck();
+  if (!stuck && !(reconnect_.IsWanted() && connection.IsLost())) return false;
+  TraceError(stuck ? "The database driver does not come back. The connection is given up."
+                   : "The connection to the database is lost.");
+  database_ = Database();
+  return true;
 }
 
 /// A failure is traced when it is a new one; the connect stays pending, and the next rounds try again silently.
 bool Loop::ConnectToQueues() {
-  const bool first = queueFailure_.empty();
+  const bool first = !queueFailure_.Stands();
   state_.statusText = status_text::kConnectToQueue;
   if (first) Trace("Connect to Queue");
   incoming_.reset();
@@ -211,7 +280,7 @@ bool Loop::ConnectToQueues() {
     incoming_ = std::move(incoming);
   });
   if (failure) {
-    TraceQueueFailure("Error connecting to queue. " + FailureText(*failure));
+    TraceQueueFailure("Error connecting to queue. " + ErrorText(*failure));
     return false;
   }
   state_.queueConnectPending = false;
@@ -227,8 +296,7 @@ std::shared_ptr<Queue> Loop::OpenQueue(const std::string& folder, bool trace) co
 }
 
 void Loop::TraceQueueFailure(const std::string& text) {
-  if (text != queueFailure_) TraceError(text);
-  queueFailure_ = text;
+  if (queueFailure_.IsNew(text)) TraceError(text);
 }
 
 void Loop::StayStopped() {
@@ -273,10 +341,10 @@ std::optional<std::string> Loop::Poll() {
   polled_ = true;
   std::string id;
   if (const auto failure = Attempt([&] { id = incoming_->Poll("", kPollMilliseconds); })) {
-    TraceQueueFailure("Error polling queue. " + FailureText(*failure));
+    TraceQueueFailure("Error polling queue. " + ErrorText(*failure));
     return std::nullopt;
   }
-  queueFailure_.clear();
+  queueFailure_.Clear();
   return id;
 }
 
@@ -288,6 +356,10 @@ bool Loop::AnswerMessage(const std::string& id) {
   ++state_.requestCount;
   XmlDocument response;
   const std::string type = ReceiveAndDispatch(response);
+  if (gaveUpDriver_) {
+    Trace("Message " + id + " is left for the next server: the database driver did not come back before the stop.");
+    return false;
+  }
   if (!SendAnswer(id, StampedText(response))) return false;
   process_.tracer->Trace(type + id, SecondsSince(start));
   LetOthersRun();
@@ -305,16 +377,31 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
   state_.statusText = status_text::kProcessing;
   if (unreadable) {
     // The sender's fault, not a state of the server that a restart could mend.
-    FillErrorDocument(response, unreadable->number, unreadable->description);
+    FillErrorDocument(response, unreadable->Number(), unreadable->Description());
     return type;
   }
-  const auto failure =
-      Attempt([&] { DispatchRequest(type, request, response, database_.session.get(), context_.findHandler); });
+  const auto dispatch = [&] {
+    DispatchRequest(type, request, response, database_.session.get(), context_.findHandler);
+  };
+  auto failure = Attempt(dispatch);
+  const bool stuck = database_.session && database_.session->connection->IsStuck();
+  if (DropLostConnection()) {
+    // It only reads, so it can be run again; but the time of one that the driver held up is over.
+    if (stuck || !reconnect_.IsWanted()) {
+      reconnect_.Failed(SteadyClock::now());
+    } else {
+      ConnectToDatabase();
+      response = XmlDocument();
+      failure = Attempt(dispatch);
+      if (DropLostConnection()) reconnect_.Failed(SteadyClock::now());
+    }
+  }
+  if (gaveUpDriver_) return type;
   if (failure) {
-    FillErrorDocument(response, failure->number, failure->description);
+    FillErrorDocument(response, failure->Number(), failure->Description());
     context_.signals.ReportStatus("Restart", "ErrorProcessingMessage",
                                   "Request a restart of dataserver in order to recover error state. " +
-                                      std::to_string(failure->number) + " " + failure->description);
+                                      std::to_string(failure->Number()) + " " + failure->Description());
   }
   return type;
 }
@@ -329,7 +416,7 @@ std::string Loop::StampedText(XmlDocument& response) {
     if (text.size() > kMaxResponseBytes) throw Error(error_number::kOwn, std::string(kResponseTooLarge));
   });
   if (!failure) return text;
-  FillErrorDocument(response, failure->number, failure->description);
+  FillErrorDocument(response, failure->Number(), failure->Description());
   StampResponse(response, process_.ServerSessionId);
   return response.Xml();
 }
@@ -339,19 +426,18 @@ std::string Loop::StampedText(XmlDocument& response) {
 bool Loop::SendAnswer(const std::string& id, std::string text) {
   outgoing_->SetPackage(std::move(text));
   auto failure = Attempt([&] { outgoing_->Send(id); });
-  std::string traced;
+  ToldOnce told;
   while (failure) {
-    const std::string failureText = "Error sending answer to message " + id + ". " + FailureText(*failure);
-    if (failureText != traced) TraceError(failureText);
-    traced = failureText;
+    const std::string failureText = "Error sending answer to message " + id + ". " + ErrorText(*failure);
+    if (told.IsNew(failureText)) TraceError(failureText);
     // An answer of that id waits already, or nobody can be waiting under such an id: nothing more can be done.
-    if (failure->number == error_number::kFileExists || !MessageFileName(id)) break;
+    if (failure->Number() == error_number::kFileExists || !MessageFileName(id)) break;
     Pause();
     if (MustStop()) return false;
     failure = Attempt([&] { outgoing_->Send(id); });
   }
   if (const auto unanswered = Attempt([&] { incoming_->Answered(); })) {
-    TraceError("Error removing message " + id + ". " + FailureText(*unanswered));
+    TraceError("Error removing message " + id + ". " + ErrorText(*unanswered));
   }
   return true;
 }

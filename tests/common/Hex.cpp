@@ -16,6 +16,17 @@ TEST(HexTest, WritesTwoUpperCaseDigitsAByte) {
   EXPECT_EQ(BytesToHex(Bytes{}), "");
 }
 
+TEST(HexTest, KnowsSingleDigits) {
+  std::string text = "<";
+  AppendHex(text, 0x0F);
+  AppendHex(text, 0xA0);
+  EXPECT_EQ(text, "<0FA0");
+  EXPECT_EQ(HexDigitValue('7'), 7);
+  EXPECT_EQ(HexDigitValue('c'), 12);
+  EXPECT_EQ(HexDigitValue('F'), 15);
+  for (const char letter : {'g', 'G', '/', ':', '@', '`', '\0', '\xC6'}) EXPECT_EQ(HexDigitValue(letter), -1) << letter;
+}
+
 TEST(HexTest, AnEmptyValueIsTheEmptyText) { EXPECT_EQ(BytesToHex(Value()), ""); }
 
 TEST(HexTest, OtherValuesAreATypeMismatch) {

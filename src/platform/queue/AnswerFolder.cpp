@@ -9,7 +9,7 @@
 
 #include "common/Error.h"
 #include "platform/queue/Queue.h"
-#include "platform/queue/QueueFolder.h"
+#include "platform/queue/QueueFolders.h"
 #include "platform/system/FileHandle.h"
 
 namespace ods {

@@ -10,7 +10,8 @@
 #include <utility>
 
 #include "common/Error.h"
-#include "platform/queue/QueueFolder.h"
+#include "common/PercentCode.h"
+#include "platform/queue/QueueFolders.h"
 #include "platform/queue/WaitingMessages.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
@@ -62,7 +63,7 @@ struct TakenMessage {
   std::string problem;
   std::string fileName;
   /// Where it lies: the queue's path may name other folders by now.
-  std::shared_ptr<const QueueFolder> folder;
+  std::shared_ptr<const QueueFolders> folder;
   /// Its lock says that somebody alive has the message.
   FileHandle file{};
   bool hasTries = false;
@@ -109,7 +110,7 @@ class FolderQueue final : public Queue {
   Claim Reject(const std::string& fileName, const std::string& problem);
 
   std::string path_;
-  std::shared_ptr<const QueueFolder> folder_;
+  std::shared_ptr<const QueueFolders> folder_;
   /// Made by the first poll: a queue that is only sent to needs no watch.
   std::unique_ptr<WaitingMessages> waiting_;
   bool someBusy_ = false;
@@ -137,7 +138,7 @@ void FolderQueue::Create() {
 
 void FolderQueue::OpenFolders() {
   waiting_.reset();
-  folder_ = std::make_shared<QueueFolder>(path_);
+  folder_ = std::make_shared<QueueFolders>(path_);
 }
 
 /// The folders as the path names them now: somebody may have cleared them away.

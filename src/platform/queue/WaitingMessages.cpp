@@ -29,7 +29,7 @@ FileHandle Watch(const std::string& path) {
 
 }  // namespace
 
-WaitingMessages::WaitingMessages(const QueueFolder& folder) : folder_(folder), events_(Watch(folder.NewPath())) {
+WaitingMessages::WaitingMessages(const QueueFolders& folder) : folder_(folder), events_(Watch(folder.NewPath())) {
   ReadFolder();
 }
 

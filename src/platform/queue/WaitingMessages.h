@@ -10,7 +10,7 @@
 #include <tuple>
 #include <unordered_map>
 
-#include "platform/queue/QueueFolder.h"
+#include "platform/queue/QueueFolders.h"
 #include "platform/system/FileHandle.h"
 
 namespace ods {
@@ -23,7 +23,7 @@ class WaitingMessages {
 
   /// Watches the folder, then reads it. Where the system has no watch left the folder is read at every `Update`
   /// that finds nothing waiting. `folder` must outlive the object. Raises error 1000.
-  explicit WaitingMessages(const QueueFolder& folder);
+  explicit WaitingMessages(const QueueFolders& folder);
 
   /// Takes in what has happened. False when the events do not tell all any more: then make a new object.
   [[nodiscard]] bool Update();
@@ -39,7 +39,7 @@ class WaitingMessages {
  private:
   void Add(const std::string& name);
 
-  const QueueFolder& folder_;
+  const QueueFolders& folder_;
   FileHandle events_;
   Entries entries_;
   std::unordered_map<std::string_view, Entries::iterator> byName_;  // the keys lie in `entries_`

@@ -1,7 +1,6 @@
-// What the modules over POSIX files share: an owned descriptor, whole writes, and file names made from free text.
+// What the modules over POSIX files share: an owned descriptor, whole writes, and names that nobody else makes up.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -39,10 +38,5 @@ class FileHandle {
 [[nodiscard]] int WriteAll(int descriptor, std::string_view text);
 /// Sixteen random hexadecimal digits for a name that nobody else makes up. Raises error 1000 when the system has none.
 [[nodiscard]] std::string RandomNamePart();
-
-/// `text` with every byte outside A-Z a-z 0-9 . _ - (and a leading dot) as "%" and two upper-case hexadecimal digits.
-[[nodiscard]] std::string PercentEncode(std::string_view text);
-/// The text that `encoded` stands for; a "%" without two hexadecimal digits after it stands for itself.
-[[nodiscard]] std::string PercentDecode(std::string_view encoded);
 
 }  // namespace ods

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "common/Error.h"
+#include "common/PercentCode.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 

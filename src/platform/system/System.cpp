@@ -4,10 +4,12 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <iostream>
 #include <malloc.h>
 #include <pwd.h>
 #include <sys/random.h>
@@ -18,6 +20,7 @@
 #include <vector>
 
 #include "common/Error.h"
+#include "common/Hex.h"
 #include "platform/system/FileHandle.h"
 
 namespace ods {
@@ -99,6 +102,13 @@ void GiveBackFreeMemory() {
 #endif
 }
 
+void EndProcessNow(int status) {
+  std::cout.flush();
+  std::cerr.flush();
+  std::fflush(nullptr);
+  _exit(status);
+}
+
 std::uint32_t CurrentProcessId() { return static_cast<std::uint32_t>(getpid()); }
 
 std::string CurrentUserName() { return UserFact(&passwd::pw_name); }
@@ -164,13 +174,11 @@ void SleepMilliseconds(int milliseconds) {
 }
 
 std::string FormatGuid(const std::uint8_t (&bytes)[16]) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text;
   text.reserve(36);
   for (std::size_t i = 0; i < std::size(bytes); ++i) {
     if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-    text += kDigits[bytes[i] >> 4U];
-    text += kDigits[bytes[i] & 0x0FU];
+    AppendHex(text, bytes[i]);
   }
   return text;
 }

@@ -312,13 +312,19 @@ void frmConfigure::cmdTestConnection_Click() {
 }
 
 /// Tries a connection string; any failure is part of the result.
-frmConfigure::TestResult frmConfigure::OpenConnection(const std::string& connectionString) const {
+frmConfigure::TestResult frmConfigure::OpenConnection(const std::string& connectionString) {
   const WaitCursor waiting;
   // The screen shows the dialog as it is before the driver takes its time; what the operator does meanwhile waits.
   QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
   TestResult result;
   try {
     result.connection = CreateObjectChecked<Connection>(components_, "ADODB.Connection");
+    result.connection->SetLimits({.connectSeconds = server_.ConnectSeconds(), .giveUp = [this] {
+                                    // The windows live while the driver is waited for, and closing the dialog ends
+                                    // that.
+                                    QCoreApplication::processEvents();
+                                    return !isVisible() || server_.StopRequested();
+                                  }});
     result.connection->Open(connectionString);
   } catch (const Error& error) {
     result.error = ConnectErrorText(error.Number(), error.Description());

@@ -69,7 +69,7 @@ class frmConfigure final : public QDialog {
   void cmdTestConnection_Click();
   void cmdOK_Click();
 
-  [[nodiscard]] TestResult OpenConnection(const std::string& connectionString) const;
+  [[nodiscard]] TestResult OpenConnection(const std::string& connectionString);
   void Tell(const TestResult& result);
   void ComposeConnectionString();
   [[nodiscard]] std::optional<Notice> RefreshDatasources();

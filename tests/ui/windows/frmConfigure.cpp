@@ -15,12 +15,13 @@
 #include <vector>
 
 #include "common/Error.h"
+#include "doubles/FakeServerView.h"
+#include "doubles/OpeningConnection.h"
 #include "platform/ado/Ado.h"
 #include "platform/system/System.h"
 #include "support/OdbcFolder.h"
 #include "ui/windows/Boxes.h"
 #include "ui/windows/EventCounter.h"
-#include "ui/windows/FakeServerView.h"
 #include "ui/windows/Programs.h"
 #include "ui/windows/Widgets.h"
 
@@ -34,6 +35,7 @@ using test::FakeServerView;
 using test::Find;
 using test::LabelText;
 using test::OdbcFolder;
+using test::OpeningConnection;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -41,30 +43,6 @@ constexpr const char* kOneDriver = "[SQLite3]\nDriver=libsqlite3odbc.so\n";
 constexpr const char* kNoDriverText =
     "The program can not find an appropriate ODBC driver on this computer.\n"
     "Please install your ODBC driver and start this program again.";
-
-/// A connection that does what a test says.
-class FakeConnection final : public Connection {
- public:
-  explicit FakeConnection(std::function<void(FakeConnection&)> open) : open_(std::move(open)) {}
-  void Open(const std::string& text) override {
-    connectionString = text;
-    open_(*this);
-  }
-  [[nodiscard]] const std::vector<ConnectionProperty>& Properties() const override { return properties; }
-  [[nodiscard]] std::string DefaultDatabase() const override { return ""; }
-  [[nodiscard]] std::shared_ptr<RecordSet> OpenSchema(Schema /*schema*/, const std::vector<Value>& /*r*/) override {
-    return nullptr;
-  }
-  [[nodiscard]] std::shared_ptr<RecordSet> OpenRecordSet(const std::string& /*sql*/, std::int32_t /*max*/) override {
-    return nullptr;
-  }
-
-  std::string connectionString;
-  std::vector<ConnectionProperty> properties;
-
- private:
-  std::function<void(FakeConnection&)> open_;
-};
 
 std::string ContentOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -104,9 +82,9 @@ class FrmConfigure : public ::testing::Test {
     QTest::keyClicks(&field, text);
   }
   /// Registers a connection that `open` opens.
-  void RegisterConnection(const std::function<void(FakeConnection&)>& open) {
+  void RegisterConnection(const std::function<void(OpeningConnection&)>& open) {
     components_.Register("ADODB.Connection", [this, open]() -> std::shared_ptr<Object> {
-      auto connection = std::make_shared<FakeConnection>(open);
+      auto connection = std::make_shared<OpeningConnection>(open);
       connection_ = connection;
       return connection;
     });
@@ -115,7 +93,7 @@ class FrmConfigure : public ::testing::Test {
   OdbcFolder odbc_;
   FakeServerView server_;
   ComponentRegistry components_;
-  std::weak_ptr<FakeConnection> connection_;
+  std::weak_ptr<OpeningConnection> connection_;
   std::unique_ptr<frmConfigure> dialog_;
 };
 
@@ -526,7 +504,7 @@ TEST_F(FrmConfigure, AnEditorThatOpensTheFileIsNotSpokenOf) {
 // ----------------------------------------------------------------------------------------------------- test connection
 
 TEST_F(FrmConfigure, AConnectionThatOpensIsOkAndIsClosedAgain) {
-  RegisterConnection([](FakeConnection& connection) { connection.properties = {{"DBMS Name", "SQLite"}}; });
+  RegisterConnection([](OpeningConnection& connection) { connection.properties = {{"DBMS Name", "SQLite"}}; });
   Open();
   TypeInto(Field("txtConnectionString"), "DSN=Typed");
   bool open = false;
@@ -553,7 +531,7 @@ TEST_F(FrmConfigure, AConnectionThatOpensIsOkAndIsClosedAgain) {
 
 TEST_F(FrmConfigure, WhileItConnectsTheCursorWaits) {
   std::optional<Qt::CursorShape> shape;
-  RegisterConnection([&](FakeConnection&) {
+  RegisterConnection([&](OpeningConnection&) {
     if (QGuiApplication::overrideCursor() != nullptr) shape = QGuiApplication::overrideCursor()->shape();
     throw Error(error_number::kGeneralFailure, "not there");
   });
@@ -566,7 +544,7 @@ TEST_F(FrmConfigure, WhileItConnectsTheCursorWaits) {
 
 TEST_F(FrmConfigure, BeforeItConnectsTheDialogIsPainted) {
   EventCounter paints(QEvent::Paint);
-  RegisterConnection([&](FakeConnection&) { EXPECT_GT(paints.count, 0); });
+  RegisterConnection([&](OpeningConnection&) { EXPECT_GT(paints.count, 0); });
   Open();
   Boxes boxes;
   Find(*dialog_, "txtUserId").installEventFilter(&paints);
@@ -577,7 +555,7 @@ TEST_F(FrmConfigure, BeforeItConnectsTheDialogIsPainted) {
 
 TEST_F(FrmConfigure, WhereEventsRunWhileItConnectsASecondClickDoesNothing) {
   int opened = 0;
-  RegisterConnection([&](FakeConnection&) {
+  RegisterConnection([&](OpeningConnection&) {
     if (++opened > 3) return;
     Click(*dialog_, "cmdTestConnection");
   });
@@ -588,8 +566,29 @@ TEST_F(FrmConfigure, WhereEventsRunWhileItConnectsASecondClickDoesNothing) {
   EXPECT_EQ(boxes.seen.size(), 1U);
 }
 
+TEST_F(FrmConfigure, WhileTheDriverIsWaitedForTheDialogLivesAndCancelGivesItUp) {
+  server_.connectSeconds = 7;
+  RegisterConnection([&](OpeningConnection& connection) {
+    EXPECT_EQ(connection.limits.connectSeconds, 7);
+    bool isAlive = false;
+    QTimer::singleShot(0, dialog_.get(), [&] { isAlive = true; });
+    EXPECT_FALSE(connection.limits.giveUp());
+    EXPECT_TRUE(isAlive);
+    server_.stopRequested = true;
+    EXPECT_TRUE(connection.limits.giveUp());
+    server_.stopRequested = false;
+    Click(*dialog_, "cmdCancel");
+    EXPECT_TRUE(connection.limits.giveUp());
+    throw Error(error_number::kGeneralFailure, "given up");
+  });
+  Open();
+  Boxes boxes;
+  Click(*dialog_, "cmdTestConnection");
+  EXPECT_THAT(boxes.seen, IsEmpty());
+}
+
 TEST_F(FrmConfigure, TheTestOfADialogThatWasClosedMeanwhileIsNotTold) {
-  RegisterConnection([&](FakeConnection&) {
+  RegisterConnection([&](OpeningConnection&) {
     Click(*dialog_, "cmdCancel");
     EXPECT_TRUE(dialog_->IsTesting());
   });
@@ -601,7 +600,8 @@ TEST_F(FrmConfigure, TheTestOfADialogThatWasClosedMeanwhileIsNotTold) {
 }
 
 TEST_F(FrmConfigure, AConnectionThatFailsIsToldWithItsError) {
-  RegisterConnection([](FakeConnection&) { throw Error(error_number::kGeneralFailure, "Data source name not found"); });
+  RegisterConnection(
+      [](OpeningConnection&) { throw Error(error_number::kGeneralFailure, "Data source name not found"); });
   Open();
   Boxes boxes;
   Click(*dialog_, "cmdTestConnection");
@@ -615,7 +615,7 @@ TEST_F(FrmConfigure, AConnectionThatFailsIsToldWithItsError) {
 }
 
 TEST_F(FrmConfigure, AConnectionThatIsNotOpenWithoutAnErrorIsTold) {
-  RegisterConnection([](FakeConnection&) {});
+  RegisterConnection([](OpeningConnection&) {});
   Open();
   Boxes boxes;
   Click(*dialog_, "cmdTestConnection");
@@ -674,7 +674,7 @@ TEST_F(FrmConfigure, ReturnAccepts) {
 
 TEST_F(FrmConfigure, ReturnPressesTheButtonThatHasTheKeyboard) {
   int opened = 0;
-  RegisterConnection([&](FakeConnection&) { ++opened; });
+  RegisterConnection([&](OpeningConnection&) { ++opened; });
   Open();
   Boxes boxes;
   const auto press = [this](const char* name) {

@@ -11,8 +11,8 @@
 #include <tuple>
 #include <vector>
 
+#include "doubles/FakeServerView.h"
 #include "ui/windows/EventCounter.h"
-#include "ui/windows/FakeServerView.h"
 #include "ui/windows/Widgets.h"
 
 namespace ods {

@@ -4,54 +4,23 @@
 // elsewhere by exchanging a folder or a file while it works.
 #pragma once
 
-#include <cstdint>
-#include <functional>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "platform/system/FileHandle.h"
+#include "platform/system/FolderFiles.h"
 
 namespace ods {
-
-/// What the queue needs to know of a file.
-struct FileFacts {
-  std::uint64_t device = 0;
-  std::uint64_t inode = 0;
-  bool plain = false;
-  bool folder = false;
-  std::uint64_t size = 0;
-  /// The modification time: seconds since 1970 and nanoseconds.
-  std::int64_t seconds = 0;
-  std::int64_t nanoseconds = 0;
-
-  [[nodiscard]] bool IsSameFile(const FileFacts& other) const { return device == other.device && inode == other.inode; }
-};
-
-/// The facts of an open file. Raises error 1000.
-[[nodiscard]] FileFacts FactsOf(const FileHandle& file);
-/// The facts of a name in a folder (of a link itself); nothing when there is none.
-[[nodiscard]] std::optional<FileFacts> FactsOf(const FileHandle& folder, const std::string& name);
-/// Opens a file of a folder for reading; never follows a link and never waits. Failed: no handle and errno.
-[[nodiscard]] FileHandle OpenForReading(const FileHandle& folder, const std::string& name);
-/// All of an open file, in one read where the system gives it at once. Raises error 1000 with `what` when it is longer
-/// than `limit` bytes or cannot be read.
-[[nodiscard]] std::string ReadWhole(const FileHandle& file, std::uint64_t limit, const std::string& what);
-/// Calls `visit` for every name in a folder, "." and ".." left out. Raises error 1000.
-void ForEachName(const FileHandle& folder, const std::function<void(const std::string&)>& visit);
-/// Moves a file and never overwrites one: gives the system's error number (EEXIST), 0 when it was moved.
-[[nodiscard]] int MoveFile(const FileHandle& from, const std::string& name, const FileHandle& to,
-                           const std::string& newName);
 
 /// True for the names of messages: they end in ".xml" and do not begin with a dot.
 [[nodiscard]] bool IsMessageName(std::string_view name);
 
 /// The four folders.
-class QueueFolder {
+class QueueFolders {
  public:
   /// Opens the folders, making the missing ones (and missing parents) with mode 0700. Raises error 1000 naming the
   /// folder.
-  explicit QueueFolder(std::string path);
+  explicit QueueFolders(std::string path);
 
   [[nodiscard]] const std::string& Path() const { return path_; }
   [[nodiscard]] std::string NewPath() const { return path_ + "/new"; }
