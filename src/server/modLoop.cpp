@@ -218,6 +218,7 @@ void Loop::ConnectToDatabase() {
   // The old connection goes first: a failure leaves none, and some drivers allow one connection only.
   database_ = Database();
   const auto failure = Attempt([&] {
+    const LongWork shown(*process_.ui);
     database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString, connectFailure_.Stands());
   });
   if (!failure) {

@@ -110,6 +110,7 @@ class FakeQueue final : public Queue {
 /// What all connections of a test share.
 struct DatabaseScript {
   std::vector<std::string> opened;
+  std::function<void()> onOpen;
   std::deque<std::optional<Error>> openFailures;
   std::deque<std::optional<Error>> schemaFailures;
   std::vector<ConnectionProperty> properties = {{"DBMS Name", "SQLite"}, {"Current Catalog", "main"}};
@@ -138,6 +139,7 @@ class ScriptedConnection final : public Connection {
   [[nodiscard]] bool IsStuck() const override { return lost_ && script_.stuck; }
   void Open(const std::string& connectionString) override {
     script_.opened.push_back(connectionString);
+    if (script_.onOpen) script_.onOpen();
     EXPECT_EQ(script_.alive, 1) << "the old connection is gone before the new one opens";
     RaiseNext(script_.openFailures);
   }

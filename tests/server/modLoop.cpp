@@ -330,6 +330,30 @@ TEST_F(LoopTest, DoesNothingWithoutTheRunFlag) {
   EXPECT_EQ(state_.statusText, "Stopped");
 }
 
+TEST_F(LoopTest, TheWindowsKnowOfItWhileItConnectsAndNoLonger) {
+  bool wasWorking = false;
+  std::string status;
+  database_.onOpen = [&] {
+    wasWorking = ui_.isWorking;
+    status = state_.statusText;
+  };
+  Request("m1", "Ping");
+  Run();
+  EXPECT_TRUE(wasWorking);
+  EXPECT_EQ(status, "Connect to Database");
+  EXPECT_FALSE(ui_.isWorking);
+}
+
+TEST_F(LoopTest, ABoxThatTellsOfAFailedConnectIsNoLongWork) {
+  settings_.Unattended = false;
+  database_.openFailures.emplace_back(Error(error_number::kOwn, "not there"));
+  bool wasWorking = true;
+  ui_.onBox = [&] { wasWorking = ui_.isWorking; };
+  Request("m1", "Ping");
+  Run();
+  EXPECT_FALSE(wasWorking);
+}
+
 TEST_F(LoopTest, FinishesTheMessageInHandBeforeItStops) {
   queues_.packages["m1"] = "<XML><Type>Ping</Type></XML>";
   queues_.polls.emplace_back([this] {

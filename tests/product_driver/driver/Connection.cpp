@@ -57,10 +57,12 @@ void Connection::Open(std::string_view connectionString) {
   failFetch_ = settings.Number("FailFetch");
   loseStatement_ = settings.Number("LoseStatement");
   exitStatement_ = settings.Number("ExitStatement");
+  omitIndicators_ = settings.Number("OmitIndicators") != 0;
+  overrunBuffers_ = settings.Number("OverrunBuffers") != 0;
   delay_ = settings.Number("DelayStatement");
   statements_ = 0;
   lost_ = false;
-  database_ = std::make_unique<Database>(settings.Text("Database"));
+  database_ = std::make_unique<Database>(settings.Text("Database"), product_->hasOwnTypes);
 }
 
 void Connection::Close() { database_.reset(); }

@@ -35,6 +35,10 @@ class Connection final : public Handle {
   [[nodiscard]] Hang& Hanging() { return hang_; }
   /// The row of a statement whose fetching fails; 0 for none.
   [[nodiscard]] std::int64_t FailingRow() const { return failFetch_; }
+  /// True when no indicator is written for a value of fixed size that is not null.
+  [[nodiscard]] bool OmitsIndicators() const { return omitIndicators_; }
+  /// True when a byte is written behind each bound buffer.
+  [[nodiscard]] bool OverrunsBuffers() const { return overrunBuffers_; }
 
  private:
   void LogStatement(const std::string& sql, SQLULEN maxRows) const;
@@ -58,6 +62,8 @@ class Connection final : public Handle {
   std::int64_t loseStatement_ = 0;
   std::int64_t exitStatement_ = 0;
   std::int64_t delay_ = 0;
+  bool omitIndicators_ = false;
+  bool overrunBuffers_ = false;
 };
 
 }  // namespace ods::product_driver

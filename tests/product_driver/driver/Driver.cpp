@@ -284,7 +284,7 @@ ODS_ENTRY SQLStatisticsW(SQLHSTMT statement, SQLWCHAR* /*catalogue*/, SQLSMALLIN
 ODS_ENTRY SQLGetTypeInfoW(SQLHSTMT statement, SQLSMALLINT type) {
   return Call<Statement>(statement, [&](Statement& object) {
     (void)object.Owner().File();
-    object.SetRows(ListTypes(type), true);
+    object.SetRows(ListTypes(object.Owner().DrivenProduct(), type), true);
     return SQL_SUCCESS;
   });
 }
