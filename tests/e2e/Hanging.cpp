@@ -74,7 +74,8 @@ TEST_P(SilentDatabase, AStopEndsAServerThatConnects) {
   ExpectLogged(folders_, "'Exit main loop'");
 }
 
-/// A table of a thousand rows on the stand-in driver.
+/// A table of a thousand rows on the stand-in driver. The first page of a session is two statements, each further one
+/// is one.
 class HangingDriver : public testing::Test {
  protected:
   HangingDriver() : standIn_("Other") {
@@ -111,7 +112,7 @@ TEST_F(HangingDriver, ASessionWhoseDriverIsStuckIsGivenUp) {
 }
 
 TEST_F(HangingDriver, ASessionWhoseDriverIsStuckIsMendedWithReconnect) {
-  standIn_.Connect(";HangStatement=2;IgnoreCancel=1");
+  standIn_.Connect(";HangStatement=3;IgnoreCancel=1");
   ServerProcess server(Folders(), {"/querytimeout=1", "/reconnect=1"});
   QueueClient client(Folders());
   EXPECT_EQ(GetNodeText(client.AskDocument(kPage), "/XML/Error"), "");
@@ -134,7 +135,7 @@ TEST_F(HangingDriver, AStopLeavesTheMessageInHandToTheNextServer) {
     EXPECT_EQ(Waiting(Folders().Results() + "/new"), 0U);
     standIn_.Connect();
     ServerProcess next(Folders());
-    EXPECT_NE(client.Receive(id).find("<Record>"), std::string::npos) << where;
+    EXPECT_NE(client.Receive(id).find("<HasNextPage>1"), std::string::npos) << where;
     EXPECT_EQ(next.Stop(), 0);
   }
 }
@@ -147,12 +148,12 @@ TEST_F(HangingDriver, AnAnswerThatComesJustAfterTheStopIsStillSent) {
   ASSERT_TRUE(Eventually([&] { return Waiting(Folders().Requests() + "/cur") > 0; }));
   std::this_thread::sleep_for(milliseconds(50));
   ExpectPromptStop(server);
-  EXPECT_NE(client.Receive(id, seconds(1)).find("<Record>"), std::string::npos);
+  EXPECT_NE(client.Receive(id, seconds(1)).find("<HasNextPage>1"), std::string::npos);
 }
 
 TEST_F(HangingDriver, ALostConnectionIsMendedWithReconnectAlone) {
   for (const bool reconnects : {false, true}) {
-    standIn_.Connect(";LoseStatement=3");
+    standIn_.Connect(";LoseStatement=4");
     ServerProcess server(Folders(), reconnects ? std::vector<std::string>{"/reconnect=1"} : std::vector<std::string>{});
     QueueClient client(Folders());
     for (int i = 0; i < 10; ++i) {
@@ -164,7 +165,7 @@ TEST_F(HangingDriver, ALostConnectionIsMendedWithReconnectAlone) {
 }
 
 TEST_F(HangingDriver, ADatabaseThatIsNotThereAtTheStartIsTriedAgain) {
-  standIn_.Connect(";Database=/nowhere/there/is/none.db");
+  standIn_.Connect(";FailConnect=1");
   ServerProcess server(Folders(), {"/reconnect=1"});
   QueueClient client(Folders());
   for (int i = 0; i < 20; ++i) {
