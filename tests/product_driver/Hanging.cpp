@@ -1,5 +1,6 @@
 // Drivers that do not come back, seen through the system's own connection.
 #include <chrono>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <thread>
@@ -7,6 +8,7 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "platform/ado/Ado.h"
+#include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods {
@@ -38,14 +40,7 @@ class Hanging : public ::testing::Test {
     connection->Open("DRIVER=" ODS_PRODUCT_DRIVER ";Product=Other;Database=" + File() + more);
     return connection;
   }
-  static Error ErrorOf(const std::function<void()>& action) {
-    try {
-      action();
-    } catch (const Error& error) {
-      return error;
-    }
-    return {0, ""};
-  }
+  static Error ErrorOf(const std::function<void()>& action) { return test::ErrorOf(action).value_or(Error(0, "")); }
   static bool NothingIsStuck() {
     for (int i = 0; i < 500 && DriverCallsAreStuck(); ++i) std::this_thread::sleep_for(milliseconds(20));
     return !DriverCallsAreStuck();
