@@ -52,6 +52,8 @@ struct ProcessState {
   std::string programFolder;
   /// The context document; an empty one when it did not load.
   const XmlDocument* context = nullptr;
+  /// What every connection is opened with.
+  ConnectionLimits limits;
   /// The id that every response carries. A client's `Initialize` replaces it; made when it is first needed.
   std::string ServerSessionId;
   /// Multiplies every decimal number that is written; 0 until the first `TableData` request settles it.

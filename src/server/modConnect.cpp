@@ -102,12 +102,13 @@ std::string GetCurrentCatalog(const Connection& connection, const Dialect& diale
   return catalog;
 }
 
-Database ConnectDatabase(ProcessState& process, const std::string& connectionString) {
+Database ConnectDatabase(ProcessState& process, const std::string& connectionString, bool again) {
   Database database;
   auto session = std::make_unique<DataSession>(process);
   session->cache = CreateHalvikDictionary(*process.components);
-  session->Trace("Connect to database: " + connectionString);
+  if (!again) session->Trace("Connect to database: " + connectionString);
   session->connection = CreateObjectChecked<Connection>(*process.components, "ADODB.Connection");
+  session->connection->SetLimits(process.limits);
   session->connection->Open(connectionString);
   ReadDatabaseInformation(*session);
   const std::string workbook = WorkbookPath(*session);

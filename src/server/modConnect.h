@@ -23,9 +23,10 @@ struct Database {
   std::int64_t workbookStamp = 0;
 };
 
-/// Opens a connection and makes the data session of it: the type table, the look-ups, the quote characters. Traces each
-/// step. Raises what opening or a look-up raises; nothing stays open then.
-[[nodiscard]] Database ConnectDatabase(ProcessState& process, const std::string& connectionString);
+/// Opens a connection, with the limits of the process, and makes the data session of it: the type table, the look-ups,
+/// the quote characters. Traces each step, the first one unless `again`. Raises what opening or a look-up raises;
+/// nothing stays open then.
+[[nodiscard]] Database ConnectDatabase(ProcessState& process, const std::string& connectionString, bool again = false);
 
 /// True when the workbook of an Excel database is another one, by its modification time, than at the connect.
 [[nodiscard]] bool ExcelWorkbookChanged(const Database& database);

@@ -14,12 +14,14 @@
 #include "common/Error.h"
 #include "common/ToldOnce.h"
 #include "database/Response.h"
+#include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
 #include "server/Product.h"
 #include "server/modConfiguration.h"
 #include "server/modConnect.h"
+#include "server/modReconnect.h"
 
 namespace ods {
 
@@ -36,8 +38,12 @@ double SecondsSince(SteadyClock::time_point start) {
 
 class Loop {
  public:
-  explicit Loop(const LoopContext& context)
-      : context_(context), settings_(context.settings), state_(context.state), process_(context.process) {}
+  explicit Loop(const LoopContext& context);
+  ~Loop();
+  Loop(const Loop&) = delete;
+  Loop& operator=(const Loop&) = delete;
+  Loop(Loop&&) = delete;
+  Loop& operator=(Loop&&) = delete;
 
   void Run();
 
@@ -55,6 +61,9 @@ class Loop {
   void SetReconnect();
   void ReportNoDatabase(const std::optional<Error>& failure);
   void ConnectToDatabase();
+  void TellNoConnection(const Error& failure);
+  [[nodiscard]] bool MustGiveUpDriver();
+  [[nodiscard]] bool DropLostConnection();
   [[nodiscard]] bool ConnectToQueues();
   [[nodiscard]] std::shared_ptr<Queue> OpenQueue(const std::string& folder, bool trace) const;
   void TraceQueueFailure(const std::string& text);
@@ -73,6 +82,10 @@ class Loop {
   Settings& settings_;
   ServerState& state_;
   ProcessState& process_;
+  Reconnect reconnect_;
+  ToldOnce connectFailure_;                          ///< why there is no connection to the database
+  std::optional<SteadyClock::time_point> stopSeen_;  ///< while a driver was waited for
+  bool gaveUpDriver_ = false;
   Database database_;
   std::shared_ptr<Queue> incoming_;
   std::shared_ptr<Queue> outgoing_;
@@ -83,6 +96,20 @@ class Loop {
   ToldOnce reload_;                   ///< the reload that is tried, by the stamp of the file
   ToldOnce reloadFailure_;            ///< the failure of that reload
 };
+
+Loop::Loop(const LoopContext& context)
+    : context_(context),
+      settings_(context.settings),
+      state_(context.state),
+      process_(context.process),
+      reconnect_(context.settings.reconnect) {
+  process_.limits.giveUp = [this] { return MustGiveUpDriver(); };
+}
+
+Loop::~Loop() {
+  database_ = Database();  // closing it may take a while, and asks this loop meanwhile
+  process_.limits.giveUp = nullptr;
+}
 
 void Loop::Run() {
   Trace("In main loop");
@@ -111,6 +138,7 @@ bool Loop::MustStop() {
 bool Loop::Round() {
   ReloadWhenChanged();
   if (ExcelWorkbookChanged(database_) && !settings_.configuration.ConnectionString.empty()) SetReconnect();
+  if (reconnect_.IsDue(SteadyClock::now())) state_.databaseConnectPending = true;
   if (state_.databaseConnectPending) ConnectToDatabase();
   if (state_.queueConnectPending && !ConnectToQueues()) {
     Pause();
@@ -153,6 +181,7 @@ void Loop::Reload(std::int64_t stamp) {
   }
   state_.pollingEnabled = false;
   state_.databaseConnectPending = false;
+  reconnect_.Settled();
   state_.queueConnectPending = false;
   state_.buttonState = button_state::kStart;
   ReportNoDatabase(std::nullopt);
@@ -189,11 +218,53 @@ void Loop::ConnectToDatabase() {
   state_.statusText = status_text::kConnectToDatabase;
   // The old connection goes first: a failure leaves none, and some drivers allow one connection only.
   database_ = Database();
-  const auto failure =
-      Attempt([&] { database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString); });
-  if (!failure) return;
-  TraceError("Error connecting to database. " + ErrorText(*failure));
-  ReportNoDatabase(failure);
+  const auto failure = Attempt([&] {
+    database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString, connectFailure_.Stands());
+  });
+  if (!failure) {
+    reconnect_.Settled();
+    connectFailure_.Clear();
+  } else if (!gaveUpDriver_) {
+    TellNoConnection(*failure);
+    reconnect_.Failed(SteadyClock::now());
+  }
+}
+
+/// A server that tries again by itself tells each failure once, and asks nobody.
+void Loop::TellNoConnection(const Error& failure) {
+  const bool first = !connectFailure_.Stands();
+  const std::string text = "Error connecting to database. " + ErrorText(failure);
+  if (!reconnect_.IsWanted()) {
+    TraceError(text);
+    ReportNoDatabase(failure);
+    return;
+  }
+  if (connectFailure_.IsNew(text)) TraceError(text);
+  if (first && settings_.Unattended) ReportNoDatabase(failure);
+}
+
+/// Runs while a driver is waited for. A stop gives it a moment to come back: most do.
+bool Loop::MustGiveUpDriver() {
+  constexpr double kSeconds = 0.4;
+  process_.ui->LetEventsRun();
+  context_.signals.AliveHeartbeat();
+  if (!MustStop()) return false;
+  if (!stopSeen_) stopSeen_ = SteadyClock::now();
+  gaveUpDriver_ = SecondsSince(*stopSeen_) >= kSeconds;
+  return gaveUpDriver_;
+}
+
+/// True when a connection was lost and is dropped. Without `reconnect` only one whose driver is stuck is: the errors of
+/// any other tell what there is to tell.
+bool Loop::DropLostConnection() {
+  if (!database_.session) return false;
+  const Connection& connection = *database_.session->connection;
+  const bool stuck = connection.IsStuck();
+  if (!stuck && !(reconnect_.IsWanted() && connection.IsLost())) return false;
+  TraceError(stuck ? "The database driver does not come back. The connection is given up."
+                   : "The connection to the database is lost.");
+  database_ = Database();
+  return true;
 }
 
 /// A failure is traced when it is a new one; the connect stays pending, and the next rounds try again silently.
@@ -285,6 +356,10 @@ bool Loop::AnswerMessage(const std::string& id) {
   ++state_.requestCount;
   XmlDocument response;
   const std::string type = ReceiveAndDispatch(response);
+  if (gaveUpDriver_) {
+    Trace("Message " + id + " is left for the next server: the database driver did not come back before the stop.");
+    return false;
+  }
   if (!SendAnswer(id, StampedText(response))) return false;
   process_.tracer->Trace(type + id, SecondsSince(start));
   LetOthersRun();
@@ -305,8 +380,23 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
     FillErrorDocument(response, *unreadable);
     return type;
   }
-  const auto failure =
-      Attempt([&] { DispatchRequest(type, request, response, database_.session.get(), context_.findHandler); });
+  const auto dispatch = [&] {
+    DispatchRequest(type, request, response, database_.session.get(), context_.findHandler);
+  };
+  auto failure = Attempt(dispatch);
+  const bool stuck = database_.session && database_.session->connection->IsStuck();
+  if (DropLostConnection()) {
+    // It only reads, so it can be run again; but the time of one that the driver held up is over.
+    if (stuck || !reconnect_.IsWanted()) {
+      reconnect_.Failed(SteadyClock::now());
+    } else {
+      ConnectToDatabase();
+      response = XmlDocument();
+      failure = Attempt(dispatch);
+      if (DropLostConnection()) reconnect_.Failed(SteadyClock::now());
+    }
+  }
+  if (gaveUpDriver_) return type;
   if (failure) {
     FillErrorDocument(response, *failure);
     context_.signals.ReportStatus("Restart", "ErrorProcessingMessage",

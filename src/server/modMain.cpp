@@ -1,10 +1,13 @@
 #include "server/modMain.h"
 
+#include <charconv>
 #include <memory>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "common/Conversions.h"
+#include "common/Error.h"
 #include "common/Files.h"
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
@@ -49,6 +52,21 @@ GivenParameters ReadGivenParameters(const std::string& commandLine) {
   ReadParameterFile(file, *given.values);
   warnFrom(given.warnings.size(), "in the parameter file " + file);
   return given;
+}
+
+/// A parameter that is a number of seconds, `standard` when it is missing. Raises error 1000 for any other text.
+int Seconds(const Dictionary& parameters, ParameterName name, int least, int standard) {
+  constexpr int kMost = 86400;
+  const std::string text = Parameter(parameters, name);
+  if (text.empty()) return standard;
+  int seconds = -1;
+  const char* const end = text.data() + text.size();
+  const auto [read, error] = std::from_chars(text.data(), end, seconds);
+  if (error != std::errc() || read != end || seconds < least || seconds > kMost) {
+    throw Error(error_number::kOwn, "The parameter " + std::string(name.Text()) + " is no number of seconds from " +
+                                        std::to_string(least) + " to " + std::to_string(kMost) + ": " + text);
+  }
+  return seconds;
 }
 
 std::string OrDefault(const std::string& text, const std::string& defaultText) {
@@ -114,6 +132,11 @@ void Server::ReadParameters(const Dictionary& parameters) {
   settings_.config = Parameter(parameters, "config");
   settings_.hidden = parameters.Exists(ParameterName("hidden").Text());
   settings_.mode = OrDefault(ToLower(Parameter(parameters, "mode")), "run");
+  settings_.connecttimeout = Seconds(parameters, "connecttimeout", 0, settings_.connecttimeout);
+  settings_.querytimeout = Seconds(parameters, "querytimeout", 0, settings_.querytimeout);
+  settings_.reconnect = Seconds(parameters, "reconnect", 1, settings_.reconnect);
+  process_.limits.connectSeconds = settings_.connecttimeout;
+  process_.limits.statementSeconds = settings_.querytimeout;
   settings_.Unattended = !settings_.runningmutex.empty() || settings_.hidden;
 }
 

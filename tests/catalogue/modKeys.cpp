@@ -4,9 +4,12 @@
 #include <gtest/gtest.h>
 
 #include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
+
+using ::testing::_;
 
 using Names = std::vector<std::string>;
 
@@ -34,7 +37,7 @@ TEST(KeyText, CopiesWhatIsNotEscaped) {
 
 TEST(KeyText, RefusesABrokenEscape) {
   for (const char* text : {"\\", "a\\4", "\\zz", "\\4g", "\\+1", "\\ 1"}) {
-    EXPECT_EQ(ErrorOf([&] { (void)TextToKey(text); }).first, error_number::kTypeMismatch) << text;
+    EXPECT_RAISES(TextToKey(text), error_number::kTypeMismatch, _) << text;
   }
 }
 

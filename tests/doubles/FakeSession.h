@@ -118,15 +118,4 @@ class FakeSession {
   DataSession session{state};
 };
 
-/// The number and text of the error that `action` raises; number 0 when it raises none.
-template <typename Action>
-std::pair<std::int32_t, std::string> ErrorOf(Action&& action) {
-  try {
-    action();
-  } catch (const Error& error) {
-    return {error.Number(), error.Description()};
-  }
-  return {0, ""};
-}
-
 }  // namespace ods::test

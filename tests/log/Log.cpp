@@ -140,13 +140,7 @@ TEST_F(LogTest, IsOpenWhereItsFileCanBeAppendedTo) {
 
 TEST_F(LogTest, RaisesWhatKeepsItFromWriting) {
   log_.folder = folder_ + "/missing";
-  try {
-    log_.LogEntry(0, "a");
-    ADD_FAILURE() << "nothing was raised";
-  } catch (const Error& error) {
-    EXPECT_EQ(error.Number(), 1000);
-    EXPECT_THAT(error.Description(), HasSubstr(log_.PathOf(LocalNow())));
-  }
+  EXPECT_RAISES(log_.LogEntry(0, "a"), 1000, HasSubstr(log_.PathOf(LocalNow())));
 }
 
 TEST_F(LogTest, TheCounterDoesNotOverflow) {

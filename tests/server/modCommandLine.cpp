@@ -14,6 +14,7 @@
 #include "common/Text.h"
 #include "doubles/FakeSession.h"
 #include "server/Parameters.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
@@ -188,9 +189,8 @@ TEST_F(ParameterFile, AnEmptyFileAddsNothing) { EXPECT_EQ(Read("", "a=1"), (Para
 
 TEST_F(ParameterFile, AMissingFileIsAnErrorThatNamesIt) {
   const auto parameters = ParseCommandLine("");
-  const auto [number, text] = test::ErrorOf([&] { ReadParameterFile(path_, *parameters); });
-  EXPECT_EQ(number, error_number::kFileNotFound);
-  EXPECT_THAT(text, testing::StartsWith("Error reading parameter file " + path_ + ". Error 53. "));
+  EXPECT_RAISES(ReadParameterFile(path_, *parameters), error_number::kFileNotFound,
+                testing::StartsWith("Error reading parameter file " + path_ + ". Error 53. "));
 }
 
 TEST(AskedInformation, KnowsTheWaysToAsk) {

@@ -6,10 +6,12 @@
 #include <string>
 
 #include "doubles/ServerDoubles.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
+using ::testing::_;
 using testing::ElementsAre;
 
 class ConnectTest : public testing::Test {
@@ -182,24 +184,20 @@ TEST_F(ConnectTest, NoOtherProductIsAskedForTheNavisionTable) {
 
 TEST_F(ConnectTest, AFailedOpenIsRaisedAndLeavesNothingOpen) {
   script_.openFailures.emplace_back(Error(-2147217843, "Login failed"));
-  const auto [number, text] = test::ErrorOf([&] { (void)Connect(); });
-  EXPECT_EQ(number, -2147217843);
-  EXPECT_EQ(text, "Login failed");
+  EXPECT_RAISES(Connect(), -2147217843, "Login failed");
   EXPECT_EQ(script_.alive, 0);
 }
 
 TEST_F(ConnectTest, AFailedLookUpLeavesNothingOpen) {
   script_.schemaFailures.emplace_back(Error(error_number::kGeneralFailure, "no types"));
-  EXPECT_EQ(test::ErrorOf([&] { (void)Connect(); }).second, "no types");
+  EXPECT_RAISES(Connect(), _, "no types");
   EXPECT_EQ(script_.alive, 0);
 }
 
 TEST_F(ConnectTest, WithoutTheComponentThereIsNoConnection) {
   ComponentRegistry empty;
   process_.components = &empty;
-  const auto [number, text] = test::ErrorOf([&] { (void)Connect(); });
-  EXPECT_EQ(number, error_number::kCannotCreate);
-  EXPECT_EQ(text, "Error creating object: ADODB.Connection");
+  EXPECT_RAISES(Connect(), error_number::kCannotCreate, "Error creating object: ADODB.Connection");
 }
 
 TEST_F(ConnectTest, TheCatalogueOfAWorkbookHasAFileExtension) {

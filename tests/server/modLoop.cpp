@@ -18,10 +18,13 @@
 #include "database/Response.h"
 #include "doubles/ServerDoubles.h"
 #include "platform/system/System.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
+using ::testing::_;
+using ::testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -318,7 +321,7 @@ TEST_F(LoopTest, CountsEveryMessage) {
 TEST_F(LoopTest, ACountThatWouldOverflowIsAnErrorAndTheMessageStays) {
   state_.requestCount = std::numeric_limits<std::int32_t>::max();
   Request("m1", "Ping");
-  EXPECT_EQ(test::ErrorOf([&] { Run(); }).first, error_number::kOverflow);
+  EXPECT_RAISES(Run(), error_number::kOverflow, _);
   EXPECT_EQ(EventCount("answered m1"), 0);
 }
 

@@ -13,10 +13,12 @@
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
 #include "server/modConfiguration.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
+using ::testing::_;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
@@ -230,26 +232,25 @@ TEST_F(ServerTest, WarnsOfNoParameterThatItKnows) {
 
 TEST_F(ServerTest, AMissingParameterFileIsAnErrorThatNamesIt) {
   const std::string file = folder_.Path() + "/missing.par";
-  const auto [number, text] = test::ErrorOf([&] { Run("parameterfile=" + file); });
-  EXPECT_EQ(number, error_number::kFileNotFound);
-  EXPECT_THAT(text, HasSubstr(file));
+  EXPECT_RAISES(Run("parameterfile=" + file), error_number::kFileNotFound, HasSubstr(file));
   EXPECT_FALSE(std::filesystem::exists(exeFolder_ + "/Data")) << "nothing was made yet";
 }
 
 TEST_F(ServerTest, AConfigurationThatCannotBeLoadedEndsTheStart) {
-  const auto [number, text] = test::ErrorOf([&] { Run("config=" + folder_.Path() + "/no/such/folder.xml"); });
-  EXPECT_EQ(number, error_number::kOwn);
-  EXPECT_THAT(text, StartsWith("Error saving default configuration file to " + folder_.Path() + "/no/such/folder.xml"));
+  const std::optional<Error> error = test::ErrorOf([&] { Run("config=" + folder_.Path() + "/no/such/folder.xml"); });
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->Number(), error_number::kOwn);
+  EXPECT_THAT(error->Description(),
+              StartsWith("Error saving default configuration file to " + folder_.Path() + "/no/such/folder.xml"));
   ASSERT_GE(ui_.entries.size(), 2U);
-  EXPECT_EQ(ui_.entries[ui_.entries.size() - 2], "Error: " + text);
+  EXPECT_EQ(ui_.entries[ui_.entries.size() - 2], "Error: " + error->Description());
   EXPECT_EQ(ui_.entries.back(), "Stop");
 }
 
 TEST_F(ServerTest, AMutexThatCannotBeCreatedEndsTheStart) {
   Configure(DefaultIni());
-  const auto [number, text] = test::ErrorOf([&] { Run("runningmutex=" + std::string(300, 'x')); });
-  EXPECT_EQ(number, error_number::kOwn);
-  EXPECT_THAT(text, StartsWith("Error creating instance mutex ("));
+  EXPECT_RAISES(Run("runningmutex=" + std::string(300, 'x')), error_number::kOwn,
+                StartsWith("Error creating instance mutex ("));
   EXPECT_THAT(database_.opened, IsEmpty());
 }
 
@@ -365,8 +366,7 @@ TEST_F(ServerTest, HiddenMayComeFromTheParameterFile) {
 TEST_F(ServerTest, WithoutADisplayItEndsBeforeItTouchesDatabaseOrQueues) {
   Configure(DefaultIni());
   noWindow_ = "No window can be shown: no display.";
-  const auto [number, text] = test::ErrorOf([&] { Run(""); });
-  EXPECT_EQ(text, noWindow_);
+  EXPECT_RAISES(Run(""), _, noWindow_);
   EXPECT_THAT(database_.opened, IsEmpty());
   EXPECT_THAT(queues_.events, IsEmpty());
   EXPECT_FALSE(std::filesystem::exists(folder_.Path() + "/temp")) << "where the queues would be";
@@ -377,7 +377,7 @@ TEST_F(ServerTest, WithoutADisplayItEndsBeforeItTouchesDatabaseOrQueues) {
 
 TEST_F(ServerTest, AStartThatFailsLeavesNoWindowOpen) {
   Configure(DefaultIni());
-  (void)test::ErrorOf([&] { Run("runningmutex=" + std::string(300, 'x')); });
+  EXPECT_RAISES(Run("runningmutex=" + std::string(300, 'x')), error_number::kOwn, _);
   EXPECT_THAT(ui_.calls, ElementsAre("open windows", "show main window", "unload main window"));
 }
 
@@ -478,9 +478,7 @@ TEST_F(ServerTest, SettingsThatCannotBeSavedAreAnErrorThatNamesTheFile) {
   Configure(DefaultIni());
   Run("mode=config");
   std::filesystem::remove_all(exeFolder_ + "/Data/config");
-  const auto [number, text] = test::ErrorOf([&] { view_->SaveSettings(); });
-  EXPECT_EQ(number, error_number::kOwn);
-  EXPECT_THAT(text, HasSubstr(DefaultIni()));
+  EXPECT_RAISES(view_->SaveSettings(), error_number::kOwn, HasSubstr(DefaultIni()));
 }
 
 TEST_F(ServerTest, TheWindowsSeeWhatTheServerIsAndDoes) {

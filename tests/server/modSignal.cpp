@@ -10,6 +10,7 @@
 #include "doubles/ServerDoubles.h"
 #include "log/Log.h"
 #include "platform/xml/Xml.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
@@ -145,9 +146,8 @@ TEST_F(SignalTest, AnInstanceMutexExistsUntilItIsDestroyed) {
 }
 
 TEST_F(SignalTest, AMutexThatCannotBeCreatedSaysWhy) {
-  const auto [number, text] = test::ErrorOf([] { (void)CreateInstanceMutex(std::string(300, 'x')); });
-  EXPECT_EQ(number, error_number::kOwn);
-  EXPECT_THAT(text, testing::MatchesRegex("Error creating instance mutex \\([0-9]+\\)\\. .+"));
+  EXPECT_RAISES(CreateInstanceMutex(std::string(300, 'x')), error_number::kOwn,
+                testing::MatchesRegex("Error creating instance mutex \\([0-9]+\\)\\. .+"));
 }
 
 }  // namespace

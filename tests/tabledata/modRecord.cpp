@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 #include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
 namespace {
+
+using ::testing::_;
 
 class Record : public ::testing::Test {
  protected:
@@ -130,7 +133,7 @@ TEST_F(Record, SpellsDateFormulasOfNavisionInSqlServer) {
 }
 
 TEST_F(Record, RefusesAnythingButBytesInABinaryColumn) {
-  EXPECT_EQ(ErrorOf([&] { (void)Element(205, 7); }).first, error_number::kTypeMismatch);
+  EXPECT_RAISES(Element(205, 7), error_number::kTypeMismatch, _);
 }
 
 }  // namespace

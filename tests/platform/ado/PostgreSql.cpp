@@ -5,9 +5,12 @@
 
 #include "platform/ado/Ado.h"
 #include "platform/ado/AdoTestSupport.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
+
+using ::testing::HasSubstr;
 
 class PostgreSqlTest : public ::testing::Test {
  protected:
@@ -155,17 +158,17 @@ TEST_F(PostgreSqlTest, TheSystemsSqlIsUnderstood) {
 }
 
 TEST_F(PostgreSqlTest, ErrorsCarryAdosNumbersAndTheDriversTexts) {
-  ExpectError([&] { Run("SELECT * FROM nothing"); }, Hex(0x80040E14), "relation \"nothing\" does not exist");
-  ExpectError([&] { Run("SELEC"); }, Hex(0x80040E14), "syntax error at or near \"SELEC\"");
-  ExpectError([&] { Run("SELECT 1/0"); }, Hex(0x80040E07), "division by zero");
-  ExpectError([&] { Run("SELECT '\xC3\xA4\xE2\x82\xAC'::integer"); }, Hex(0x80040E07), "\xC3\xA4\xE2\x82\xAC");
+  EXPECT_RAISES(Run("SELECT * FROM nothing"), Hex(0x80040E14), HasSubstr("relation \"nothing\" does not exist"));
+  EXPECT_RAISES(Run("SELEC"), Hex(0x80040E14), HasSubstr("syntax error at or near \"SELEC\""));
+  EXPECT_RAISES(Run("SELECT 1/0"), Hex(0x80040E07), HasSubstr("division by zero"));
+  EXPECT_RAISES(Run("SELECT '\xC3\xA4\xE2\x82\xAC'::integer"), Hex(0x80040E07), HasSubstr("\xC3\xA4\xE2\x82\xAC"));
   Run("CREATE TABLE t (i integer PRIMARY KEY)");
   Run("INSERT INTO t VALUES (1)");
-  ExpectError([&] { Run("INSERT INTO t VALUES (1)"); }, Hex(0x80040E2F), "duplicate key");
+  EXPECT_RAISES(Run("INSERT INTO t VALUES (1)"), Hex(0x80040E2F), HasSubstr("duplicate key"));
   // The connection is good for more after all of them.
   EXPECT_EQ(ReadOne(*connection_, "SELECT i FROM t"), Value(1));
-  ExpectError([&] { connection_->Open(connectionString_ + ";Database=no_such_database"); }, Hex(0x80004005),
-              "no_such_database");
+  EXPECT_RAISES(connection_->Open(connectionString_ + ";Database=no_such_database"), Hex(0x80004005),
+                HasSubstr("no_such_database"));
   connection_->Open(connectionString_);
 }
 
