@@ -265,7 +265,7 @@ TEST_F(LoopTest, TheTraceOfAMessageTellsHowLongItTook) {
   constexpr milliseconds kWait(120);
   // The time until the message comes is none of it.
   queues_.packages["m1"] = "<XML><Type>Slow</Type></XML>";
-  queues_.polls.emplace_back([] {
+  queues_.polls.emplace_back([kWait] {
     std::this_thread::sleep_for(kWait);
     return "m1";
   });
