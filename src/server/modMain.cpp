@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/Attempt.h"
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Files.h"
