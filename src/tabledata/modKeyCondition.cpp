@@ -63,7 +63,9 @@ std::string QuotedFieldList(DataSession& session, const std::string& table, cons
   std::string list;
   for (const std::string& field : fields) {
     if (!list.empty()) list += ",";
-    list += SafeQuote(session, table, field);
+    // A column without a type of its own (12) is read like any other, though nothing can be compared with it.
+    const bool hasType = RequireField(session, table, field).Type != ado_type::kVariant;
+    list += hasType ? SafeQuote(session, table, field) : QuoteIdentifier(session, field);
   }
   return list;
 }

@@ -131,6 +131,7 @@ OdbcDatabase::OdbcDatabase(const std::string& connectionString, const DriverLimi
   }
   driverRule_ = &RuleOfDriver(session_->InfoText(SQL_DRIVER_NAME));
   if (driverRule_->formatsErrors) session_->PrepareStatements();
+  if (driverRule_->inventsDates) session_->UseTextDates();
   productRule_ = &RuleOfProduct(properties_.front().value);
   if (productRule_->miscountsWideCells) session_->UseNarrowCells();
   if (productRule_->sessionStatement != nullptr) Statement(session_).Execute(productRule_->sessionStatement);

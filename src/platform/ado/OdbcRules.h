@@ -34,13 +34,17 @@ struct ProductRule {
   std::string_view quoteSuffix = {};
 };
 
-/// What a driver must be spared, lest it end the process: clients choose the names in statements, and so what errors
-/// tell.
+/// What a driver does wrong, and must be spared: some of it ends the process, since clients choose the names in
+/// statements, and so what errors tell.
 struct DriverRule {
   std::string_view name;  ///< a part of the file name that the driver tells
   /// The text of an error that SQLExecDirect meets while it prepares is taken for a format of printf: "%n" in the name
   /// of a table ends the process. The error of SQLPrepare is taken as it is.
   bool formatsErrors = false;
+  /// A date that does not fit its structure comes as today's there, and as zeros in a text.
+  bool inventsDates = false;
+  /// What its connection string calls the limit for connecting, where it does not take SQL_ATTR_LOGIN_TIMEOUT.
+  std::string_view connectLimit = {};
   /// SQLStatistics writes beyond its buffers for a longer name of a table, in bytes of UTF-8.
   std::size_t longestName = std::numeric_limits<std::size_t>::max();
 };
