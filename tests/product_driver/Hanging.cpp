@@ -50,7 +50,7 @@ class Hanging : public ::testing::Test {
 };
 
 TEST_F(Hanging, AConnectIsGivenUpAndItsThreadCleansUpByItself) {
-  const Error error = ErrorOf([&] { (void)Open(";HangConnect=1;HangMilliseconds=1800"); });
+  const Error error = ErrorOf([&] { (void)Open(";HangConnect=1;HangMilliseconds=3000"); });
   EXPECT_EQ(error.Number(), kTimeOut);
   EXPECT_EQ(error.Description(), "The database did not answer within 1 seconds: connecting was given up.");
   EXPECT_TRUE(DriverCallsAreStuck());
@@ -81,7 +81,7 @@ TEST_F(Hanging, AFetchIsCancelledToo) {
 
 TEST_F(Hanging, ADriverThatIgnoresTheCancelLosesTheConnection) {
   for (const char* stubborn : {";IgnoreCancel=1", ";HangCancel=1"}) {
-    const auto connection = Open(std::string(";HangStatement=1;HangMilliseconds=4800") + stubborn);
+    const auto connection = Open(std::string(";HangStatement=1;HangMilliseconds=6500") + stubborn);
     EXPECT_EQ(ErrorOf([&] { (void)connection->OpenRecordSet("SELECT a FROM t", 0); }).Number(), kTimeOut);
     EXPECT_TRUE(connection->IsLost());
     EXPECT_TRUE(connection->IsStuck());
@@ -92,7 +92,7 @@ TEST_F(Hanging, ADriverThatIgnoresTheCancelLosesTheConnection) {
 }
 
 TEST_F(Hanging, ARecordSetWhoseFetchIsStuckIsAtItsEnd) {
-  const auto connection = Open(";HangFetch=600;HangMilliseconds=4800;IgnoreCancel=1");
+  const auto connection = Open(";HangFetch=600;HangMilliseconds=6500;IgnoreCancel=1");
   const auto rows = connection->OpenRecordSet("SELECT a FROM t ORDER BY a", 0);
   EXPECT_EQ(ErrorOf([&] {
               for (; !rows->AtEnd(); rows->MoveNext()) {
