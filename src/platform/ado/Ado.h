@@ -110,7 +110,7 @@ class Connection : public Object {
   [[nodiscard]] std::string TypeName() const override { return "Connection"; }
 
   /// Sets the limits of what is opened from here on.
-  virtual void SetLimits(ConnectionLimits /*limits*/) {}
+  virtual void SetLimits(ConnectionLimits /*limits*/) {}  // NOLINT(performance-unnecessary-value-param): others keep it
   /// True once an error has told that the open connection is lost: nothing can be asked of it any more.
   [[nodiscard]] virtual bool IsLost() const { return false; }
   /// True when it is lost because the driver does not come back from a call.

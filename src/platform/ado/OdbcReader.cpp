@@ -28,10 +28,10 @@ struct OdbcReader::Rows {
   std::shared_ptr<OdbcDatabase> database;
   std::shared_ptr<Canceller> canceller = std::make_shared<Canceller>();
   std::unique_ptr<OdbcRecordSet> source;
-  std::vector<std::vector<Value>> values;  ///< kept for their memory
-  std::size_t count = 0;                   ///< of those that are rows
-  std::exception_ptr failure;              ///< met behind them
-  bool mustStep = false;                   ///< the last step failed
+  std::vector<Value> values;   ///< row after row
+  std::size_t count = 0;       ///< rows
+  std::exception_ptr failure;  ///< met behind them
+  bool mustStep = false;       ///< the last step failed
   CallLimit limit = {};
 
   /// Takes the next rows from the source, which stands on the first of them.
@@ -51,12 +51,13 @@ struct OdbcReader::Rows {
 
   void TakeAll() {
     std::size_t bytes = 0;
+    values.clear();
     if (std::exchange(mustStep, false) && !source->AtEnd()) source->MoveNext();
     while (!source->AtEnd() && count < kMostRows && bytes < kMostBytes) {
-      if (count == values.size()) values.emplace_back();
-      std::vector<Value>& row = values[count++];
-      source->TakeRow(row);
-      for (const Value& value : row) bytes += BytesOf(value);
+      ++count;
+      const std::size_t taken = values.size();
+      source->TakeRow(values);
+      for (std::size_t i = taken; i < values.size(); ++i) bytes += BytesOf(values[i]);
       source->MoveNext();
     }
   }
@@ -116,8 +117,8 @@ const Value& OdbcReader::Item(std::size_t index) const {
   if (index >= fields_.size()) {
     throw Error(error_number::kItemNotFound, "The record set has no field number " + std::to_string(index) + ".");
   }
-  if (atEnd_) RaiseNoCurrentRecord();
-  return rows_->values[row_][index];
+  if (atEnd_ || row_ >= rows_->count) RaiseNoCurrentRecord();
+  return rows_->values[row_ * fields_.size() + index];
 }
 
 }  // namespace ods::odbc

@@ -32,7 +32,7 @@ class OdbcReader final : public RecordSet {
 
   [[nodiscard]] const std::vector<Field>& Fields() const override { return fields_; }
   [[nodiscard]] bool AtEnd() const override { return atEnd_; }
-  /// An error of the driver is raised at the row that it met, not before, and the record set stays on the last one.
+  /// An error of the driver is raised at the row that it met, not before; nothing but a further step is of use then.
   void MoveNext() override;
   using RecordSet::Item;
   [[nodiscard]] const Value& Item(std::size_t index) const override;

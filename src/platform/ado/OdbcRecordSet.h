@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,10 +36,9 @@ class OdbcRecordSet final : public RecordSet {
   void MoveNext() override;
   using RecordSet::Item;
   [[nodiscard]] const Value& Item(std::size_t index) const override;
-  /// Gives the current row, in exchange for a vector whose memory serves the next one.
-  void TakeRow(std::vector<Value>& row) {
-    row.resize(values_.size());
-    row.swap(values_);
+  /// Moves the values of the current row behind those of `rows`. Afterwards the row has none.
+  void TakeRow(std::vector<Value>& rows) {
+    rows.insert(rows.end(), std::make_move_iterator(values_.begin()), std::make_move_iterator(values_.end()));
   }
 
  private:
