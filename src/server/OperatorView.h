@@ -36,7 +36,6 @@ class OperatorView final : public ServerView {
   [[nodiscard]] int ConnectTimeout() const override { return settings_.connecttimeout; }
 
   [[nodiscard]] OperatorSettings GetSettings() const override;
-  [[nodiscard]] int ConnectSeconds() const override { return settings_.connecttimeout; }
   void SaveSettings(const OperatorSettings& settings) override;
   /// The loop sees the saved file change and loads it again, which brings the settings that are there already.
   void StoreSettings(const OperatorSettings& settings) override;

@@ -67,11 +67,9 @@ class ServerView {
   [[nodiscard]] virtual bool Unattended() const = 0;
 
   /// The longest wait for a connection to a database, in seconds; 0 for ever.
-  [[nodiscard]] virtual int ConnectTimeout() const { return 15; }
+  [[nodiscard]] virtual int ConnectTimeout() const = 0;
 
   [[nodiscard]] virtual OperatorSettings GetSettings() const = 0;
-  /// How long a test of a connection may take, in seconds; 0 for no limit.
-  [[nodiscard]] virtual int ConnectSeconds() const = 0;
   /// Writes the configuration file with these settings; the server's own stay as they are. Raises error 1000 naming the
   /// path.
   virtual void SaveSettings(const OperatorSettings& settings) = 0;

@@ -4,6 +4,7 @@
 #include <QClipboard>
 #include <QCursor>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
@@ -16,7 +17,9 @@
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <stdexcept>
+#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -28,12 +31,15 @@
 #include "e2e/ServerProcess.h"
 #include "log/Trace.h"
 #include "platform/ado/Ado.h"
+#include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "server/modMain.h"
 #include "support/OdbcFolder.h"
 #include "support/PlainUser.h"
+#include "support/SilentListener.h"
 #include "ui/SwitchingUserInterface.h"
 #include "ui/windows/DesktopUserInterface.h"
+#include "ui/windows/frmConfigure.h"
 
 namespace ods::test {
 namespace {
@@ -247,6 +253,45 @@ TEST_F(Windows, TheRequestInHandIsFinishedWhenTheWindowIsClosed) {
   });
 }
 
+TEST_F(Windows, WhileTheServerConnectsItsWindowLivesAndEndsIt) {
+  const SilentListener listener;
+  folders_.Configure("Driver=PostgreSQL Unicode" + listener.Target());
+  RunServer(
+      [&](Robot& robot) {
+        robot.WaitForText("lblStatus", "Connect to Database");
+        robot.WaitForActiveWindow("ODBC Data Server");
+        robot.Press({"alt+t", "l"});
+        robot.WaitForActiveWindow("Trace Log");
+        robot.WaitForText("lblStatus", "Connect to Database");
+        if (WantsPictures()) {
+          robot.TakePicture("frmMain", std::getenv("ODS_TEST_PICTURES") + std::string("/frmMain-connecting.png"));
+        }
+        robot.Click("cmdClose");
+        robot.WaitUntil("The end of the trace log", [] { return Robot::Find("lvTrace") == nullptr; });
+        robot.WaitForActiveWindow("ODBC Data Server");
+        robot.Press({"alt+f", "x"});
+      },
+      "/connecttimeout=0");
+  EXPECT_NE(folders_.LogText().find("'Exit main loop'"), std::string::npos);
+}
+
+TEST_F(Windows, ATestOfAConnectionCanBeCancelled) {
+  const SilentListener listener;
+  folders_.Configure("Driver=PostgreSQL Unicode" + listener.Target());
+  RunServer(
+      [&](Robot& robot) {
+        robot.WaitForActiveWindow("Configure ODBC Data Server");
+        robot.WaitForText("txtConnectionString", "Driver=PostgreSQL Unicode" + listener.Target());
+        robot.Click("cmdTestConnection");
+        robot.WaitUntil("The test", [] {
+          const auto* const dialog = dynamic_cast<frmConfigure*>(Robot::Find("frmConfigure"));
+          return dialog != nullptr && dialog->IsTesting();
+        });
+        robot.Click("cmdCancel");
+      },
+      "/mode=config /connecttimeout=0");
+}
+
 TEST_F(Windows, InModeConfigTheOptionsDialogIsAllThereIs) {
   RunServer(
       [&](Robot& robot) {
@@ -347,6 +392,65 @@ TEST_F(Windows, TheOptionsDialogIsOffTheScreenWhileTheServerConnects) {
   EXPECT_TRUE(seen.isWaitCursor);
   EXPECT_TRUE(seen.isPainted);
   EXPECT_TRUE(isUncovered);
+}
+
+/// A database server that takes connections and never says a word.
+class SilentServer {
+ public:
+  SilentServer() {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto* const name = reinterpret_cast<sockaddr*>(&address);
+    if (bind(socket_.Get(), name, size) != 0 || listen(socket_.Get(), 8) != 0 ||
+        getsockname(socket_.Get(), name, &size) != 0) {
+      throw std::runtime_error("no socket");
+    }
+    port_ = ntohs(address.sin_port);
+  }
+  [[nodiscard]] int Port() const { return port_; }
+  /// Whoever is connected sees the end of it.
+  void End() { (void)socket_.Close(); }
+
+ private:
+  FileHandle socket_{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  int port_ = 0;
+};
+
+TEST_F(Windows, WhileADatabaseDoesNotAnswerTheWindowsLiveAndCancelAnswers) {
+  if (ReadFileText(drivers_).find("[PostgreSQL Unicode]") == std::string::npos) GTEST_SKIP() << "no driver that waits";
+  SilentServer silent;
+  const std::string string = "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=" + std::to_string(silent.Port()) +
+                             ";Database=none;UID=nobody;PWD=none";
+  folders_.Configure(string);
+  const auto start = std::chrono::steady_clock::now();
+  RunServer(
+      [&](Robot& robot) {
+        robot.WaitForText("lblStatus", "Connect to Database");
+        robot.WaitForActiveWindow("ODBC Data Server");
+        robot.Press({"alt+t", "o"});
+        robot.WaitForActiveWindow("Configure ODBC Data Server");
+        Picture(robot, "frmMain");
+        robot.Click("txtUserId");
+        robot.Type("ann");
+        robot.WaitForText("txtUserId", "ann");
+        // The server's own connect waits still; a test of the connection waits beside it.
+        robot.InWindows([&] {
+          qobject_cast<QLineEdit*>(Robot::Find("txtConnectionString"))->setText(QString::fromStdString(string));
+          return true;
+        });
+        robot.Click("cmdTestConnection");
+        robot.Click("cmdCancel");
+        robot.WaitUntil("The end of the dialog", [] { return Robot::Find("frmConfigure") == nullptr; });
+        EXPECT_EQ(robot.TextOf("lblStatus"), "Connect to Database");
+        robot.Click("cmdStart");
+      },
+      "/connecttimeout=300");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(200)) << "nobody waited for the limit";
+  silent.End();
+  for (int tries = 0; tries < 2000 && DriverCallsAreStuck(); ++tries) SleepMilliseconds(10);
+  EXPECT_FALSE(DriverCallsAreStuck());
 }
 
 TEST_F(Windows, ALongConnectionStringIsWholeInTheBox) {

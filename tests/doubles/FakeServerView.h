@@ -22,7 +22,7 @@ class FakeServerView final : public ServerView {
   [[nodiscard]] bool StopRequested() const override { return stopRequested; }
   [[nodiscard]] bool Unattended() const override { return unattended; }
   [[nodiscard]] OperatorSettings GetSettings() const override { return settings; }
-  [[nodiscard]] int ConnectSeconds() const override { return connectSeconds; }
+  [[nodiscard]] int ConnectTimeout() const override { return connectTimeout; }
   void SaveSettings(const OperatorSettings& newSettings) override {
     calls.emplace_back("save");
     if (!saveFailure.empty()) throw Error(error_number::kOwn, saveFailure);
@@ -42,7 +42,7 @@ class FakeServerView final : public ServerView {
   bool runFlag = true;
   bool stopRequested = false;
   bool unattended = false;
-  int connectSeconds = 15;
+  int connectTimeout = 15;
   OperatorSettings settings;
   OperatorSettings saved;
   std::string driverPattern;

@@ -318,7 +318,7 @@ frmConfigure::TestResult frmConfigure::OpenConnection(const std::string& connect
   TestResult result;
   try {
     result.connection = CreateObjectChecked<Connection>(components_, "ADODB.Connection");
-    result.connection->SetLimits({.connectSeconds = server_.ConnectSeconds(), .giveUp = [this] {
+    result.connection->SetLimits({.connectSeconds = server_.ConnectTimeout(), .giveUp = [this] {
                                     // The windows live while the driver is waited for, and closing the dialog ends
                                     // that.
                                     QCoreApplication::processEvents();

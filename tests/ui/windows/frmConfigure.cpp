@@ -568,7 +568,7 @@ TEST_F(FrmConfigure, WhereEventsRunWhileItConnectsASecondClickDoesNothing) {
 }
 
 TEST_F(FrmConfigure, WhileTheDriverIsWaitedForTheDialogLivesAndCancelGivesItUp) {
-  server_.connectSeconds = 7;
+  server_.connectTimeout = 7;
   RegisterConnection([&](OpeningConnection& connection) {
     EXPECT_EQ(connection.limits.connectSeconds, 7);
     bool isAlive = false;
