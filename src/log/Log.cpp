@@ -1,5 +1,6 @@
 #include "log/Log.h"
 
+#include <cmath>
 #include <limits>
 
 #include "common/Conversions.h"
