@@ -219,6 +219,7 @@ void Loop::ConnectToDatabase() {
   // The old connection goes first: a failure leaves none, and some drivers allow one connection only.
   database_ = Database();
   const auto failure = Attempt([&] {
+    const LongWork shown(*process_.ui);
     database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString, connectFailure_.Stands());
   });
   if (!failure) {
@@ -243,14 +244,18 @@ void Loop::TellNoConnection(const Error& failure) {
   if (first && settings_.Unattended) ReportNoDatabase(failure);
 }
 
-/// Runs while a driver is waited for. A stop gives it a moment to come back: most do.
+/// Runs while a driver is waited for. A stop gives it time to come back: a moment when it comes from outside or nobody
+/// waits for an answer, else what a request takes.
 bool Loop::MustGiveUpDriver() {
-  constexpr double kSeconds = 0.4;
+  constexpr double kMoment = 0.4;
+  constexpr double kRequest = 5;
   process_.ui->LetEventsRun();
   context_.signals.AliveHeartbeat();
   if (!MustStop()) return false;
   if (!stopSeen_) stopSeen_ = SteadyClock::now();
-  gaveUpDriver_ = SecondsSince(*stopSeen_) >= kSeconds;
+  const bool answers = state_.statusText == status_text::kProcessing;
+  const bool fromOutside = context_.stopRequested && context_.stopRequested();
+  gaveUpDriver_ = SecondsSince(*stopSeen_) >= (answers && !fromOutside ? kRequest : kMoment);
   return gaveUpDriver_;
 }
 

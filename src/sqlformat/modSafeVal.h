@@ -20,6 +20,7 @@ class Column {
   Column(DataSession& session, const std::string& table, std::string field)
       : session_(&session), table_(&table), field_(std::move(field)) {}
 
+  [[nodiscard]] const DataSession& Session() const { return *session_; }
   [[nodiscard]] const std::string& Table() const { return *table_; }
   [[nodiscard]] const std::string& Field() const { return field_; }
   /// The ADO data type number. Raises as `RequireField` and `GetTypeEntry`, as all that follows.

@@ -1,11 +1,31 @@
 #include "tabledata/modDecimalFactor.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <string_view>
 
 #include "common/Conversions.h"
 #include "database/modODBC.h"
 
 namespace ods {
+
+namespace {
+
+/// The name of what a column of numbers can hold that is no number; "" for a number. A driver gives that of an exact
+/// number as its text.
+std::string_view NameOfNonNumber(const Value& value) {
+  constexpr std::array<std::string_view, 3> kNames = {"NaN", "Infinity", "-Infinity"};
+  if (const auto* text = value.GetIf<std::string>()) {
+    const auto* const name = std::ranges::find(kNames, *text);
+    return name == kNames.end() ? std::string_view() : *name;
+  }
+  const auto* const number = value.GetIf<double>();
+  if (number == nullptr || std::isfinite(*number)) return "";
+  return std::isnan(*number) ? kNames[0] : kNames[*number > 0 ? 1 : 2];
+}
+
+}  // namespace
 
 bool HasDecimals(std::int32_t type) {
   switch (type) {
@@ -35,6 +55,7 @@ void SettleDecimalFactor(const DataSession& session) {
 }
 
 std::string ScaledNumber(const Value& value, double factor) {
+  if (const std::string_view name = NameOfNonNumber(value); !name.empty()) return std::string(name);
   const bool hasExactDigits =
       value.Is<Decimal>() || value.Is<Currency>() || value.Is<std::int32_t>() || value.Is<std::int64_t>();
   if (factor == 1 && hasExactDigits) return SafeStr(value);

@@ -59,7 +59,11 @@ std::string BuildKeyCondition(const DataSession& session, const std::string& tab
 
 std::string QuotedFieldList(const ColumnList& columns) {
   std::string list;
-  for (Column* column : columns) AppendToList(list, ",", column->Expression());
+  for (Column* column : columns) {
+    // A column without a type of its own (12) is read like any other, though nothing can be compared with it.
+    const bool hasType = column->DataType() != ado_type::kVariant;
+    AppendToList(list, ",", hasType ? column->Expression() : QuoteIdentifier(column->Session(), column->Field()));
+  }
   return list;
 }
 

@@ -18,6 +18,7 @@
 #include "database/Response.h"
 #include "doubles/ServerDoubles.h"
 #include "platform/system/System.h"
+#include "server/modReconnect.h"
 #include "support/RaisedErrors.h"
 
 namespace ods {
@@ -67,7 +68,25 @@ void FillMuch(const XmlDocument& /*request*/, XmlDocument& response, DataSession
   response.DocumentElement().SetText(std::string(kMaxResponseBytes, 'x'));
 }
 
+/// Reads from the database.
+void ReadOne(const XmlDocument& /*request*/, XmlDocument& response, DataSession& session) {
+  response.LoadXML("<XML><Begun/></XML>");
+  const auto rows = session.connection->OpenRecordSet("SELECT 1", 0);
+  response.LoadXML("<XML><One>" + SafeStr(rows->Item(0)) + "</One></XML>");
+}
+
+/// Reads, and keeps its failure to itself.
+void ReadQuietly(const XmlDocument& request, XmlDocument& response, DataSession& session) {
+  try {
+    ReadOne(request, response, session);
+  } catch (const Error&) {
+    response.LoadXML("<XML><Nothing/></XML>");
+  }
+}
+
 RequestHandler FindTestHandler(std::string_view type) {
+  if (type == "Read") return &ReadOne;
+  if (type == "ReadQuietly") return &ReadQuietly;
   if (type == "DriverError") return &RaiseDriverError;
   if (type == "Markup") return &RaiseMarkup;
   if (type == "NoMemory") return &RaiseNoMemory;
@@ -403,6 +422,30 @@ TEST_F(LoopTest, DoesNothingWithoutTheRunFlag) {
   EXPECT_THAT(ui_.entries, ElementsAre("In main loop", "Start conditions: run=False, parentmutex(\"\")=False",
                                        "Stop conditions: run=False, parentmutex(\"\")=False", "Exit main loop"));
   EXPECT_EQ(state_.statusText, "Stopped");
+}
+
+TEST_F(LoopTest, TheWindowsKnowOfItWhileItConnectsAndNoLonger) {
+  bool wasWorking = false;
+  std::string status;
+  database_.onOpen = [&] {
+    wasWorking = ui_.isWorking;
+    status = state_.statusText;
+  };
+  Request("m1", "Ping");
+  Run();
+  EXPECT_TRUE(wasWorking);
+  EXPECT_EQ(status, "Connect to Database");
+  EXPECT_FALSE(ui_.isWorking);
+}
+
+TEST_F(LoopTest, ABoxThatTellsOfAFailedConnectIsNoLongWork) {
+  settings_.Unattended = false;
+  database_.openFailures.emplace_back(Error(error_number::kOwn, "not there"));
+  bool wasWorking = true;
+  ui_.onBox = [&] { wasWorking = ui_.isWorking; };
+  Request("m1", "Ping");
+  Run();
+  EXPECT_FALSE(wasWorking);
 }
 
 TEST_F(LoopTest, FinishesTheMessageInHandBeforeItStops) {
@@ -749,6 +792,118 @@ TEST_F(LoopTest, AStatusFileThatCannotBeWrittenStopsNothing) {
   EXPECT_EQ(std::count_if(ui_.entries.begin(), ui_.entries.end(),
                           [](const std::string& entry) { return entry.starts_with("Error writing status file "); }),
             1);
+}
+
+TEST_F(LoopTest, ALostConnectionStaysWithoutReconnect) {
+  database_.losses = 1;
+  for (const char* id : {"m1", "m2"}) Request(id, "Read");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), "the connection is lost");
+  EXPECT_EQ(AnswerText(1, "/XML/Message"), "the connection is lost");
+  EXPECT_EQ(database_.opened.size(), 1U);
+}
+
+TEST_F(LoopTest, WithReconnectALostConnectionIsOpenedAnewAndTheRequestIsRunAgain) {
+  settings_.reconnect = 1;
+  database_.losses = 1;
+  for (const char* id : {"m1", "m2"}) Request(id, "Read");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/One"), "1");
+  EXPECT_FALSE(Answer(0).SelectSingleNode("/XML/Begun")) << "the answer was begun anew";
+  EXPECT_EQ(AnswerText(1, "/XML/One"), "1");
+  EXPECT_EQ(database_.opened.size(), 2U);
+  EXPECT_EQ(ui_.CountOf("The connection to the database is lost."), 1);
+  EXPECT_EQ(Report("/XML/Code"), "") << "no failure is left to report";
+}
+
+TEST_F(LoopTest, AFailureThatAHandlerKeepsToItselfIsALossAllTheSame) {
+  settings_.reconnect = 1;
+  database_.losses = 1;
+  Request("m1", "ReadQuietly");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/One"), "1");
+}
+
+TEST_F(LoopTest, ARequestIsRunAgainOnlyOnce) {
+  settings_.reconnect = 1;
+  database_.losses = 2;
+  Request("m1", "Read");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), "the connection is lost");
+  EXPECT_EQ(database_.opened.size(), 2U);
+}
+
+TEST_F(LoopTest, UntilTheConnectionIsBackRequestsGetTheirErrorAtOnce) {
+  settings_.reconnect = 1;
+  settings_.Unattended = false;
+  database_.losses = 1;
+  const Error refused(error_number::kGeneralFailure, "refused");
+  database_.openFailures = {std::nullopt, refused, refused};
+  for (const char* id : {"m1", "m2"}) Request(id, "Read");
+  queues_.Idle([] { SleepMilliseconds(120); });  // the first pause
+  queues_.Idle();
+  Request("m3", "Read");
+  queues_.Idle([] { SleepMilliseconds(220); });  // the second
+  queues_.Idle();
+  Request("m4", "Read");
+  Run();
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(AnswerText(i, "/XML/Message"), kNoConnection) << i;
+  EXPECT_EQ(AnswerText(3, "/XML/One"), "1");
+  EXPECT_EQ(database_.opened.size(), 4U);
+  EXPECT_EQ(ui_.CountOf("Error connecting to database. Error -2147467259. refused"), 1) << "told once";
+  EXPECT_THAT(ui_.calls, IsEmpty()) << "and nobody is asked";
+}
+
+TEST_F(LoopTest, AConnectionWhoseDriverIsStuckIsDropped) {
+  database_.losses = 1;
+  database_.stuck = true;
+  for (const char* id : {"m1", "m2"}) Request(id, "Read");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), "the connection is lost") << "its time is over: it is not run again";
+  EXPECT_EQ(AnswerText(1, "/XML/Message"), kNoConnection);
+  EXPECT_EQ(database_.opened.size(), 1U);
+}
+
+TEST_F(LoopTest, WhileADriverIsWaitedForOthersRunUntilAStop) {
+  process_.limits.connectSeconds = 7;
+  bool stop = false;
+  stopRequested_ = [&] { return stop; };
+  queues_.Idle([&] {
+    ASSERT_EQ(database_.limits.size(), 1U);
+    EXPECT_EQ(database_.limits[0].connectSeconds, 7);
+    const int before = ui_.eventRounds;
+    EXPECT_FALSE(database_.limits[0].giveUp());
+    EXPECT_EQ(ui_.eventRounds, before + 1);
+    stop = true;
+    EXPECT_FALSE(database_.limits[0].giveUp()) << "a moment to come back";
+    SleepMilliseconds(450);
+    EXPECT_TRUE(database_.limits[0].giveUp());
+  });
+  Run();
+  EXPECT_FALSE(process_.limits.giveUp) << "it asked the loop";
+}
+
+TEST(Reconnect, PausesDoubleUpToTheLongest) {
+  using std::chrono::milliseconds;
+  Reconnect reconnect(1);
+  const Reconnect::Clock::time_point now{};
+  EXPECT_FALSE(reconnect.IsDue(now + std::chrono::hours(1))) << "nothing failed";
+  for (const int pause : {100, 200, 400, 800, 1000, 1000}) {
+    reconnect.Failed(now);
+    EXPECT_FALSE(reconnect.IsDue(now + milliseconds(pause - 1)));
+    EXPECT_TRUE(reconnect.IsDue(now + milliseconds(pause)));
+  }
+  reconnect.Settled();
+  EXPECT_FALSE(reconnect.IsDue(now + std::chrono::hours(1)));
+  reconnect.Failed(now);
+  EXPECT_TRUE(reconnect.IsDue(now + milliseconds(100)));
+}
+
+TEST(Reconnect, WithoutTheParameterNothingIsTriedAgain) {
+  Reconnect reconnect(0);
+  reconnect.Failed({});
+  EXPECT_FALSE(reconnect.IsWanted());
+  EXPECT_FALSE(reconnect.IsDue(Reconnect::Clock::time_point::max()));
 }
 
 }  // namespace
