@@ -48,7 +48,7 @@ constexpr ProductRule kOtherProduct = {};
 /// odbc-mariadb 3.1.15 with libmariadb 10.11: a name has at most 64 characters there, so none that exists is too long.
 /// And odbc-postgresql 13.02.
 constexpr std::array<DriverRule, 2> kDriverRules = {{
-    {.name = "maodbc", .formatsErrors = true, .longestName = 256},
+    {.name = "maodbc", .formatsErrors = true, .connectLimit = "CONN_TIMEOUT", .longestName = 256},
     {.name = "psqlodbc", .inventsDates = true},
 }};
 constexpr DriverRule kOtherDriver = {};

@@ -57,6 +57,8 @@ struct DriverRule {
   bool formatsErrors = false;
   /// A date that does not fit its structure comes as today's there, and as zeros in a text.
   bool inventsDates = false;
+  /// What its connection string calls the limit for connecting, where it does not take SQL_ATTR_LOGIN_TIMEOUT.
+  std::string_view connectLimit = {};
   /// SQLStatistics writes beyond its buffers for a longer name of a table, in bytes of UTF-8.
   std::size_t longestName = std::numeric_limits<std::size_t>::max();
 };

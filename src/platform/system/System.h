@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,6 +23,11 @@ namespace ods {
 /// True when the environment names a display to show windows on: DISPLAY, WAYLAND_DISPLAY, or a platform of the
 /// windows' library, QT_QPA_PLATFORM.
 [[nodiscard]] bool HasDisplay();
+/// The home folder of the user that the process runs as: what the environment variable HOME says, else the system's
+/// list of users; "" when neither does.
+[[nodiscard]] std::string HomeFolder();
+/// True when the process may make files in a folder that exists.
+[[nodiscard]] bool IsWritableFolder(const std::string& path);
 /// The system's folder for temporary files.
 [[nodiscard]] std::string SystemTempFolder();
 
@@ -66,6 +72,26 @@ void ReplaceFile(const std::string& path, std::string_view text, unsigned newFil
 /// Starts another program, on its own: it is nobody's child here, has a session of its own, and takes all signals
 /// again, also those that `StopSignals` holds back. False when it cannot be executed.
 [[nodiscard]] bool StartProgram(const std::string& path, const std::vector<std::string>& arguments);
+
+/// A program that runs on its own, and of which somebody wants to know whether it failed.
+class WatchedProgram {
+ public:
+  WatchedProgram() = default;
+  virtual ~WatchedProgram() = default;
+  WatchedProgram(const WatchedProgram&) = delete;
+  WatchedProgram& operator=(const WatchedProgram&) = delete;
+  WatchedProgram(WatchedProgram&&) = delete;
+  WatchedProgram& operator=(WatchedProgram&&) = delete;
+
+  /// The exit status with which the program ended, when that was not 0; by the shell's rules 126 or 127 when it could
+  /// not be executed, 128 and the number of the signal that ended it. Nothing while it runs and when it ended well.
+  [[nodiscard]] virtual std::optional<int> FailedStatus() = 0;
+};
+
+/// Starts a program as `StartProgram` does, through the shell. Its standard output goes to standard error. It runs on
+/// when the object goes. Nothing when there is no shell.
+[[nodiscard]] std::unique_ptr<WatchedProgram> StartWatchedProgram(const std::string& path,
+                                                                  const std::vector<std::string>& arguments);
 
 /// Watches for a stop from outside: SIGTERM and SIGINT are held back and seen here. One per process.
 class StopSignals {

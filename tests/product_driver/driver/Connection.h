@@ -10,6 +10,7 @@
 #include "product_driver/driver/ConnectionString.h"
 #include "product_driver/driver/Database.h"
 #include "product_driver/driver/Handle.h"
+#include "product_driver/driver/Hang.h"
 #include "product_driver/driver/Products.h"
 
 namespace ods::product_driver {
@@ -31,6 +32,7 @@ class Connection final : public Handle {
   /// A text that SQLGetInfo gives; nothing when the driver does not know it.
   [[nodiscard]] std::optional<std::string> InfoText(SQLUSMALLINT infoType) const;
   [[nodiscard]] const std::string& DefaultDatabase() const { return defaultDatabase_; }
+  [[nodiscard]] Hang& Hanging() { return hang_; }
   /// The row of a statement whose fetching fails; 0 for none.
   [[nodiscard]] std::int64_t FailingRow() const { return failFetch_; }
   /// True when no indicator is written for a value of fixed size that is not null.
@@ -49,6 +51,7 @@ class Connection final : public Handle {
   std::string defaultDatabase_;
   std::string statementFile_;
   bool showMaxRows_ = false;
+  Hang hang_;
   std::unique_ptr<Database> database_;
   double decimalScale_ = 1;
   bool backslashes_ = false;

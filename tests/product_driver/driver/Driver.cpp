@@ -338,6 +338,12 @@ ODS_ENTRY SQLBindCol(SQLHSTMT statement, SQLUSMALLINT number, SQLSMALLINT cType,
   });
 }
 
+/// Comes from another thread, beside a call on the same statement: it leaves no diagnostics.
+ODS_ENTRY SQLCancel(SQLHSTMT statement) {
+  As<Statement>(statement).Owner().Hanging().Cancel();
+  return SQL_SUCCESS;
+}
+
 ODS_ENTRY SQLFetch(SQLHSTMT statement) {
   return Call<Statement>(statement, [](Statement& object) { return object.Fetch(); });
 }

@@ -136,6 +136,7 @@ bool Statement::ReadRow() {
   Row row;
   if (!rows_->Next(row)) return false;
   ++rowsRead_;
+  if (!ofCatalogue_) connection_.Hanging().AtRow(static_cast<std::int64_t>(rowsRead_));
   if (!ofCatalogue_ && static_cast<std::int64_t>(rowsRead_) == connection_.FailingRow()) {
     throw DriverError(sql_state::kGeneral, "The driver was told to fail at this row.");
   }
