@@ -1,7 +1,6 @@
 // Whole files, folders created level by level, and path texts.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>

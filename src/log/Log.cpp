@@ -1,6 +1,5 @@
 #include "log/Log.h"
 
-#include <cmath>
 #include <limits>
 
 #include "common/Conversions.h"

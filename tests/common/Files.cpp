@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "common/Error.h"
+#include "support/EnvironmentValue.h"
 #include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 
@@ -121,6 +122,22 @@ TEST_F(FilesTest, ReadFileTellsThatNoHandleIsLeft) {
   EXPECT_RAISES(ReadFile(path), 1000, "Function ReadFile was not able to get a free file handle.");
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
   EXPECT_EQ(ReadFileText(path), "x");
+}
+
+TEST(TemporaryFolder, StaysWhenItIsToBeKeptAndTellsWhereItIs) {
+  std::string path;
+  ::testing::internal::CaptureStderr();
+  {
+    const test::EnvironmentValue keep("ODS_TEST_KEEP", "1");
+    path = test::TemporaryFolder().Path();
+  }
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Kept " + path + "\n");
+  EXPECT_TRUE(std::filesystem::remove(path));
+  {
+    const test::EnvironmentValue keep("ODS_TEST_KEEP", "");
+    path = test::TemporaryFolder().Path();
+  }
+  EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // The driver as the driver manager loads it, seen through the system's own connection.
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 

@@ -154,8 +154,6 @@ bool CreateKey(const Location& location) {
 
 }  // namespace
 
-bool IsRegistryRoot(std::string_view name) { return FindRoot(name).has_value(); }
-
 std::shared_ptr<Dictionary> RegReadKey(const ComponentRegistry& components, std::string_view path) {
   if (path.ends_with('\\')) path.remove_suffix(1);
   const std::optional<Location> location = Locate(path);

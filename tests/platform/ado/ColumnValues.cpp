@@ -2,9 +2,7 @@
 // for that text: the rows are written and their texts read by the databases' own clients (the SQLite library, psql and
 // mariadb). Each type has hundreds of rows with nulls in changing places, and is fetched in every way that a record set
 // has: in blocks and row by row, alone and among others, with and without a long column beside it.
-#include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
