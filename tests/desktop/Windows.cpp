@@ -17,7 +17,6 @@
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
-#include <optional>
 #include <stdexcept>
 #include <thread>
 #include <unistd.h>
@@ -34,7 +33,6 @@
 #include "server/modMain.h"
 #include "support/OdbcFolder.h"
 #include "support/PlainUser.h"
-#include "support/SilentListener.h"
 #include "ui/SwitchingUserInterface.h"
 #include "ui/windows/DesktopUserInterface.h"
 
@@ -354,11 +352,10 @@ TEST_F(Windows, TheOptionsDialogIsOffTheScreenWhileTheServerConnects) {
 }
 
 TEST_F(Windows, WhileADatabaseDoesNotAnswerTheWindowsLiveAndCancelAnswers) {
-  if (ReadFileText(drivers_).find("[PostgreSQL Unicode]") == std::string::npos) GTEST_SKIP() << "no driver that waits";
-  std::optional<SilentListener> silent(std::in_place);
-  const std::string string = "Driver=PostgreSQL Unicode" + silent->Target();
+  // Longer than the robot needs, and no longer: the driver's threads have to be gone at the end.
+  const std::string string =
+      "Driver=" ODS_PRODUCT_DRIVER ";Product=Slow;HangConnect=1;HangMilliseconds=12000;Database=" + Database();
   folders_.Configure(string);
-  const auto start = std::chrono::steady_clock::now();
   RunServer(
       [&](Robot& robot) {
         robot.WaitForText("lblStatus", "Connect to Database");
@@ -381,9 +378,7 @@ TEST_F(Windows, WhileADatabaseDoesNotAnswerTheWindowsLiveAndCancelAnswers) {
         robot.Click("cmdStart");
       },
       "/connecttimeout=300");
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(200)) << "nobody waited for the limit";
-  silent.reset();
-  for (int tries = 0; tries < 2000 && DriverCallsAreStuck(); ++tries) SleepMilliseconds(10);
+  for (int tries = 0; tries < 3000 && DriverCallsAreStuck(); ++tries) SleepMilliseconds(10);
   EXPECT_FALSE(DriverCallsAreStuck());
 }
 
@@ -464,14 +459,14 @@ int CloseBoxOf(std::future<int>& program, const std::string& title) {
 
 TEST_F(Windows, AStartThatFailsIsToldInABoxToo) {
   const std::string told = folders_.Root() + "/told";
-  WriteTextFile(folders_.Root() + "/data", "in the way");
+  WriteTextFile(folders_.Root() + "/file", "in the way");
   auto program = std::async(std::launch::async, [&] {
     return RunProgram({"/bin/sh", "-c", "exec \"$@\" 2> '" + told + "'", "sh", ODS_SERVER_PROGRAM,
-                       "/datafolder=" + folders_.Root() + "/data"});
+                       "/datafolder=" + folders_.Root() + "/file"});
   });
   EXPECT_EQ(CloseBoxOf(program, "^ODBC Data Server$"), 1);
   EXPECT_NE(ReadFileText(told).find("odbc-data-server: "), std::string::npos);
-  EXPECT_NE(ReadFileText(told).find(folders_.Root() + "/data"), std::string::npos);
+  EXPECT_NE(ReadFileText(told).find(folders_.Root() + "/file"), std::string::npos);
 }
 
 bool Exists(const std::string& path) { return std::filesystem::exists(path); }
