@@ -34,12 +34,8 @@ void SaveDefault(const std::string& path) {
 
 /// The document of the file, or the default one when it does not parse.
 XmlDocument ReadSettings(const std::string& path) {
-  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-  const std::string content = ReadFileText(path);
-  std::string_view text = content;
-  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   XmlDocument document;
-  return document.LoadXML(text) ? std::move(document) : CreateDefaultSettings();
+  return document.LoadXML(ReadFileText(path)) ? std::move(document) : CreateDefaultSettings();
 }
 
 void RaiseAgain(const std::string& what, const std::string& path, const Error& failure) {

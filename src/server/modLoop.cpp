@@ -13,6 +13,7 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/ToldOnce.h"
+#include "database/Response.h"
 #include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
 #include "platform/system/NamedMutex.h"
@@ -381,7 +382,7 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
   state_.statusText = status_text::kProcessing;
   if (unreadable) {
     // The sender's fault, not a state of the server that a restart could mend.
-    FillErrorDocument(response, unreadable->Number(), unreadable->Description());
+    FillErrorDocument(response, *unreadable);
     return type;
   }
   const auto dispatch = [&] {
@@ -402,7 +403,7 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
   }
   if (gaveUpDriver_) return type;
   if (failure) {
-    FillErrorDocument(response, failure->Number(), failure->Description());
+    FillErrorDocument(response, *failure);
     context_.signals.ReportStatus("Restart", "ErrorProcessingMessage",
                                   "Request a restart of dataserver in order to recover error state. " +
                                       std::to_string(failure->Number()) + " " + failure->Description());
@@ -417,10 +418,10 @@ std::string Loop::StampedText(XmlDocument& response) {
   const auto failure = Attempt([&] {
     StampResponse(response, process_.ServerSessionId);
     text = response.Xml();
-    if (text.size() > kMaxResponseBytes) throw Error(error_number::kOwn, std::string(kResponseTooLarge));
+    RequireResponseBytes(text.size());
   });
   if (!failure) return text;
-  FillErrorDocument(response, failure->Number(), failure->Description());
+  FillErrorDocument(response, *failure);
   StampResponse(response, process_.ServerSessionId);
   return response.Xml();
 }

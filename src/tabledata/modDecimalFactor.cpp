@@ -7,7 +7,6 @@
 
 #include "common/Conversions.h"
 #include "database/modODBC.h"
-#include "sqlformat/modSafeVal.h"
 
 namespace ods {
 
@@ -65,15 +64,14 @@ std::string ScaledNumber(const Value& value, double factor) {
   return FormatDouble(factor == kScaledDecimalFactor ? number / std::round(1 / factor) : number * factor);
 }
 
-std::string LiteralOfRead(DataSession& session, const std::string& table, const std::string& field,
-                          const Value& value) {
+std::string LiteralOfRead(const DataSession& session, Column& column, const Value& value) {
   // The factor outlives a connection, so one to another product may find it set.
-  if (session.dialect->mayScaleDecimals && HasDecimals(RequireField(session, table, field).Type)) {
+  if (session.dialect->mayScaleDecimals && HasDecimals(column.DataType())) {
     SettleDecimalFactor(session);
     const double factor = session.process->decimalFactor;
-    if (factor == kScaledDecimalFactor) return SafeVal(session, table, field, ScaledNumber(value, factor));
+    if (factor == kScaledDecimalFactor) return column.Literal(ScaledNumber(value, factor));
   }
-  return SafeVal(session, table, field, value);
+  return column.Literal(value);
 }
 
 }  // namespace ods

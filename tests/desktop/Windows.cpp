@@ -33,8 +33,10 @@
 #include "server/modMain.h"
 #include "support/OdbcFolder.h"
 #include "support/PlainUser.h"
+#include "support/SilentListener.h"
 #include "ui/SwitchingUserInterface.h"
 #include "ui/windows/DesktopUserInterface.h"
+#include "ui/windows/frmConfigure.h"
 
 namespace ods::test {
 namespace {
@@ -246,6 +248,45 @@ TEST_F(Windows, TheRequestInHandIsFinishedWhenTheWindowIsClosed) {
     robot.Press({"alt+F4"});
     EXPECT_NE(client.Receive(id).find("<DataSession>"), std::string::npos);
   });
+}
+
+TEST_F(Windows, WhileTheServerConnectsItsWindowLivesAndEndsIt) {
+  const SilentListener listener;
+  folders_.Configure("Driver=PostgreSQL Unicode" + listener.Target());
+  RunServer(
+      [&](Robot& robot) {
+        robot.WaitForText("lblStatus", "Connect to Database");
+        robot.WaitForActiveWindow("ODBC Data Server");
+        robot.Press({"alt+t", "l"});
+        robot.WaitForActiveWindow("Trace Log");
+        robot.WaitForText("lblStatus", "Connect to Database");
+        if (WantsPictures()) {
+          robot.TakePicture("frmMain", std::getenv("ODS_TEST_PICTURES") + std::string("/frmMain-connecting.png"));
+        }
+        robot.Click("cmdClose");
+        robot.WaitUntil("The end of the trace log", [] { return Robot::Find("lvTrace") == nullptr; });
+        robot.WaitForActiveWindow("ODBC Data Server");
+        robot.Press({"alt+f", "x"});
+      },
+      "/connecttimeout=0");
+  EXPECT_NE(folders_.LogText().find("'Exit main loop'"), std::string::npos);
+}
+
+TEST_F(Windows, ATestOfAConnectionCanBeCancelled) {
+  const SilentListener listener;
+  folders_.Configure("Driver=PostgreSQL Unicode" + listener.Target());
+  RunServer(
+      [&](Robot& robot) {
+        robot.WaitForActiveWindow("Configure ODBC Data Server");
+        robot.WaitForText("txtConnectionString", "Driver=PostgreSQL Unicode" + listener.Target());
+        robot.Click("cmdTestConnection");
+        robot.WaitUntil("The test", [] {
+          const auto* const dialog = dynamic_cast<frmConfigure*>(Robot::Find("frmConfigure"));
+          return dialog != nullptr && dialog->IsTesting();
+        });
+        robot.Click("cmdCancel");
+      },
+      "/mode=config /connecttimeout=0");
 }
 
 TEST_F(Windows, InModeConfigTheOptionsDialogIsAllThereIs) {

@@ -1,5 +1,6 @@
 #include "server/modLoop.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -9,10 +10,12 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "common/Conversions.h"
 #include "common/Files.h"
+#include "database/Response.h"
 #include "doubles/ServerDoubles.h"
 #include "platform/system/System.h"
 #include "server/modReconnect.h"
@@ -42,6 +45,13 @@ void RaiseMarkup(const XmlDocument& /*request*/, XmlDocument& /*response*/, Data
 
 void RaiseNoMemory(const XmlDocument& /*request*/, XmlDocument& /*response*/, DataSession& /*session*/) {
   throw std::bad_alloc();
+}
+
+/// Takes its time.
+constexpr std::chrono::milliseconds kSlow(50);
+void AnswerSlowly(const XmlDocument& /*request*/, XmlDocument& response, DataSession& /*session*/) {
+  response.LoadXML("<XML/>");
+  std::this_thread::sleep_for(kSlow);
 }
 
 void FillNothing(const XmlDocument& /*request*/, XmlDocument& /*response*/, DataSession& /*session*/) {}
@@ -82,6 +92,7 @@ RequestHandler FindTestHandler(std::string_view type) {
   if (type == "NoMemory") return &RaiseNoMemory;
   if (type == "Nothing") return &FillNothing;
   if (type == "Count") return &CountInCache;
+  if (type == "Slow") return &AnswerSlowly;
   if (type == "Large") return &FillMuch;
   return FindHandler(type);
 }
@@ -203,6 +214,89 @@ TEST_F(LoopTest, BeatsTheHeartAtItsEntry) {
   state_.RunFlag = false;
   Run();
   EXPECT_EQ(GetNodeText(XmlDocument(ReadFileText(settings_.alivefile)), "/XML/Type"), "Running");
+}
+
+/// A loop that has what it does besides its work on the record of its queues: "events" each time that it lets them run,
+/// "beat" each time that it looks whether the heart is due.
+class Heartbeat : public LoopTest {
+ protected:
+  Heartbeat() {
+    settings_.alivefile = folder_.Path() + "/alive.xml";
+    ui_.onEvents = [this] {
+      queues_.events.emplace_back("events");
+      StopWhenLost();
+    };
+  }
+  /// The record from the first round on.
+  std::vector<std::string> RoundsOf() {
+    StatusSignals signals(tracer_, "", settings_.alivefile, [this] {
+      queues_.events.emplace_back("beat");
+      return LocalNow();
+    });
+    MainLoop({settings_, state_, process_, signals, stopRequested_, &FindTestHandler});
+    const auto isEntry = std::vector<std::string>{"beat", "events"};
+    std::vector<std::string>& all = queues_.events;
+    EXPECT_TRUE(std::equal(isEntry.begin(), isEntry.end(), all.begin())) << "at the entry";
+    std::vector<std::string> rounds(all.begin() + 2, all.end());
+    std::erase_if(rounds,
+                  [](const std::string& event) { return event.starts_with("create ") || event.starts_with("drop "); });
+    return rounds;
+  }
+};
+
+TEST_F(Heartbeat, FollowsEveryPoll) {
+  queues_.Idle();
+  EXPECT_THAT(RoundsOf(), ElementsAre("poll in", "events", "beat", "poll in", "events", "beat"));
+}
+
+TEST_F(Heartbeat, FollowsEveryMessage) {
+  Request("m1", "Ping");
+  Request("m2", "nonsense");
+  EXPECT_THAT(RoundsOf(), ElementsAre("poll in", "send m1 to out", "answered m1", "events", "beat",  //
+                                      "poll in", "send m2 to out", "answered m2", "events", "beat",  //
+                                      "poll in", "events", "beat"));
+}
+
+TEST_F(Heartbeat, FollowsEverySleepOfAStoppedServer) {
+  state_.pollingEnabled = false;
+  state_.queueConnectPending = false;
+  AtEvents(3, [this] { state_.RunFlag = false; });
+  ui_.onEvents = [this, inner = ui_.onEvents] {
+    queues_.events.emplace_back("events");
+    inner();
+  };
+  EXPECT_THAT(RoundsOf(), ElementsAre("events", "beat", "events", "beat"));
+}
+
+TEST_F(Heartbeat, FollowsTheSleepAfterAFailedPoll) {
+  queues_.polls.emplace_back([]() -> std::string { throw Error(1000, "the folder is gone"); });
+  EXPECT_THAT(RoundsOf(), ElementsAre("poll in", "events", "beat", "poll in", "events", "beat"));
+}
+
+TEST_F(Heartbeat, FollowsTheSleepBeforeAQueueIsTriedAgain) {
+  queues_.createFailures.emplace_back(Error(1000, "no such folder"));
+  EXPECT_THAT(RoundsOf(), ElementsAre("events", "beat", "poll in", "events", "beat"));
+}
+
+TEST_F(LoopTest, TheTraceOfAMessageTellsHowLongItTook) {
+  using std::chrono::milliseconds;
+  using std::chrono::steady_clock;
+  constexpr milliseconds kWait(120);
+  // The time until the message comes is none of it.
+  queues_.packages["m1"] = "<XML><Type>Slow</Type></XML>";
+  queues_.polls.emplace_back([kWait] {
+    std::this_thread::sleep_for(kWait);
+    return "m1";
+  });
+  const auto start = steady_clock::now();
+  Run();
+  const auto most = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start) - kWait;
+  const auto line = std::ranges::find_if(ui_.entries, [](const std::string& e) { return e.starts_with("Slowm1 ("); });
+  ASSERT_NE(line, ui_.entries.end());
+  ASSERT_TRUE(line->ends_with(" ms)")) << *line;
+  const milliseconds told(std::stoll(line->substr(line->find('(') + 1)));
+  EXPECT_GE(told, kSlow) << *line;
+  EXPECT_LE(told, most) << *line;
 }
 
 TEST_F(LoopTest, EveryResponseCarriesTheSameSession) {

@@ -10,7 +10,20 @@
 #include <span>
 #include <string_view>
 
+#include "platform/ado/SqlLexer.h"
+
 namespace ods::odbc {
+
+/// How a product's statements differ from the SQL that the system writes (NativeStatement.h). Without quotes of names
+/// they do not: a statement then goes to the driver as it is.
+struct NativeForm {
+  std::string_view limitClause = {};    ///< stands before the number of records; "" when the driver hands the limit on
+  std::string_view upperFunction = {};  ///< stands for UCASE; "" when the product has that
+  std::string_view binaryPrefix = {};   ///< stands for "0x"; "" when the product knows that
+  std::string_view binarySuffix = {};
+  std::string_view nameQuotes = {};  ///< characters that open a quoted name
+  SqlLexis lexis = SqlLexis::kStandard;
+};
 
 /// What a product's session needs besides what ODBC asks for.
 struct ProductRule {
@@ -32,6 +45,7 @@ struct ProductRule {
   /// The quotes of a name, where they are others than the driver's identifier quote character; "" where not.
   std::string_view quotePrefix = {};
   std::string_view quoteSuffix = {};
+  NativeForm native = {};
 };
 
 /// What a driver does wrong, and must be spared: some of it ends the process, since clients choose the names in

@@ -1,6 +1,7 @@
 #include "platform/ado/SqlLexer.h"
 
 #include <algorithm>
+#include <array>
 
 namespace ods::odbc {
 
@@ -8,34 +9,61 @@ namespace {
 
 using Kind = SqlToken::Kind;
 
-bool IsBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsWordStart(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || static_cast<unsigned char>(c) >= 0x80;
-}
-bool IsWordPart(char c) { return IsWordStart(c) || IsDigit(c) || c == '$'; }
+enum class CharacterClass : std::uint8_t { kOther, kBlank, kQuote, kCommentStart, kWordStart, kDigit, kDollar };
+
+/// The classes of all characters: most of a statement is looked at by them alone.
+constexpr std::array<CharacterClass, 256> kClasses = [] {
+  std::array<CharacterClass, 256> classes{};
+  const auto set = [&](std::size_t first, std::size_t last, CharacterClass value) {
+    for (std::size_t c = first; c <= last; ++c) classes[c] = value;
+  };
+  set(' ', ' ', CharacterClass::kBlank);
+  set('\t', '\r', CharacterClass::kBlank);
+  set('a', 'z', CharacterClass::kWordStart);
+  set('A', 'Z', CharacterClass::kWordStart);
+  set('_', '_', CharacterClass::kWordStart);
+  set(0x80, 0xFF, CharacterClass::kWordStart);
+  set('0', '9', CharacterClass::kDigit);
+  set('$', '$', CharacterClass::kDollar);
+  for (const char c : {'\'', '"', '`', '['}) classes[static_cast<std::size_t>(c)] = CharacterClass::kQuote;
+  for (const char c : {'-', '#', '/'}) classes[static_cast<std::size_t>(c)] = CharacterClass::kCommentStart;
+  return classes;
+}();
+
+CharacterClass ClassOf(char c) { return kClasses[static_cast<unsigned char>(c)]; }
+bool IsWordPart(char c) { return ClassOf(c) >= CharacterClass::kWordStart; }
 
 }  // namespace
 
 SqlToken SqlLexer::Next() {
-  while (at_ < sql_.size() && IsBlank(sql_[at_])) ++at_;
-  if (at_ == sql_.size()) return {};
-  const std::size_t begin = at_;
+  std::size_t begin = at_;
+  while (begin < sql_.size() && ClassOf(sql_[begin]) == CharacterClass::kBlank) ++begin;
+  at_ = begin;
+  if (begin == sql_.size()) return {};
   const Kind kind = Pass();
   return {kind, sql_.substr(begin, at_ - begin)};
 }
 
 Kind SqlLexer::Pass() {
   const char c = sql_[at_];
-  if (AtLineComment()) return PassLineComment();
-  if (c == '/' && Peek(1) == '*') return PassBlockComment();
-  if (c == '\'') return PassQuoted('\'', false);
-  if (nameQuotes_.find(c) != std::string_view::npos) return PassQuoted(c == '[' ? ']' : c, false);
-  if (c == '$' && lexis_ == SqlLexis::kPostgreSql) return PassDollarQuoted();
-  if (IsWordStart(c)) return PassWord();
-  if (IsDigit(c)) {
-    SkipWordParts();
-    return Kind::kNumber;
+  switch (ClassOf(c)) {
+    case CharacterClass::kWordStart:
+      return PassWord();
+    case CharacterClass::kDigit:
+      SkipWordParts();
+      return Kind::kNumber;
+    case CharacterClass::kDollar:
+      if (lexis_ == SqlLexis::kPostgreSql) return PassDollarQuoted();
+      break;
+    case CharacterClass::kQuote:
+      if (c == '\'' || nameQuotes_.find(c) != std::string_view::npos) return PassQuoted(c == '[' ? ']' : c);
+      break;
+    case CharacterClass::kCommentStart:
+      if (AtLineComment()) return PassLineComment();
+      if (c == '/' && Peek(1) == '*') return PassBlockComment();
+      break;
+    default:
+      break;
   }
   ++at_;
   return Kind::kSymbol;
@@ -49,7 +77,9 @@ bool SqlLexer::AtLineComment() const {
 }
 
 void SqlLexer::SkipWordParts() {
-  while (at_ < sql_.size() && IsWordPart(sql_[at_])) ++at_;
+  std::size_t end = at_;
+  while (end < sql_.size() && IsWordPart(sql_[end])) ++end;
+  at_ = end;
 }
 
 Kind SqlLexer::PassRest() {
@@ -81,17 +111,27 @@ Kind SqlLexer::PassBlockComment() {
 }
 
 /// A doubled closing quote stands for itself.
-Kind SqlLexer::PassQuoted(char closing, bool backslashEscapes) {
-  for (++at_; at_ < sql_.size(); ++at_) {
-    const char c = sql_[at_];
-    if (c == '\\' && backslashEscapes) {
-      ++at_;
-    } else if (c == closing && Peek(1) != closing) {
+Kind SqlLexer::PassQuoted(char closing) {
+  for (std::size_t end = sql_.find(closing, at_ + 1); end != std::string_view::npos;
+       end = sql_.find(closing, end + 2)) {
+    at_ = end;
+    if (Peek(1) != closing) {
       ++at_;
       return Kind::kQuoted;
-    } else if (c == closing) {
-      ++at_;
     }
+  }
+  return PassRest();
+}
+
+/// The literal of E'...', from its quote on.
+Kind SqlLexer::PassEscaped() {
+  for (++at_; at_ < sql_.size(); ++at_) {
+    const bool quote = sql_[at_] == '\'';
+    if (quote && Peek(1) != '\'') {
+      ++at_;
+      return Kind::kQuoted;
+    }
+    if (quote || sql_[at_] == '\\') ++at_;
   }
   return PassRest();
 }
@@ -100,7 +140,7 @@ Kind SqlLexer::PassQuoted(char closing, bool backslashEscapes) {
 /// at again.
 Kind SqlLexer::PassDollarQuoted() {
   std::size_t tagEnd = at_ + 1;
-  if (tagEnd < sql_.size() && IsWordStart(sql_[tagEnd])) {
+  if (tagEnd < sql_.size() && ClassOf(sql_[tagEnd]) == CharacterClass::kWordStart) {
     while (tagEnd < sql_.size() && IsWordPart(sql_[tagEnd]) && sql_[tagEnd] != '$') ++tagEnd;
   }
   if (tagEnd == sql_.size() || sql_[tagEnd] != '$') {
@@ -118,7 +158,7 @@ Kind SqlLexer::PassWord() {
   const std::size_t begin = at_;
   SkipWordParts();
   const bool isEscape = at_ == begin + 1 && (sql_[begin] == 'E' || sql_[begin] == 'e');
-  if (isEscape && lexis_ == SqlLexis::kPostgreSql && Peek() == '\'') return PassQuoted('\'', true);
+  if (isEscape && lexis_ == SqlLexis::kPostgreSql && Peek() == '\'') return PassEscaped();
   return Kind::kWord;
 }
 

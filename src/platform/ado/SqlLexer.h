@@ -31,6 +31,8 @@ struct SqlToken {
   };
   Kind kind = Kind::kEnd;
   std::string_view text;  ///< where it stands in the statement
+
+  [[nodiscard]] bool IsSymbol(char c) const { return kind == Kind::kSymbol && text.front() == c; }
 };
 
 /// Gives the tokens of a statement one after the other; blanks between them are none. Looks at every byte once.
@@ -52,7 +54,8 @@ class SqlLexer {
   [[nodiscard]] SqlToken::Kind Pass();
   [[nodiscard]] SqlToken::Kind PassLineComment();
   [[nodiscard]] SqlToken::Kind PassBlockComment();
-  [[nodiscard]] SqlToken::Kind PassQuoted(char closing, bool backslashEscapes);
+  [[nodiscard]] SqlToken::Kind PassQuoted(char closing);
+  [[nodiscard]] SqlToken::Kind PassEscaped();
   [[nodiscard]] SqlToken::Kind PassDollarQuoted();
   [[nodiscard]] SqlToken::Kind PassWord();
   [[nodiscard]] SqlToken::Kind PassRest();
