@@ -19,6 +19,7 @@ namespace {
 constexpr qsizetype kMostCharacters = 100'000;
 /// Lines are broken at this width, in characters of a common width.
 constexpr int kLineCharacters = 72;
+/// A line of more characters is too wide in any font.
 constexpr qsizetype kSurelyTooLong = 4000;
 /// Looking for a better place to break it takes too long in a word of more characters than this.
 constexpr qsizetype kLongWord = 2000;
