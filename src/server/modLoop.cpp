@@ -60,7 +60,7 @@ class Loop {
   void Reload(std::int64_t stamp);
   void SetReconnect();
   void ReportNoDatabase(const std::optional<Error>& failure);
-  void ConnectToDatabase();
+  void ConnectToDatabase(bool again = false);
   void TellNoConnection(const Error& failure);
   [[nodiscard]] bool MustGiveUpDriver();
   [[nodiscard]] bool DropLostConnection();
@@ -138,8 +138,11 @@ bool Loop::MustStop() {
 bool Loop::Round() {
   ReloadWhenChanged();
   if (ExcelWorkbookChanged(database_) && !settings_.configuration.ConnectionString.empty()) SetReconnect();
-  if (reconnect_.IsDue(SteadyClock::now())) state_.databaseConnectPending = true;
-  if (state_.databaseConnectPending) ConnectToDatabase();
+  if (state_.databaseConnectPending) {
+    ConnectToDatabase();
+  } else if (reconnect_.IsDue(SteadyClock::now())) {
+    ConnectToDatabase(true);
+  }
   if (state_.queueConnectPending && !ConnectToQueues()) {
     Pause();
     return true;
@@ -213,14 +216,15 @@ void Loop::ReportNoDatabase(const std::optional<Error>& failure) {
   process_.ui->ShowOptionsDialog();
 }
 
-void Loop::ConnectToDatabase() {
+/// `again` when the last try failed, and it is told already what is tried.
+void Loop::ConnectToDatabase(bool again) {
   state_.databaseConnectPending = false;
   state_.statusText = status_text::kConnectToDatabase;
   // The old connection goes first: a failure leaves none, and some drivers allow one connection only.
   database_ = Database();
   const auto failure = Attempt([&] {
     const LongWork shown(*process_.ui);
-    database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString, connectFailure_.Stands());
+    database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString, again);
   });
   if (!failure) {
     reconnect_.Settled();
