@@ -18,8 +18,8 @@ NAMES = {
     "atomic": r"std::atomic",
     "charconv": r"(from|to)_chars",
     "chrono": r"chrono",
-    "cmath": r"std::(abs|ceil|copysign|exp|fabs|floor|fmod|frexp|is(finite|inf|nan|normal)|ldexp|llround|log|lround|modf|nan|pow"
-             r"|rint|round|signbit|sqrt|trunc)|HUGE_VAL|NAN|INFINITY",
+    "cmath": r"std::(abs|ceil|copysign|exp|fabs|floor|fmod|frexp|is(finite|inf|nan|normal)|ldexp|llround|log|lround|modf|nan|nearbyint|nextafter|pow"
+             r"|remainder|rint|round|signbit|sin|sqrt|trunc)|HUGE_VAL|NAN|INFINITY",
     "compare": r"<=>|_ordering",
     "condition_variable": r"condition_variable",
     "csignal": r"signal|SIG|kill",
