@@ -15,6 +15,7 @@
 namespace {
 
 void RunServer(int argc, const char* const* argv) {
+  ods::TakeFailuresInsteadOfSignals();
   ods::StopSignals stopSignals;
   ods::SwitchingUserInterface ui;
   ods::Tracer tracer(ui);

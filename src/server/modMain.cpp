@@ -1,13 +1,17 @@
 #include "server/modMain.h"
 
+#include <filesystem>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 #include "common/Conversions.h"
+#include "common/Error.h"
 #include "common/Files.h"
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
+#include "platform/system/Folders.h"
 #include "platform/system/System.h"
 #include "server/Attempt.h"
 #include "server/Product.h"
@@ -74,6 +78,7 @@ void Server::StartUp(const std::string& commandLine) {
   LoadIniFile();
   PrepareQueue("Incoming Queue: ", "inqueue", "Requests", *parameters, settings_.inqueue);
   PrepareQueue("Outgoing Queue: ", "outqueue", "Results", *parameters, settings_.outqueue);
+  RequireTwoQueues();
   StatusSignals signals(surroundings_.tracer, settings_.messagefile, settings_.alivefile);
   signals.AliveHeartbeat();
   RunMode(signals);
@@ -137,6 +142,15 @@ void Server::PrepareQueue(const char* caption, const char* parameter, const char
   if (folder.empty()) folder = JoinPath(QueueFolder(exeFolder_, settings_.instance), defaultName);
   Trace(caption + folder);
   MkDirRecurse(folder);
+}
+
+/// A server that answers into its own requests would take each answer for a request, without end.
+void Server::RequireTwoQueues() const {
+  std::error_code unknown;
+  if (!std::filesystem::equivalent(settings_.inqueue, settings_.outqueue, unknown)) return;
+  throw Error(error_number::kOwn, "The parameters inqueue (\"" + settings_.inqueue + "\") and outqueue (\"" +
+                                      settings_.outqueue +
+                                      "\") name the same folder: requests and answers need a folder each.");
 }
 
 void Server::RunMode(StatusSignals& signals) {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "common/Files.h"
+#include "platform/system/Folders.h"
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
 #include "server/Doubles.h"

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "platform/system/FileHandle.h"
+#include "platform/system/Signals.h"
 #include "platform/system/System.h"
 
 namespace ods {
@@ -19,6 +20,7 @@ namespace {
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
+  for (const int number : kFailureSignals) std::signal(number, SIG_DFL);
   if (const pid_t program = fork(); program != 0) _exit(program < 0 ? 1 : 0);
   execv(arguments[0], arguments);
   const char sign = 1;

@@ -201,28 +201,6 @@ TEST(CanAppendTo, TellsWhetherAFileCanBeOpened) {
   EXPECT_FALSE(CanAppendTo(folder.Path()));
 }
 
-TEST(WriteFileAtomically, ReplacesTheContentByANewFile) {
-  const TestFolder folder;
-  const std::string path = folder / "status.xml";
-  WriteText(path, "a much longer old content");
-  std::ifstream reader(path);  // who reads meanwhile keeps the whole old content
-  WriteFileAtomically(path, "new");
-  EXPECT_EQ(ReadText(path), "new");
-  EXPECT_EQ(ModeOf(path), 0600U);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "a much longer old content");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1) << "nothing is left beside it";
-}
-
-TEST(WriteFileAtomically, NamesThePathAndLeavesNothingWhenItFails) {
-  const TestFolder folder;
-  EXPECT_EQ(Raised([&] { WriteFileAtomically(folder / "no/file", "x"); }),
-            "1000 Unable to write file \"" + (folder / "no/file") + "\": No such file or directory");
-  std::filesystem::create_directories(folder / "taken/full");
-  EXPECT_EQ(Raised([&] { WriteFileAtomically(folder / "taken", "x"); }),
-            "1000 Unable to write file \"" + (folder / "taken") + "\": Is a directory");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1) << "only the folder is there";
-}
-
 TEST(StopSignals, SeeTerminateAndInterruptAndKeepTheProcessAlive) {
   for (const int signal : {SIGTERM, SIGINT}) {
     Child process([](int pipe) {
