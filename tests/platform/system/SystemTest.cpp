@@ -201,6 +201,37 @@ TEST(CanAppendTo, TellsWhetherAFileCanBeOpened) {
   EXPECT_FALSE(CanAppendTo(folder.Path()));
 }
 
+TEST(FailureSignals, DoNotEndAProcessThatTakesFailuresInstead) {
+  const TestFolder folder;
+  Child process([&folder](int pipe) {
+    TakeFailuresInsteadOfSignals();
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) _exit(3);
+    close(ends[0]);
+    Report(pipe, write(ends[1], "x", 1) < 0 && errno == EPIPE ? "no reader" : "written");
+    const rlimit small{.rlim_cur = 10, .rlim_max = 10};
+    setrlimit(RLIMIT_FSIZE, &small);
+    Report(pipe, Raised([&] { AppendToPrivateFile(folder / "file", std::string(20, 'x')); }));
+  });
+  EXPECT_EQ(process.Line(), "no reader");
+  EXPECT_EQ(process.Line(), "1000 Unable to append to file \"" + (folder / "file") + "\": File too large");
+}
+
+TEST(FailureSignals, ActAsEverInProgramsThatAreStarted) {
+  const TestFolder folder;
+  const std::string script = "trap '' USR1; grep SigIgn /proc/self/status > '" + (folder / "part") + "'; mv '" +
+                             (folder / "part") + "' '" + (folder / "ignored") + "'";
+  Child process([&](int pipe) {
+    TakeFailuresInsteadOfSignals();
+    Report(pipe, StartProgram("/bin/sh", {"-c", script}) ? "started" : "not started");
+  });
+  ASSERT_EQ(process.Line(), "started");
+  const auto end = Clock::now() + std::chrono::seconds(20);
+  while (!std::filesystem::exists(folder / "ignored") && Clock::now() < end) SleepMilliseconds(10);
+  // Only what the script itself ignores: signal 10 is bit 9.
+  EXPECT_EQ(ReadText(folder / "ignored"), "SigIgn:\t0000000000000200\n");
+}
+
 TEST(StopSignals, SeeTerminateAndInterruptAndKeepTheProcessAlive) {
   for (const int signal : {SIGTERM, SIGINT}) {
     Child process([](int pipe) {
