@@ -9,7 +9,7 @@ namespace ods {
 
 void ProcessFieldList(const XmlDocument& request, XmlDocument& response, DataSession& session) {
   response.LoadXML("<XML><Fields/></XML>");
-  const bool dotted = session.kind == DatabaseKind::DbNavision || session.kind == DatabaseKind::DbUnnamed;
+  const bool dotted = session.dialect->underscoresAreDots;
   XmlNode fields = response.SelectSingleNode("/XML/Fields");
   for (const Field& column : DescribeTable(session, GetNodeText(request, "/XML/TableId"))) {
     XmlNode field = fields.AppendElement("Field");

@@ -89,7 +89,7 @@ void ReadIndexes(RecordSet& rows, TableKeys& keys) {
 
 void ReadIndexes(const DataSession& session, const std::string& table, TableKeys& keys) {
   if (GetTableType(table) == kTypeAppView) return;
-  const SchemaAndName name = SplitTableName(table, session.kind);
+  const SchemaAndName name = SplitTableName(table, *session.dialect);
   const Value schema = name.schema.empty() ? Value() : Value(name.schema);
   try {
     const auto rows = session.connection->OpenSchema(Schema::kIndexes, {Value(), schema, Value(), Value(), name.name});
@@ -182,7 +182,7 @@ TableKeys GetTableKeys(DataSession& session, const std::string& table) {
   if (const Key* chosen = keys.PrimaryKey.empty() ? nullptr : keys.Find(keys.PrimaryKey)) {
     keys.ConstructedPrimaryKey = chosen->fields;
     keys.FixedPrimary = !chosen->fields.empty();
-  } else if (session.kind == DatabaseKind::DbNavision || session.kind == DatabaseKind::DbUnnamed) {
+  } else if (!session.dialect->constructsKeys) {
     if (!keys.Keys.empty()) keys.ConstructedPrimaryKey = keys.Keys.front().fields;
   } else {
     keys.ConstructedPrimaryKey = ConstructKey(session, table);

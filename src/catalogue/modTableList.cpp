@@ -16,16 +16,17 @@ std::string Identifier(std::string_view type, std::string_view name) {
 }
 
 /// True when a row of the tables schema is offered to clients.
-bool IsListed(DatabaseKind kind, const std::string& type, const std::string& schema) {
-  switch (kind) {
-    case DatabaseKind::DbSqlServer:
+bool IsListed(ListedTables listed, const std::string& type, const std::string& schema) {
+  switch (listed) {
+    case ListedTables::kTablesAndUserViews:
       if (type == kTypeTable) return true;
       return type == kTypeView && ToLower(schema) != "sys" && ToUpper(schema) != "INFORMATION_SCHEMA";
-    case DatabaseKind::DbAccess:
+    case ListedTables::kAllButSystemTables:
       return type != "SYSTEM TABLE";
-    default:
-      return true;
+    case ListedTables::kAll:
+      break;
   }
+  return true;
 }
 
 struct Entry {
@@ -33,22 +34,15 @@ struct Entry {
   std::string caption;
 };
 
-Entry SqlServerEntry(const std::string& type, const std::string& schema, const std::string& name) {
+Entry BracketedEntry(const std::string& type, const std::string& schema, const std::string& name) {
   return {Identifier(type == kTypeView ? kTypeView : kTypeTable,
                      "[" + ReplaceAll(schema, "]", "]]") + "].[" + ReplaceAll(name, "]", "]]") + "]"),
           ToLower(schema) == "dbo" ? name : schema + "." + name};
 }
 
-std::string Caption(DatabaseKind kind, const std::string& name) {
-  switch (kind) {
-    case DatabaseKind::DbNavision:
-    case DatabaseKind::DbUnnamed:
-      return ReplaceAll(name, "_", ".");
-    case DatabaseKind::DbExcel:
-      return name.ends_with('$') ? name.substr(0, name.size() - 1) : name;
-    default:
-      return name;
-  }
+std::string Caption(const Dialect& dialect, const std::string& name) {
+  if (dialect.underscoresAreDots) return ReplaceAll(name, "_", ".");
+  return dialect.namesEndInDollar && name.ends_with('$') ? name.substr(0, name.size() - 1) : name;
 }
 
 void AddTables(const DataSession& session, Dictionary& entries) {
@@ -61,10 +55,10 @@ void AddTables(const DataSession& session, Dictionary& entries) {
     const std::string type = SafeStr(rows->Item(typeColumn));
     const std::string schema = SafeStr(rows->Item(schemaColumn));
     const std::string name = SafeStr(rows->Item(nameColumn));
-    if (!IsListed(session.kind, type, schema)) continue;
-    const Entry entry = session.kind == DatabaseKind::DbSqlServer
-                            ? SqlServerEntry(type, schema, name)
-                            : Entry{Identifier(kTypeTable, name), Caption(session.kind, name)};
+    if (!IsListed(session.dialect->listedTables, type, schema)) continue;
+    const Entry entry = session.dialect->bracketedNames
+                            ? BracketedEntry(type, schema, name)
+                            : Entry{Identifier(kTypeTable, name), Caption(*session.dialect, name)};
     entries.Set(entry.identifier, entry.caption);
   }
 }

@@ -97,6 +97,26 @@ std::optional<char32_t> NextCharacter(std::string_view& text) {
   return character;
 }
 
+void AppendCharacter(std::string& text, char32_t character) {
+  const auto append = [&](char32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
+  const auto appendFollowing = [&](unsigned shift) { append(0x80U | ((character >> shift) & 0x3FU)); };
+  if (character < 0x80) {
+    append(character);
+  } else if (character < 0x800) {
+    append(0xC0U | (character >> 6U));
+    appendFollowing(0);
+  } else if (character < 0x10000) {
+    append(0xE0U | (character >> 12U));
+    appendFollowing(6);
+    appendFollowing(0);
+  } else {
+    append(0xF0U | (character >> 18U));
+    appendFollowing(12);
+    appendFollowing(6);
+    appendFollowing(0);
+  }
+}
+
 std::size_t AsciiPrefix(std::string_view text) {
   std::size_t length = 0;
   for (std::uint64_t block = 0; length + sizeof block <= text.size(); length += sizeof block) {

@@ -23,6 +23,8 @@ namespace ods {
 /// The first character of `text`, which is then shortened by it; nothing, and `text` unchanged, when it is empty or
 /// does not begin with well-formed UTF-8.
 [[nodiscard]] std::optional<char32_t> NextCharacter(std::string_view& text);
+/// Appends the UTF-8 of a character, which is at most U+10FFFF and no surrogate.
+void AppendCharacter(std::string& text, char32_t character);
 /// The number of ASCII characters (codes 0 to 127) that `text` begins with.
 [[nodiscard]] std::size_t AsciiPrefix(std::string_view text);
 /// True when `text` is well-formed UTF-8 (Unicode standard, table 3-7).

@@ -14,24 +14,12 @@
 #include "common/Dictionary.h"
 #include "common/UserInterface.h"
 #include "common/Value.h"
+#include "database/Dialect.h"
 #include "log/Trace.h"
 #include "platform/ado/Ado.h"
 #include "platform/xml/Xml.h"
 
 namespace ods {
-
-/// The database product behind the connection.
-enum class DatabaseKind : std::int32_t {
-  DbUnknown = 0,
-  DbSqlServer = 1,
-  DbAccess = 2,
-  DbNavision = 3,
-  DbConcorde = 4,
-  DbMySql = 5,
-  DbPervasive = 6,
-  DbExcel = 7,
-  DbUnnamed = 8,
-};
 
 /// How a column type is written as a literal and how a filter text for it is normalised.
 struct TypeEntry {
@@ -64,6 +52,8 @@ struct ProcessState {
   std::string programFolder;
   /// The context document; an empty one when it did not load.
   const XmlDocument* context = nullptr;
+  /// What every connection is opened with.
+  ConnectionLimits limits;
   /// The id that every response carries. A client's `Initialize` replaces it; made when it is first needed.
   std::string ServerSessionId;
   /// Multiplies every decimal number that is written; 0 until the first `TableData` request settles it.
@@ -79,7 +69,7 @@ struct DataSession {
 
   ProcessState* process;
   std::shared_ptr<Connection> connection;
-  DatabaseKind kind = DatabaseKind::DbUnknown;
+  const Dialect* dialect = &UnknownDialect();
   std::string QuotePrefix;
   std::string QuoteSuffix;
   /// "1" when a Microsoft SQL Server database is a Navision one, else "0".

@@ -19,7 +19,7 @@ std::shared_ptr<RecordSet> ExecuteSQL(const DataSession& session, std::string sq
   const std::string_view shown = options.shownAs.empty() ? std::string_view(sql) : options.shownAs;
   session.Trace(std::string("SQL: ").append(shown));
   try {
-    return session.connection->OpenRecordSet(sql, session.kind == DatabaseKind::DbMySql ? 0 : maxRecords);
+    return session.connection->OpenRecordSet(sql, session.dialect->takesRecordLimit ? maxRecords : 0);
   } catch (const Error& error) {
     const bool expected = std::ranges::find(options.expectedErrors, error.Number()) != options.expectedErrors.end();
     const std::string description = options.shownAs.empty() ? error.Description() : kWithheld;

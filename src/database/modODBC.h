@@ -23,8 +23,8 @@ struct ExecuteOptions {
   std::string_view shownAs = {};
 };
 
-/// Runs a statement, tracing it, and returns its record set. `maxRecords` bounds the records read (0: no bound); on
-/// MySQL a record set is never bounded this way. A failure is traced and raised again with its number and its
+/// Runs a statement, tracing it, and returns its record set. `maxRecords` bounds the records read (0: no bound),
+/// where the product takes such a bound. A failure is traced and raised again with its number and its
 /// description + " SQL: " + the statement.
 [[nodiscard]] std::shared_ptr<RecordSet> ExecuteSQL(const DataSession& session, std::string sql,
                                                     std::int32_t maxRecords, const ExecuteOptions& options = {});

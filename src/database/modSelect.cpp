@@ -11,21 +11,6 @@
 namespace ods {
 namespace {
 
-enum class RowLimit { kNone, kTop, kLimit };
-
-RowLimit RowLimitOf(DatabaseKind kind) {
-  switch (kind) {
-    case DatabaseKind::DbSqlServer:
-    case DatabaseKind::DbAccess:
-    case DatabaseKind::DbPervasive:
-      return RowLimit::kTop;
-    case DatabaseKind::DbMySql:
-      return RowLimit::kLimit;
-    default:
-      return RowLimit::kNone;
-  }
-}
-
 /// True for one to three parts in brackets joined by ".", every "]" inside a part doubled.
 bool IsBracketedName(std::string_view name) {
   constexpr int kMaxParts = 3;
@@ -60,7 +45,7 @@ bool CanStandBare(std::string_view name) {
 /// The statement over `source`, which is a quoted table name or a derived table.
 std::string AssembleSelect(const DataSession& session, std::string_view source, std::int32_t top,
                            const SelectParts& parts) {
-  const RowLimit limit = RowLimitOf(session.kind);
+  const RowLimit limit = session.dialect->rowLimit;
   std::string sql = "SELECT";
   if (limit == RowLimit::kTop) sql += " TOP " + std::to_string(top);
   sql.append(" ").append(parts.fields).append(" FROM ").append(source);
@@ -110,9 +95,9 @@ std::string_view GetTableType(std::string_view identifier) {
   return identifier.substr(1, end - 1);
 }
 
-SchemaAndName SplitTableName(std::string_view identifier, DatabaseKind kind) {
+SchemaAndName SplitTableName(std::string_view identifier, const Dialect& dialect) {
   const std::string_view name = GetBareName(identifier);
-  if (kind == DatabaseKind::DbSqlServer && name.starts_with('[')) {
+  if (dialect.bracketedNames && name.starts_with('[')) {
     const std::vector<std::string> parts = Split(name, "].[");
     if (parts.size() == 2) {
       std::string_view last = parts[1];
@@ -142,7 +127,7 @@ std::string QuoteIdentifier(const DataSession& session, std::string_view name) {
 }
 
 std::string QuoteTableName(const DataSession& session, std::string_view name) {
-  if (session.kind == DatabaseKind::DbSqlServer && IsBracketedName(name)) return std::string(name);
+  if (session.dialect->bracketedNames && IsBracketedName(name)) return std::string(name);
   return QuoteIdentifier(session, name);
 }
 

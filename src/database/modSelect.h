@@ -26,8 +26,8 @@ struct SchemaAndName {
   std::string schema;
   std::string name;
 };
-/// Schema and name of an identifier. Only Microsoft SQL Server's have a schema; a doubled "]]" stays doubled.
-[[nodiscard]] SchemaAndName SplitTableName(std::string_view identifier, DatabaseKind kind);
+/// Schema and name of an identifier. Only bracketed names have a schema; a doubled "]]" stays doubled.
+[[nodiscard]] SchemaAndName SplitTableName(std::string_view identifier, const Dialect& dialect);
 
 /// The longest statement, in bytes, that the parts of a request may make: a few of them are worth many of the request's
 /// own (search patterns, alternatives, keys of many fields).
@@ -39,8 +39,8 @@ void RequireStatementSize(std::size_t bytes);
 /// name stands bare: then error 1000 is raised for one that is empty or holds another ASCII character than letters,
 /// digits, "_", "$" and ".".
 [[nodiscard]] std::string QuoteIdentifier(const DataSession& session, std::string_view name);
-/// The name of a table as it stands in a statement. On Microsoft SQL Server a name of one to three parts in brackets,
-/// joined by ".", each with its "]" doubled, stands as it is; every other name is quoted as one. Raises as
+/// The name of a table as it stands in a statement. Where the product has bracketed names, one of one to three parts in
+/// brackets, joined by ".", each with its "]" doubled, stands as it is; every other name is quoted as one. Raises as
 /// `QuoteIdentifier`.
 [[nodiscard]] std::string QuoteTableName(const DataSession& session, std::string_view name);
 

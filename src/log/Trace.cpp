@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 #include <iostream>
+
+#include "common/Attempt.h"
 
 namespace ods {
 
@@ -44,12 +45,11 @@ std::string ElapsedSuffix(double elapsed) {
 void Tracer::Trace(std::string_view text, double elapsed, std::int32_t severity) {
   if (!log_) return;
   const std::string entry = OneLine(text) + ElapsedSuffix(elapsed);
-  try {
-    log_->LogEntry(severity, entry);
-    failing_ = false;
-  } catch (const std::exception& exception) {
-    if (!failing_) std::cerr << "The log cannot be written: " << exception.what() << '\n';
-    failing_ = true;
+  const auto failure = Attempt([&] { log_->LogEntry(severity, entry); });
+  if (!failure) {
+    failure_.Clear();
+  } else if (failure_.IsNew(failure->Description())) {
+    std::cerr << "The log cannot be written: " << failure->Description() << '\n';
   }
   ui_->AddTraceEntry(severity, entry);
 }

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/ToldOnce.h"
 #include "common/UserInterface.h"
 #include "log/Log.h"
 
@@ -29,13 +30,14 @@ class Tracer {
   [[nodiscard]] Log* GetLog() const { return log_.get(); }
 
   /// Writes one entry: "\" doubled, line breaks as "\n", then " (12 ms)" when `elapsed` (seconds) is given and not -1.
-  /// A log that cannot be written is told on standard error, once until it can be written again; it stops nobody.
+  /// A log that cannot be written is told on standard error, once until it can be written again or fails in another
+  /// way; it stops nobody.
   void Trace(std::string_view text, double elapsed = -1, std::int32_t severity = severity::kInformation);
 
  private:
   UserInterface* ui_;
   std::unique_ptr<Log> log_;
-  bool failing_ = false;
+  ToldOnce failure_;
 };
 
 }  // namespace ods

@@ -33,6 +33,8 @@ class OperatorView final : public ServerView {
   [[nodiscard]] bool StopRequested() const override { return stopRequested_ && stopRequested_(); }
   [[nodiscard]] bool Unattended() const override { return settings_.Unattended; }
 
+  [[nodiscard]] int ConnectTimeout() const override { return settings_.connecttimeout; }
+
   [[nodiscard]] OperatorSettings GetSettings() const override;
   void StoreSettings(const OperatorSettings& settings) override;
   /// The loop sees the file change and loads it again, which brings the settings that are there already.

@@ -18,6 +18,9 @@ struct Settings {
   bool hidden = false;
   bool Unattended = true;  ///< nobody is there to read a message box
   std::string mode;
+  int connecttimeout = 15;  ///< seconds; 0 for no limit
+  int querytimeout = 30;    ///< the same
+  int reconnect = 0;        ///< longest pause in seconds before a lost connection is tried again; 0 never tries
   std::string datafolder;
   std::string configfolder;
   std::string context;  ///< path of the context document

@@ -5,6 +5,7 @@
 
 #include "common/ComponentRegistry.h"
 #include "log/Trace.h"
+#include "platform/ado/Ado.h"
 #include "platform/system/System.h"
 #include "server/modCommandLine.h"
 #include "server/modFolders.h"
@@ -30,9 +31,7 @@ void RunServer(int argc, const char* const* argv) {
   server.Run(ods::RebuildCommandLine(argc, argv));
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
   try {
     const ods::Information asked = ods::AskedInformation(argc, argv);
     if (asked != ods::Information::kNone) {
@@ -45,4 +44,12 @@ int main(int argc, char** argv) {
     std::cerr << "odbc-data-server: " << error.what() << "\n";
     return 1;
   }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int status = Run(argc, argv);
+  if (ods::DriverCallsAreStuck()) ods::EndProcessNow(status);
+  return status;
 }

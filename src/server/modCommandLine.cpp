@@ -9,6 +9,7 @@
 #include "common/Error.h"
 #include "common/Files.h"
 #include "common/Text.h"
+#include "server/Parameters.h"
 #include "server/Product.h"
 
 namespace ods {
@@ -17,27 +18,11 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-struct ParameterHelp {
-  const char* name;
-  const char* meaning;
-};
-
-constexpr ParameterHelp kParameters[] = {
-    {"parameterfile=<file>", "read further parameters from a file; those of the command line win"},
-    {"instance=<name>", "name of this server (default: the process id)"},
-    {"runningmutex=<name>", "mutex that exists while the server runs; no message boxes are shown"},
-    {"parentmutex=<name>", "mutex that is watched; the server stops when it is gone"},
-    {"messagefile=<file>", "file that status and restart requests are written to"},
-    {"alivefile=<file>", "file that is rewritten every few seconds while the server lives"},
-    {"config=<file>", "configuration file (default: dataserver.xml in the configuration folder)"},
-    {"hidden", "show no window and no message box"},
-    {"mode=run|config", "run the server (default), or choose its options"},
-    {"datafolder=<folder>", "data folder, with the logs (default: Data beside the program)"},
-    {"configfolder=<folder>", "configuration folder (default: config in the data folder)"},
-    {"context=<file>", "context document (default: context.xml beside the program)"},
-    {"inqueue=<folder>", "queue that requests come from (default: Requests in the instance's queue folder)"},
-    {"outqueue=<folder>", "queue that answers go to (default: Results in the instance's queue folder)"},
-};
+/// How much of a name is the mark before it: a slash, or one or two hyphens.
+std::size_t PrefixLength(std::string_view name) {
+  if (name.starts_with("--")) return 2;
+  return name.starts_with('/') || name.starts_with('-') ? 1 : 0;
+}
 
 /// Takes the parts of a line off its front. Every call of `Next` takes at least one character.
 class Parser {
@@ -65,7 +50,7 @@ class Parser {
   std::string Name() {
     const std::string part = Part("=, ");
     std::string_view name = Trim(part);
-    if (name.starts_with('/') || name.starts_with('-')) name.remove_prefix(1);
+    name.remove_prefix(PrefixLength(name));
     return ToLower(name);
   }
 
@@ -116,8 +101,9 @@ std::span<const char* const> Arguments(int argc, const char* const* argv) {
 
 Information AskedBy(std::string_view argument) {
   if (argument == "/?") return Information::kHelp;
-  if (!argument.starts_with('-') && !argument.starts_with('/')) return Information::kNone;
-  argument.remove_prefix(argument.starts_with("--") ? 2 : 1);
+  const std::size_t prefix = PrefixLength(argument);
+  if (prefix == 0) return Information::kNone;
+  argument.remove_prefix(prefix);
   const std::string word = ToLower(argument);
   if (word == "help") return Information::kHelp;
   return word == "version" ? Information::kVersion : Information::kNone;
@@ -127,11 +113,12 @@ std::string HelpText() {
   constexpr std::size_t kMeaningColumn = 26;
   std::string text = FullProductName() + " " + ProductVersion() +
                      "\n\nUsage: odbc-data-server [<parameter> ...]\n\n"
-                     "A parameter is written name=value, with or without \"/\" or \"-\" before it.\n\n";
-  for (const ParameterHelp& parameter : kParameters) {
-    std::string line = std::string("  ") + parameter.name;
+                     "A parameter is written name=value, with or without \"/\", \"-\" or \"--\" before it.\n\n";
+  for (const ParameterRow& parameter : kParameters) {
+    std::string line = std::string("  ").append(parameter.name);
+    if (!parameter.value.empty()) line.append("=").append(parameter.value);
     line.resize(std::max(line.size() + 1, kMeaningColumn), ' ');
-    text += line + parameter.meaning + "\n";
+    text.append(line).append(parameter.meaning).append("\n");
   }
   return text +
          "\n  -help, --help, /help, /?  show this text\n"
@@ -149,6 +136,15 @@ std::shared_ptr<Dictionary> ParseCommandLine(std::string_view line) {
     parameters->Set(name, std::move(value));
   }
   return parameters;
+}
+
+std::vector<std::string> UnknownParameters(const Dictionary& parameters) {
+  std::vector<std::string> unknown;
+  for (const auto& [name, value] : parameters.Entries()) {
+    const bool isNothing = name.empty() && SafeStr(value).empty();
+    if (!isNothing && !IsParameter(name)) unknown.push_back(name);
+  }
+  return unknown;
 }
 
 void ReadParameterFile(const std::string& path, Dictionary& parameters) {

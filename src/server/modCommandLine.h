@@ -1,13 +1,14 @@
 // The command line: its grammar, the parameter file, and the way from the argument vector to one line of text.
 //
 // A line is a row of parameters `name` or `name=value`, separated by blanks or commas. A name or a value in double
-// quotes may hold anything, a double quote doubled. One slash or hyphen before a name is dropped; names are
-// lower-cased. A blank is the character of code 32, no other.
+// quotes may hold anything, a double quote doubled. A slash or one or two hyphens before a name are dropped; names
+// are lower-cased. A blank is the character of code 32, no other.
 #pragma once
 
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/Dictionary.h"
 
@@ -16,6 +17,10 @@ namespace ods {
 /// The parameters of a line, name to value (a string; "" for a name without an equals sign); of several of the same
 /// name the last one counts. Every text parses.
 [[nodiscard]] std::shared_ptr<Dictionary> ParseCommandLine(std::string_view line);
+
+/// The names that no parameter of the server has, in their order. Two separators without anything between, which parse
+/// as an empty name without a value, are none.
+[[nodiscard]] std::vector<std::string> UnknownParameters(const Dictionary& parameters);
 
 /// Adds the parameters of a file, UTF-8 text in which a line break separates as a blank does, to `parameters`, where
 /// the name is not there already. Raises the number of `ReadFile` with a text naming the file.

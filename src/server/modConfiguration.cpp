@@ -4,9 +4,9 @@
 #include <string_view>
 #include <utility>
 
+#include "common/Attempt.h"
 #include "common/Error.h"
 #include "common/Files.h"
-#include "server/Attempt.h"
 #include "server/Product.h"
 
 namespace ods {
@@ -39,8 +39,8 @@ XmlDocument ParseSettings(std::string_view text) {
   return document.LoadXML(text) ? std::move(document) : CreateDefaultSettings();
 }
 
-void RaiseAgain(const std::string& what, const std::string& path, const Failure& failure) {
-  throw Error(error_number::kOwn, what + path + ". " + FailureText(failure));
+void RaiseAgain(const std::string& what, const std::string& path, const Error& failure) {
+  throw Error(error_number::kOwn, what + path + ". " + ErrorText(failure));
 }
 
 bool FileExists(const std::string& path) {

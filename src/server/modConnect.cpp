@@ -49,7 +49,7 @@ bool HasFileExtension(std::string_view path) {
 
 /// The path of the workbook of an Excel database, "" for every other one.
 std::string WorkbookPath(const DataSession& session) {
-  return session.kind == DatabaseKind::DbExcel ? GetCurrentCatalog(*session.connection, session.kind) : "";
+  return session.dialect->isWorkbook ? GetCurrentCatalog(*session.connection, *session.dialect) : "";
 }
 
 /// The "LiteralValue" of an entry of the literals; "" when there is none.
@@ -61,15 +61,15 @@ std::string LiteralValue(const DataSession& session, const char* literal) {
 void SetQuoteCharacters(DataSession& session) {
   session.QuotePrefix = LiteralValue(session, "QUOTE");
   session.QuoteSuffix = LiteralValue(session, "QUOTE_SUFFIX");
-  const bool quotesUnsaid = session.kind == DatabaseKind::DbNavision || session.kind == DatabaseKind::DbUnnamed;
-  if (session.QuotePrefix.empty() && quotesUnsaid) {
-    session.QuotePrefix = "\"";
-    session.QuoteSuffix = "\"";
+  const std::string_view fallback = session.dialect->quoteWhereNoneIsTold;
+  if (session.QuotePrefix.empty() && !fallback.empty()) {
+    session.QuotePrefix = fallback;
+    session.QuoteSuffix = fallback;
   }
 }
 
 bool IsNavisionOnSqlServer(const DataSession& session) {
-  return session.kind == DatabaseKind::DbSqlServer && TableExists(session, "$ndo$dbproperty");
+  return session.dialect->mayHoldNavision && TableExists(session, "$ndo$dbproperty");
 }
 
 void ReadDatabaseInformation(DataSession& session) {
@@ -77,8 +77,8 @@ void ReadDatabaseInformation(DataSession& session) {
   for (const ConnectionProperty& property : session.connection->Properties()) {
     session.Trace("Property: " + property.name + "=" + property.value);
   }
-  session.kind = DetectDatabaseKind(*session.connection);
-  session.typeTable = CreateTypeTable(session.kind);
+  session.dialect = &DialectOf(DetectDatabaseKind(*session.connection));
+  session.typeTable = CreateTypeTable(session.dialect->kind);
   session.providerTypes = GetProviderTypes(session);
   session.literals = GetLiterals(session);
   SetQuoteCharacters(session);
@@ -96,18 +96,19 @@ DatabaseKind DetectDatabaseKind(const Connection& connection) {
   return DatabaseKind::DbUnknown;
 }
 
-std::string GetCurrentCatalog(const Connection& connection, DatabaseKind kind) {
+std::string GetCurrentCatalog(const Connection& connection, const Dialect& dialect) {
   std::string catalog = connection.Property("Current Catalog");
-  if (kind == DatabaseKind::DbExcel && !catalog.empty() && !HasFileExtension(catalog)) catalog += ".xls";
+  if (dialect.isWorkbook && !catalog.empty() && !HasFileExtension(catalog)) catalog += ".xls";
   return catalog;
 }
 
-Database ConnectDatabase(ProcessState& process, const std::string& connectionString) {
+Database ConnectDatabase(ProcessState& process, const std::string& connectionString, bool again) {
   Database database;
   auto session = std::make_unique<DataSession>(process);
   session->cache = CreateHalvikDictionary(*process.components);
-  session->Trace("Connect to database: " + connectionString);
+  if (!again) session->Trace("Connect to database: " + connectionString);
   session->connection = CreateObjectChecked<Connection>(*process.components, "ADODB.Connection");
+  session->connection->SetLimits(process.limits);
   session->connection->Open(connectionString);
   ReadDatabaseInformation(*session);
   const std::string workbook = WorkbookPath(*session);

@@ -9,17 +9,19 @@
 #include <string_view>
 #include <utility>
 
+#include "common/Attempt.h"
 #include "common/ComponentRegistry.h"
 #include "common/Conversions.h"
 #include "common/Error.h"
+#include "common/ToldOnce.h"
+#include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
-#include "platform/system/FolderFiles.h"
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
-#include "server/Attempt.h"
 #include "server/Product.h"
 #include "server/modConfiguration.h"
 #include "server/modConnect.h"
+#include "server/modReconnect.h"
 
 namespace ods {
 
@@ -36,8 +38,12 @@ double SecondsSince(SteadyClock::time_point start) {
 
 class Loop {
  public:
-  explicit Loop(const LoopContext& context)
-      : context_(context), settings_(context.settings), state_(context.state), process_(context.process) {}
+  explicit Loop(const LoopContext& context);
+  ~Loop();
+  Loop(const Loop&) = delete;
+  Loop& operator=(const Loop&) = delete;
+  Loop(Loop&&) = delete;
+  Loop& operator=(Loop&&) = delete;
 
   void Run();
 
@@ -52,8 +58,11 @@ class Loop {
   void ReloadWhenChanged();
   void Reload();
   void SetReconnect();
-  void ReportNoDatabase(const std::optional<Failure>& failure);
+  void ReportNoDatabase(const std::optional<Error>& failure);
   void ConnectToDatabase();
+  void TellNoConnection(const Error& failure);
+  [[nodiscard]] bool MustGiveUpDriver();
+  [[nodiscard]] bool DropLostConnection();
   [[nodiscard]] bool ConnectToQueues();
   [[nodiscard]] std::shared_ptr<Queue> OpenQueue(const std::string& folder, bool trace) const;
   void TraceQueueFailure(const std::string& text);
@@ -67,34 +76,52 @@ class Loop {
   void AnswerMessage(const std::string& id);
   [[nodiscard]] std::string ReceiveAndDispatch(XmlDocument& response);
   [[nodiscard]] std::string StampedText(XmlDocument& response);
-  [[nodiscard]] std::string ErrorText(const Failure& failure) const;
+  [[nodiscard]] std::string ErrorDocumentText(const Error& error) const;
   [[nodiscard]] bool SendAnswer(const std::string& id, std::string text);
-  [[nodiscard]] std::optional<Failure> Send(const std::string& id, std::string text);
-  void TraceSendFailure(const std::string& id, const Failure& failure);
+  [[nodiscard]] std::optional<Error> Send(const std::string& id, std::string text);
+  void TraceSendFailure(const std::string& id, const Error& failure);
 
   const LoopContext& context_;
   Settings& settings_;
   ServerState& state_;
   ProcessState& process_;
+  Reconnect reconnect_;
+  ToldOnce connectFailure_;                          ///< why there is no connection to the database
+  std::optional<SteadyClock::time_point> stopSeen_;  ///< while a driver was waited for
+  bool gaveUpDriver_ = false;
   Database database_;
   std::shared_ptr<Queue> incoming_;
   std::shared_ptr<Queue> outgoing_;
-  bool polled_ = false;                        ///< the round before polled
-  SteadyClock::time_point gaveBack_;           ///< when memory was given back
-  std::int32_t gaveBackAfter_ = 0;             ///< the request count then
-  std::string queueFailure_;                   ///< text of the failure that the queues are in; "" when they work
-  std::string reloadFailure_;                  ///< the same of the configuration file
-  std::optional<FileFacts> failedFile_;        ///< the file that could not be reloaded
-  bool sendingFails_ = false;                  ///< the last answer could not be sent
-  std::map<std::string, std::string> unsent_;  ///< why an answer could not be sent, by message id
+  bool polled_ = false;                     ///< the round before polled
+  SteadyClock::time_point gaveBack_;        ///< when memory was given back
+  std::int32_t gaveBackAfter_ = 0;          ///< the request count then
+  ToldOnce queueFailure_;                   ///< the failure that the queues are in
+  ToldOnce reload_;                         ///< the reload that is tried, by the stamp of the file
+  ToldOnce reloadFailure_;                  ///< the failure of that reload
+  bool sendingFails_ = false;               ///< the last answer could not be sent
+  std::map<std::string, ToldOnce> unsent_;  ///< why an answer could not be sent, by message id
 };
+
+Loop::Loop(const LoopContext& context)
+    : context_(context),
+      settings_(context.settings),
+      state_(context.state),
+      process_(context.process),
+      reconnect_(context.settings.reconnect) {
+  process_.limits.giveUp = [this] { return MustGiveUpDriver(); };
+}
+
+Loop::~Loop() {
+  database_ = Database();  // closing it may take a while, and asks this loop meanwhile
+  process_.limits.giveUp = nullptr;
+}
 
 void Loop::Run() {
   Trace("In main loop");
   TraceConditions("Start");
   context_.signals.AliveHeartbeat();
   process_.ui->LetEventsRun();
-  while (!MustStop()) Round();
+  while (!gaveUpDriver_ && !MustStop()) Round();
   TraceConditions("Stop");
   state_.statusText = status_text::kStopped;
   Trace("Exit main loop");
@@ -115,6 +142,7 @@ bool Loop::MustStop() {
 void Loop::Round() {
   ReloadWhenChanged();
   if (ExcelWorkbookChanged(database_) && !settings_.configuration.ConnectionString.empty()) SetReconnect();
+  if (reconnect_.IsDue(SteadyClock::now())) state_.databaseConnectPending = true;
   if (state_.databaseConnectPending) ConnectToDatabase();
   if (state_.queueConnectPending && !ConnectToQueues()) return Pause();
   if (!state_.pollingEnabled) return StayStopped();
@@ -131,18 +159,15 @@ void Loop::ReloadWhenChanged() {
 
 /// A file that cannot be read now leaves the settings as they are and is tried again every round.
 void Loop::Reload() {
-  const FileFacts file = FactsOf(settings_.config).value_or(FileFacts{});
-  if (file != failedFile_) {
+  if (reload_.IsNew(std::to_string(FileModificationStamp(settings_.config)))) {
+    reloadFailure_.Clear();
     Trace("Reload ini-file from: " + FormatDate(FileModificationTime(settings_.config)));
   }
   if (const auto failure = Attempt([&] { LoadConfiguration(settings_.config, settings_.configuration); })) {
-    const std::string text = FailureText(*failure);
-    if (file != failedFile_ || text != reloadFailure_) TraceError(text);
-    failedFile_ = file;
-    reloadFailure_ = text;
+    if (reloadFailure_.IsNew(ErrorText(*failure))) TraceError(ErrorText(*failure));
     return;
   }
-  failedFile_.reset();
+  reload_.Clear();
   if (!settings_.configuration.ConnectionString.empty()) {
     state_.pollingEnabled = true;
     SetReconnect();
@@ -150,6 +175,7 @@ void Loop::Reload() {
   }
   state_.pollingEnabled = false;
   state_.databaseConnectPending = false;
+  reconnect_.Settled();
   state_.queueConnectPending = false;
   state_.buttonState = button_state::kStart;
   ReportNoDatabase(std::nullopt);
@@ -158,11 +184,11 @@ void Loop::Reload() {
 void Loop::SetReconnect() {
   state_.databaseConnectPending = true;
   state_.queueConnectPending = true;
-  queueFailure_.clear();
+  queueFailure_.Clear();
 }
 
 /// Tells whoever watches the server, a controller or a person, that there is no database.
-void Loop::ReportNoDatabase(const std::optional<Failure>& failure) {
+void Loop::ReportNoDatabase(const std::optional<Error>& failure) {
   if (settings_.Unattended) {
     context_.signals.ReportStatus("Message", "UnableToConnectDB", "Unable to connect to database.");
     return;
@@ -174,8 +200,8 @@ void Loop::ReportNoDatabase(const std::optional<Failure>& failure) {
       "Connection string is " +
       settings_.configuration.ConnectionString;
   if (failure) {
-    text += "\n" + std::to_string(failure->number) + " (0x" + ErrorNumberHex(failure->number) + ")\n" +
-            failure->description;
+    text += "\n" + std::to_string(failure->Number()) + " (0x" + ErrorNumberHex(failure->Number()) + ")\n" +
+            failure->Description();
   }
   process_.ui->MessageBox(kProductName, text, BoxStyle::kExclamation);
   process_.ui->ShowOptionsDialog();
@@ -186,16 +212,58 @@ void Loop::ConnectToDatabase() {
   state_.statusText = status_text::kConnectToDatabase;
   // The old connection goes first: a failure leaves none, and some drivers allow one connection only.
   database_ = Database();
-  const auto failure =
-      Attempt([&] { database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString); });
-  if (!failure) return;
-  TraceError("Error connecting to database. " + FailureText(*failure));
-  ReportNoDatabase(failure);
+  const auto failure = Attempt([&] {
+    database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString, connectFailure_.Stands());
+  });
+  if (!failure) {
+    reconnect_.Settled();
+    connectFailure_.Clear();
+  } else if (!gaveUpDriver_) {
+    TellNoConnection(*failure);
+    reconnect_.Failed(SteadyClock::now());
+  }
+}
+
+/// A server that tries again by itself tells each failure once, and asks nobody.
+void Loop::TellNoConnection(const Error& failure) {
+  const bool first = !connectFailure_.Stands();
+  const std::string text = "Error connecting to database. " + ErrorText(failure);
+  if (!reconnect_.IsWanted()) {
+    TraceError(text);
+    ReportNoDatabase(failure);
+    return;
+  }
+  if (connectFailure_.IsNew(text)) TraceError(text);
+  if (first && settings_.Unattended) ReportNoDatabase(failure);
+}
+
+/// Runs while a driver is waited for. A stop gives it a moment to come back: most do.
+bool Loop::MustGiveUpDriver() {
+  constexpr double kSeconds = 0.4;
+  process_.ui->LetEventsRun();
+  context_.signals.AliveHeartbeat();
+  if (!MustStop()) return false;
+  if (!stopSeen_) stopSeen_ = SteadyClock::now();
+  gaveUpDriver_ = SecondsSince(*stopSeen_) >= kSeconds;
+  return gaveUpDriver_;
+}
+
+/// True when a connection was lost and is dropped. Without `reconnect` only one whose driver is stuck is: the errors of
+/// any other tell what there is to tell.
+bool Loop::DropLostConnection() {
+  if (!database_.session) return false;
+  const Connection& connection = *database_.session->connection;
+  const bool stuck = connection.IsStuck();
+  if (!stuck && !(reconnect_.IsWanted() && connection.IsLost())) return false;
+  TraceError(stuck ? "The database driver does not come back. The connection is given up."
+                   : "The connection to the database is lost.");
+  database_ = Database();
+  return true;
 }
 
 /// A failure is traced when it is a new one; the connect stays pending, and the next rounds try again silently.
 bool Loop::ConnectToQueues() {
-  const bool first = queueFailure_.empty();
+  const bool first = !queueFailure_.Stands();
   state_.statusText = status_text::kConnectToQueue;
   if (first) Trace("Connect to Queue");
   incoming_.reset();
@@ -206,7 +274,7 @@ bool Loop::ConnectToQueues() {
     incoming_ = std::move(incoming);
   });
   if (failure) {
-    TraceQueueFailure("Error connecting to queue. " + FailureText(*failure));
+    TraceQueueFailure("Error connecting to queue. " + ErrorText(*failure));
     return false;
   }
   state_.queueConnectPending = false;
@@ -222,8 +290,7 @@ std::shared_ptr<Queue> Loop::OpenQueue(const std::string& folder, bool trace) co
 }
 
 void Loop::TraceQueueFailure(const std::string& text) {
-  if (text != queueFailure_) TraceError(text);
-  queueFailure_ = text;
+  if (queueFailure_.IsNew(text)) TraceError(text);
 }
 
 void Loop::StayStopped() {
@@ -275,10 +342,10 @@ std::optional<std::string> Loop::Poll() {
   polled_ = true;
   std::string id;
   if (const auto failure = Attempt([&] { id = incoming_->Poll("", kPollMilliseconds); })) {
-    TraceQueueFailure("Error polling queue. " + FailureText(*failure));
+    TraceQueueFailure("Error polling queue. " + ErrorText(*failure));
     return std::nullopt;
   }
-  queueFailure_.clear();
+  queueFailure_.Clear();
   return id;
 }
 
@@ -290,6 +357,10 @@ void Loop::AnswerMessage(const std::string& id) {
   ++state_.requestCount;
   XmlDocument response;
   const std::string type = ReceiveAndDispatch(response);
+  if (gaveUpDriver_) {
+    Trace("Message " + id + " is left for the next server: the database driver did not come back before the stop.");
+    return;
+  }
   if (SendAnswer(id, StampedText(response))) {
     process_.tracer->Trace(type + id, SecondsSince(start));
   } else {
@@ -309,16 +380,31 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
   state_.statusText = status_text::kProcessing;
   if (unreadable) {
     // The sender's fault, not a state of the server that a restart could mend.
-    FillErrorDocument(response, unreadable->number, unreadable->description);
+    FillErrorDocument(response, unreadable->Number(), unreadable->Description());
     return type;
   }
-  const auto failure =
-      Attempt([&] { DispatchRequest(type, request, response, database_.session.get(), context_.findHandler); });
+  const auto dispatch = [&] {
+    DispatchRequest(type, request, response, database_.session.get(), context_.findHandler);
+  };
+  auto failure = Attempt(dispatch);
+  const bool stuck = database_.session && database_.session->connection->IsStuck();
+  if (DropLostConnection()) {
+    // It only reads, so it can be run again; but the time of one that the driver held up is over.
+    if (stuck || !reconnect_.IsWanted()) {
+      reconnect_.Failed(SteadyClock::now());
+    } else {
+      ConnectToDatabase();
+      response = XmlDocument();
+      failure = Attempt(dispatch);
+      if (DropLostConnection()) reconnect_.Failed(SteadyClock::now());
+    }
+  }
+  if (gaveUpDriver_) return type;
   if (failure) {
-    FillErrorDocument(response, failure->number, failure->description);
+    FillErrorDocument(response, failure->Number(), failure->Description());
     context_.signals.ReportStatus("Restart", "ErrorProcessingMessage",
                                   "Request a restart of dataserver in order to recover error state. " +
-                                      std::to_string(failure->number) + " " + failure->description);
+                                      std::to_string(failure->Number()) + " " + failure->Description());
   }
   return type;
 }
@@ -332,13 +418,13 @@ std::string Loop::StampedText(XmlDocument& response) {
     text = response.Xml();
     if (text.size() > kMaxResponseBytes) throw Error(error_number::kOwn, std::string(kResponseTooLarge));
   });
-  return failure ? ErrorText(*failure) : text;
+  return failure ? ErrorDocumentText(*failure) : text;
 }
 
 /// The text of an error document with the id of this server in it.
-std::string Loop::ErrorText(const Failure& failure) const {
+std::string Loop::ErrorDocumentText(const Error& error) const {
   XmlDocument document;
-  FillErrorDocument(document, failure.number, failure.description);
+  FillErrorDocument(document, error.Number(), error.Description());
   StampResponse(document, process_.ServerSessionId);
   return document.Xml();
 }
@@ -348,14 +434,14 @@ std::string Loop::ErrorText(const Failure& failure) const {
 bool Loop::SendAnswer(const std::string& id, std::string text) {
   const std::size_t size = text.size();
   auto failure = Send(id, std::move(text));
-  if (failure && failure->number == error_number::kDiskFull) {
+  if (failure && failure->Number() == error_number::kDiskFull) {
     const std::string smaller =
-        ErrorText({failure->number, "There is no room for the answer of " + std::to_string(size) +
-                                        " bytes. Ask for fewer rows " + "or fields, or ask again later."});
+        ErrorDocumentText({failure->Number(), "There is no room for the answer of " + std::to_string(size) +
+                                                  " bytes. Ask for fewer rows or fields, or ask again later."});
     if (smaller.size() < size) failure = Send(id, smaller);
   }
   // An answer of that id waits already, or nobody can be waiting under such an id: nothing more can be done.
-  const bool hopeless = failure && (failure->number == error_number::kFileExists || !MessageFileName(id));
+  const bool hopeless = failure && (failure->Number() == error_number::kFileExists || !MessageFileName(id));
   sendingFails_ = failure && !hopeless;
   if (sendingFails_) {
     if (const auto kept = Attempt([&] { incoming_->PutBack(); })) TraceSendFailure(id, *kept);
@@ -363,12 +449,12 @@ bool Loop::SendAnswer(const std::string& id, std::string text) {
   }
   unsent_.erase(id);
   if (const auto unanswered = Attempt([&] { incoming_->Answered(); })) {
-    TraceError("Error removing message " + id + ". " + FailureText(*unanswered));
+    TraceError("Error removing message " + id + ". " + ErrorText(*unanswered));
   }
   return true;
 }
 
-std::optional<Failure> Loop::Send(const std::string& id, std::string text) {
+std::optional<Error> Loop::Send(const std::string& id, std::string text) {
   outgoing_->SetPackage(std::move(text));
   auto failure = Attempt([&] { outgoing_->Send(id); });
   if (failure) TraceSendFailure(id, *failure);
@@ -376,13 +462,11 @@ std::optional<Failure> Loop::Send(const std::string& id, std::string text) {
 }
 
 /// Once for each message, until its failure is another one.
-void Loop::TraceSendFailure(const std::string& id, const Failure& failure) {
+void Loop::TraceSendFailure(const std::string& id, const Error& failure) {
   constexpr std::size_t kMostKept = 1000;
-  const std::string text = "Error sending answer to message " + id + ". " + FailureText(failure);
+  const std::string text = "Error sending answer to message " + id + ". " + ErrorText(failure);
   if (unsent_.size() >= kMostKept && !unsent_.contains(id)) unsent_.clear();
-  std::string& traced = unsent_[id];
-  if (traced != text) TraceError(text);
-  traced = text;
+  if (unsent_[id].IsNew(text)) TraceError(text);
 }
 
 }  // namespace

@@ -26,6 +26,9 @@ struct LoopContext {
   HandlerLookup findHandler = &FindHandler;
 };
 
+/// While a driver is waited for, window events run and the heartbeat goes on; a stop then gives the driver's call up
+/// after a moment, and the message in hand stays in the queue.
+///
 /// Runs until the run flag is cleared, a stop is asked for or the parent mutex is gone. Raises what testing the parent
 /// mutex raises, and error 6 when the request count overflows; the message in hand then stays in the queue.
 void MainLoop(const LoopContext& context);

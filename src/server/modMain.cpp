@@ -1,9 +1,11 @@
 #include "server/modMain.h"
 
+#include <charconv>
 #include <filesystem>
 #include <memory>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "common/Conversions.h"
 #include "common/Error.h"
@@ -11,9 +13,10 @@
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
+#include "platform/system/COpSysInfo.h"
 #include "platform/system/Folders.h"
 #include "platform/system/System.h"
-#include "server/Attempt.h"
+#include "server/Parameters.h"
 #include "server/Product.h"
 #include "server/modCommandLine.h"
 #include "server/modConfiguration.h"
@@ -27,7 +30,46 @@ namespace {
 constexpr std::int32_t kMaxLogBytes = 100000;
 
 /// A parameter, "" when it is missing.
-std::string Parameter(const Dictionary& parameters, const char* name) { return SafeStr(parameters.Item(name)); }
+std::string Parameter(const Dictionary& parameters, ParameterName name) {
+  return SafeStr(parameters.Item(name.Text()));
+}
+
+/// The parameters of the command line and of the parameter file, and what is wrong with them.
+struct GivenParameters {
+  std::shared_ptr<Dictionary> values;
+  std::vector<std::string> warnings;
+};
+
+GivenParameters ReadGivenParameters(const std::string& commandLine) {
+  GivenParameters given = {ParseCommandLine(commandLine), {}};
+  const auto warnFrom = [&given](std::size_t first, const std::string& place) {
+    const std::vector<std::string> unknown = UnknownParameters(*given.values);
+    for (std::size_t i = first; i < unknown.size(); ++i) {
+      given.warnings.push_back("Unknown parameter \"" + unknown[i] + "\" " + place + ".");
+    }
+  };
+  warnFrom(0, "on the command line");
+  const std::string file = Parameter(*given.values, "parameterfile");
+  if (file.empty()) return given;
+  ReadParameterFile(file, *given.values);
+  warnFrom(given.warnings.size(), "in the parameter file " + file);
+  return given;
+}
+
+/// A parameter that is a number of seconds, `standard` when it is missing. Raises error 1000 for any other text.
+int Seconds(const Dictionary& parameters, ParameterName name, int least, int standard) {
+  constexpr int kMost = 86400;
+  const std::string text = Parameter(parameters, name);
+  if (text.empty()) return standard;
+  int seconds = -1;
+  const char* const end = text.data() + text.size();
+  const auto [read, error] = std::from_chars(text.data(), end, seconds);
+  if (error != std::errc() || read != end || seconds < least || seconds > kMost) {
+    throw Error(error_number::kOwn, "The parameter " + std::string(name.Text()) + " is no number of seconds from " +
+                                        std::to_string(least) + " to " + std::to_string(kMost) + ": " + text);
+  }
+  return seconds;
+}
 
 std::string OrDefault(const std::string& text, const std::string& defaultText) {
   return text.empty() ? defaultText : text;
@@ -64,15 +106,15 @@ void Server::Run(const std::string& commandLine) {
 
 void Server::StartUp(const std::string& commandLine) {
   state_.startTime = LocalNow();
-  const std::shared_ptr<Dictionary> parameters = ParseCommandLine(commandLine);
-  const std::string parameterFile = Parameter(*parameters, "parameterfile");
-  if (!parameterFile.empty()) ReadParameterFile(parameterFile, *parameters);
+  const auto [parameters, warnings] = ReadGivenParameters(commandLine);
   ReadParameters(*parameters);
   ReadFolders(*parameters);
   OpenLog();
   const std::string exeName = surroundings_.executablePath.substr(exeFolder_.empty() ? 0 : exeFolder_.size() + 1);
   Trace("Starting " + exeName + " version " + LoggedVersion());
   Trace("Parse command line: " + commandLine);
+  Trace("Platform: " + COpSysInfo().Description());
+  for (const std::string& warning : warnings) surroundings_.tracer.Trace(warning, -1, severity::kWarning);
   OpenWindows();
   LoadContext(*parameters);
   LoadIniFile();
@@ -91,8 +133,13 @@ void Server::ReadParameters(const Dictionary& parameters) {
   settings_.messagefile = Parameter(parameters, "messagefile");
   settings_.alivefile = Parameter(parameters, "alivefile");
   settings_.config = Parameter(parameters, "config");
-  settings_.hidden = parameters.Exists("hidden");
+  settings_.hidden = parameters.Exists(ParameterName("hidden").Text());
   settings_.mode = OrDefault(ToLower(Parameter(parameters, "mode")), "run");
+  settings_.connecttimeout = Seconds(parameters, "connecttimeout", 0, settings_.connecttimeout);
+  settings_.querytimeout = Seconds(parameters, "querytimeout", 0, settings_.querytimeout);
+  settings_.reconnect = Seconds(parameters, "reconnect", 1, settings_.reconnect);
+  process_.limits.connectSeconds = settings_.connecttimeout;
+  process_.limits.statementSeconds = settings_.querytimeout;
   settings_.Unattended = !settings_.runningmutex.empty() || settings_.hidden;
 }
 
@@ -136,7 +183,7 @@ void Server::LoadIniFile() {
   LoadConfiguration(settings_.config, settings_.configuration);
 }
 
-void Server::PrepareQueue(const char* caption, const char* parameter, const char* defaultName,
+void Server::PrepareQueue(const char* caption, ParameterName parameter, const char* defaultName,
                           const Dictionary& parameters, std::string& folder) const {
   folder = Parameter(parameters, parameter);
   if (folder.empty()) folder = JoinPath(QueueFolder(exeFolder_, settings_.instance), defaultName);

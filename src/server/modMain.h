@@ -11,6 +11,7 @@
 #include "log/Trace.h"
 #include "platform/xml/Xml.h"
 #include "server/OperatorView.h"
+#include "server/Parameters.h"
 #include "server/ServerState.h"
 #include "server/Settings.h"
 #include "server/modSignal.h"
@@ -57,7 +58,7 @@ class Server {
   void OpenWindows();
   void LoadContext(const Dictionary& parameters);
   void LoadIniFile();
-  void PrepareQueue(const char* caption, const char* parameter, const char* defaultName, const Dictionary& parameters,
+  void PrepareQueue(const char* caption, ParameterName parameter, const char* defaultName, const Dictionary& parameters,
                     std::string& folder) const;
   void RequireTwoQueues() const;
   void RunMode(StatusSignals& signals);

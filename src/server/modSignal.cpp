@@ -2,9 +2,9 @@
 
 #include <utility>
 
+#include "common/Attempt.h"
 #include "common/Conversions.h"
 #include "platform/xml/Xml.h"
-#include "server/Attempt.h"
 
 namespace ods {
 
@@ -68,10 +68,11 @@ void StatusSignals::AliveHeartbeat() {
 void StatusSignals::Write(StatusFile& file, const std::string& type, const std::string& code,
                           const std::string& message) {
   const auto failure = Attempt([&] { WriteStatusFile(type, code, message, file.path); });
-  if (failure && !file.failing) {
-    tracer_->Trace("Error writing status file " + file.path + ". " + FailureText(*failure), -1, severity::kError);
+  if (!failure) {
+    file.failure.Clear();
+  } else if (file.failure.IsNew(ErrorText(*failure))) {
+    tracer_->Trace("Error writing status file " + file.path + ". " + ErrorText(*failure), -1, severity::kError);
   }
-  file.failing = failure.has_value();
 }
 
 }  // namespace ods

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "common/ToldOnce.h"
 #include "common/Value.h"
 #include "log/Trace.h"
 #include "platform/system/NamedMutex.h"
@@ -26,8 +27,8 @@ void DestroyInstanceMutex(std::unique_ptr<NamedMutex>& handle);
 void WriteStatusFile(const std::string& type, const std::string& code, const std::string& message,
                      const std::string& file);
 
-/// The two status files of the process. A file that cannot be written is traced, once until it can be written again,
-/// and never raises an error.
+/// The two status files of the process. A file that cannot be written is traced, once until it can be written again
+/// or fails in another way, and never raises an error.
 class StatusSignals {
  public:
   using Clock = std::function<Date()>;
@@ -43,7 +44,7 @@ class StatusSignals {
  private:
   struct StatusFile {
     std::string path;
-    bool failing = false;
+    ToldOnce failure = {};
   };
 
   void Write(StatusFile& file, const std::string& type, const std::string& code, const std::string& message);

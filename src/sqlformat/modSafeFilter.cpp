@@ -42,18 +42,6 @@ constexpr std::array kOperators = {
     FilterOperator{kFlowFilter, kFlowFilter, "OR"},
 };
 
-/// The SQL function that folds case on a product, "" where there is none.
-std::string_view CaseFolding(DatabaseKind kind) {
-  switch (kind) {
-    case DatabaseKind::DbSqlServer:
-      return "UPPER";
-    case DatabaseKind::DbUnnamed:
-      return "";
-    default:
-      return "UCASE";
-  }
-}
-
 std::string Folded(std::string_view function, const std::string& expression) {
   return function.empty() ? expression : std::string(function) + "(" + expression + ")";
 }
@@ -71,8 +59,8 @@ std::string FillPattern(const std::string& pattern, const std::string& searchStr
 
 std::string FlowFilterEscape(const DataSession& session, const std::string& table, const std::string& field,
                              const std::string& value) {
-  return "{pred SetFlowFilter, " + SafeVal_String(session.kind, GetBareName(table)) + ", " +
-         SafeVal_String(session.kind, field) + ", " + SafeVal_String(session.kind, value) + "}";
+  return "{pred SetFlowFilter, " + SafeVal_String(*session.dialect, GetBareName(table)) + ", " +
+         SafeVal_String(*session.dialect, field) + ", " + SafeVal_String(*session.dialect, value) + "}";
 }
 
 }  // namespace
@@ -146,7 +134,7 @@ std::string BuildFilter(DataSession& session, const std::string& table, const Xm
 
 std::string BuildSearch(DataSession& session, const std::string& table, const XmlNode& request,
                         const std::string& searchString) {
-  const std::string_view fold = CaseFolding(session.kind);
+  const std::string_view fold = session.dialect->caseFolding;
   std::string terms;
   for (const XmlNode& node : request.SelectNodes("SearchFields/Field")) {
     const std::string pattern = GetNodeText(node, "SearchString");

@@ -31,7 +31,7 @@ constexpr std::string_view kBinaryHex = "BinaryHex";
 constexpr std::array kLiterals = {
     Literal{"Boolean", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Boolean(value); }},
     Literal{kString, [](const DataSession& session, const TypeEntry&,
-                        const Value& value) { return SafeVal_String(session.kind, value); }},
+                        const Value& value) { return SafeVal_String(*session.dialect, value); }},
     Literal{"Integer", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Integer(value); }},
     Literal{"Float", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Float(value); }},
     Literal{"Date", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Date(value); }},
@@ -81,23 +81,23 @@ std::string SafeQuote(DataSession& session, const std::string& table, const std:
   if (FindLiteral(type.SafeValFunction) == nullptr) {
     throw Error(error_number::kOwn, "Unknown datatype in SafeQuote function: " + type.SafeValFunction);
   }
-  if (type.SafeValFunction == kString && session.kind == DatabaseKind::DbConcorde) {
+  if (type.SafeValFunction == kString && session.dialect->trimsTexts) {
     return "RTRIM(LTRIM(" + quoted + "))";
   }
-  if (type.SafeValFunction == kBinaryHex && session.kind == DatabaseKind::DbPervasive &&
+  if (type.SafeValFunction == kBinaryHex && session.dialect->castsSixteenBytes &&
       description.DefinedSize == kGuidBytes) {
     return "CAST(" + quoted + " AS BINARY(16))";
   }
   return quoted;
 }
 
-std::string SafeVal_String(DatabaseKind kind, const Value& value) {
+std::string SafeVal_String(const Dialect& dialect, const Value& value) {
   const std::string text = SafeStr(value);
   if (text.find('\0') != std::string::npos) {
     throw Error(error_number::kOwn, "A text value holds a NUL character, which no statement can carry.");
   }
   std::string literal = "'" + ReplaceAll(text, "'", "''") + "'";
-  return kind == DatabaseKind::DbNavision ? ReplaceAll(literal, "{", "{'+'") : literal;
+  return dialect.splitsBraces ? ReplaceAll(literal, "{", "{'+'") : literal;
 }
 
 std::string SafeVal_Integer(const Value& value) { return std::to_string(SafeLng(value)); }

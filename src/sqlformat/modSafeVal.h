@@ -22,9 +22,10 @@ namespace ods {
 [[nodiscard]] const FieldDescription& RequireField(DataSession& session, const std::string& table,
                                                    const std::string& field);
 
-/// In apostrophes, those inside doubled; on Navision every "{" is kept apart from the escape syntax of ODBC.
+/// In apostrophes, those inside doubled; where the product asks for it every "{" is kept apart from
+/// the escape syntax of ODBC.
 /// Raises error 1000 for a text that holds a NUL character, which no statement can carry.
-[[nodiscard]] std::string SafeVal_String(DatabaseKind kind, const Value& value);
+[[nodiscard]] std::string SafeVal_String(const Dialect& dialect, const Value& value);
 /// Decimal text of a 32-bit integer; 0 for a value out of that range.
 [[nodiscard]] std::string SafeVal_Integer(const Value& value);
 [[nodiscard]] std::string SafeVal_Float(const Value& value);

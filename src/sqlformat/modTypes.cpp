@@ -119,14 +119,13 @@ bool HasRoom(const DataSession& session, const std::string& table, const TableFi
 
 TypeTable CreateTypeTable(DatabaseKind kind) {
   TypeTable table;
-  if (kind < DatabaseKind::DbUnknown || kind > DatabaseKind::DbUnnamed) return table;
+  const Dialect* dialect = FindDialect(kind);
+  if (dialect == nullptr) return table;
   for (const TypeRow& row : kTypeRows) {
     table.emplace(row.type, TypeEntry{std::string(row.typeName), std::string(row.safeVal), std::string(row.safeFilter),
                                       MakeParameters(row.parameters)});
   }
-  if (kind == DatabaseKind::DbPervasive) {
-    table[ado_type::kBinary].SafeValParameters = {Value("'"), Value("'"), Value(-1)};
-  }
+  if (dialect->quotesFixedBinary) table[ado_type::kBinary].SafeValParameters = {Value("'"), Value("'"), Value(-1)};
   return table;
 }
 

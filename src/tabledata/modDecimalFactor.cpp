@@ -24,7 +24,7 @@ bool HasDecimals(std::int32_t type) {
 void SettleDecimalFactor(const DataSession& session) {
   double& factor = session.process->decimalFactor;
   if (factor != 0) return;
-  if (session.kind != DatabaseKind::DbNavision) {
+  if (!session.dialect->mayScaleDecimals) {
     factor = 1;
     return;
   }
@@ -47,7 +47,7 @@ std::string ScaledNumber(const Value& value, double factor) {
 std::string LiteralOfRead(DataSession& session, const std::string& table, const std::string& field,
                           const Value& value) {
   // The factor outlives a connection, so one to another product may find it set.
-  if (session.kind == DatabaseKind::DbNavision && HasDecimals(RequireField(session, table, field).Type)) {
+  if (session.dialect->mayScaleDecimals && HasDecimals(RequireField(session, table, field).Type)) {
     SettleDecimalFactor(session);
     const double factor = session.process->decimalFactor;
     if (factor == kScaledDecimalFactor) return SafeVal(session, table, field, ScaledNumber(value, factor));

@@ -66,6 +66,9 @@ class ServerView {
   /// True when nobody is there to answer a box: the server shows none on its own.
   [[nodiscard]] virtual bool Unattended() const = 0;
 
+  /// The longest wait for a connection to a database, in seconds; 0 for ever.
+  [[nodiscard]] virtual int ConnectTimeout() const { return 15; }
+
   [[nodiscard]] virtual OperatorSettings GetSettings() const = 0;
   /// Takes the settings over: the next round of the loop reconnects with them, under a new id of the data session.
   virtual void StoreSettings(const OperatorSettings& settings) = 0;

@@ -152,7 +152,7 @@ std::vector<std::pair<std::string, std::string>> NavisionUser::Filters() const {
 void ProcessAuthorize(const XmlDocument& request, XmlDocument& response, DataSession& session) {
   std::string userId = GetNodeText(request, "/XML/UserId");
   const std::string authenticatedUser = GetNodeText(request, "/XML/AuthenticatedUser");
-  if (session.kind == DatabaseKind::DbNavision) {
+  if (session.dialect->usersInDatabase) {
     const std::string password = GetNodeText(request, "/XML/Password");
     response.LoadXML(AuthorizeNavision(session, userId, password, authenticatedUser));
     return;

@@ -27,9 +27,9 @@ UserManagement FindUserManagement(const XmlDocument& request, const DataSession&
   return {.active = true, .users = XmlDocument(list).SelectNodes("/XML/Users/User").size()};
 }
 
-std::string FilterOperators(DatabaseKind kind) {
+std::string FilterOperators(const Dialect& dialect) {
   std::string operators(kFilterOperators);
-  if (kind == DatabaseKind::DbNavision) operators += kFlowFilterOperator;
+  if (dialect.flowFilters) operators += kFlowFilterOperator;
   return operators;
 }
 
@@ -49,7 +49,7 @@ void ProcessInitialize(const XmlDocument& request, XmlDocument& response, DataSe
   set("ColumnSorting", "1");
   set("IdIsCaption", "1");
   set("UserCount", std::to_string(management.users));
-  set("FilterOperators", FilterOperators(session.kind));
+  set("FilterOperators", FilterOperators(*session.dialect));
 }
 
 }  // namespace ods

@@ -62,7 +62,7 @@ void ProcessUsersAndRoles(const XmlDocument& /*request*/, XmlDocument& response,
 }
 
 std::string GetNavisionUsersAndRoles(const DataSession& session) {
-  if (session.kind != DatabaseKind::DbNavision) return "";
+  if (!session.dialect->usersInDatabase) return "";
   const NavisionTables names = ReadNavisionTables(*session.process->context);
   const XmlDocument document("<XML><Users/><Groups/></XML>");
   ProbeUserTable(session, names);

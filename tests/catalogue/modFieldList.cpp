@@ -3,10 +3,13 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
+
+using ::testing::_;
 
 std::string Answer(FakeSession& fake, const std::string& table) {
   const XmlDocument request("<XML><Type>FieldList</Type><TableId>" + table + "</TableId></XML>");
@@ -64,14 +67,13 @@ TEST(FieldList, RunsTheOwnQueryOfAMacroViewWithoutMarkers) {
 
 TEST(FieldList, OfAViewThatIsNotThereIsAnError) {
   FakeSession fake(DatabaseKind::DbUnknown);
-  EXPECT_EQ(ErrorOf([&] { (void)Answer(fake, "[APPVIEW]none"); }),
-            (std::pair<std::int32_t, std::string>(1000, "Unable to locate the view with id [APPVIEW]none.")));
+  EXPECT_RAISES(Answer(fake, "[APPVIEW]none"), 1000, "Unable to locate the view with id [APPVIEW]none.");
 }
 
 TEST(FieldList, WithoutATableIsAskedOfAnEmptyNameAndFailsInTheDriver) {
   FakeSession fake(DatabaseKind::DbUnknown);
-  EXPECT_EQ(ErrorOf([&] { (void)Answer(fake, ""); }).second,
-            "unexpected statement: SELECT * FROM \"\" WHERE (1=2) SQL: SELECT * FROM \"\" WHERE (1=2)");
+  EXPECT_RAISES(Answer(fake, ""), _,
+                "unexpected statement: SELECT * FROM \"\" WHERE (1=2) SQL: SELECT * FROM \"\" WHERE (1=2)");
 }
 
 }  // namespace

@@ -3,10 +3,13 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
+
+using ::testing::_;
 
 using Names = std::vector<std::string>;
 
@@ -34,7 +37,7 @@ TEST(KeyText, CopiesWhatIsNotEscaped) {
 
 TEST(KeyText, RefusesABrokenEscape) {
   for (const char* text : {"\\", "a\\4", "\\zz", "\\4g", "\\+1", "\\ 1"}) {
-    EXPECT_EQ(ErrorOf([&] { (void)TextToKey(text); }).first, error_number::kTypeMismatch) << text;
+    EXPECT_RAISES(TextToKey(text), error_number::kTypeMismatch, _) << text;
   }
 }
 
@@ -108,7 +111,7 @@ TEST_F(Keys, AreConstructedFromColumnsThatAreNeverNull) {
 }
 
 TEST_F(Keys, OfASqlServerHeapAreConstructedFromTheIntegerAndNotFromTheLongText) {
-  fake_.session.kind = DatabaseKind::DbSqlServer;
+  fake_.Use(DatabaseKind::DbSqlServer);
   Indexes({});
   Columns({{"No", ado_type::kInteger, 4, 0}, {"Notes", ado_type::kLongVarWChar, 1073741823, 0}});
   const TableKeys keys = Read("[TABLE][dbo].[Heap]");
@@ -129,7 +132,7 @@ TEST_F(Keys, UseEveryTypeFitForAKey) {
 
 TEST_F(Keys, AreNotConstructedOnNavisionAndUnnamedProducts) {
   for (const DatabaseKind kind : {DatabaseKind::DbNavision, DatabaseKind::DbUnnamed}) {
-    fake_.session.kind = kind;
+    fake_.Use(kind);
     Indexes({{"ix", false, 3, 1, "a"}, {"iy", false, 3, 1, "b"}});
     TableKeys keys = Read();
     EXPECT_EQ(keys.PrimaryKey, "");
@@ -160,7 +163,7 @@ TEST_F(Keys, OfAServerSideViewAreConstructedWithoutLookingForIndexes) {
 }
 
 TEST_F(Keys, AskTheIndexSchemaForSchemaAndName) {
-  fake_.session.kind = DatabaseKind::DbSqlServer;
+  fake_.Use(DatabaseKind::DbSqlServer);
   Indexes({{"pk", true, 1, 1, "a"}});
   (void)Read("[TABLE][sales].[Orders]");
   ASSERT_EQ(fake_.connection->schemaRestrictions.size(), 5U);

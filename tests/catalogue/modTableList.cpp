@@ -3,10 +3,13 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
+
+using ::testing::_;
 
 class TableList : public ::testing::Test {
  protected:
@@ -123,7 +126,7 @@ TEST_F(TableList, OfViewsWithTheSameIdOnlyTheLaterOneSurvives) {
 
 TEST_F(TableList, LetsErrorsPass) {
   FakeSession fake;
-  EXPECT_EQ(ErrorOf([&] { (void)Answer(fake); }).first, error_number::kGeneralFailure);
+  EXPECT_RAISES(Answer(fake), error_number::kGeneralFailure, _);
 }
 
 }  // namespace

@@ -73,6 +73,17 @@ TEST(Utf8Test, TakesOneCharacterAtATime) {
   EXPECT_EQ(text, "\xFF");
 }
 
+TEST(Utf8Test, AppendsWhatIsReadAgain) {
+  for (const char32_t character : {U'\0', U'a', U'\x7F', U'\x80', U'\u07FF', U'\u0800', U'\uD7FF', U'\uE000', U'\uFFFD',
+                                   U'\uFFFF', U'\U00010000', U'\U0010FFFF'}) {
+    std::string text = "x";
+    AppendCharacter(text, character);
+    std::string_view rest = std::string_view(text).substr(1);
+    EXPECT_EQ(NextCharacter(rest), character);
+    EXPECT_TRUE(rest.empty());
+  }
+}
+
 TEST(Utf8Test, CountsTheAsciiAtTheStart) {
   EXPECT_EQ(AsciiPrefix(""), 0U);
   EXPECT_EQ(AsciiPrefix("12345678901"), 11U);

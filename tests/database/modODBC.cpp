@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
 
+using ::testing::_;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 
@@ -46,25 +48,22 @@ TEST_F(Execute, ReplacesPlaceholdersPairByPair) {
 }
 
 TEST_F(Execute, OnMySqlARecordSetHasNoMaxRecords) {
-  fake_.session.kind = DatabaseKind::DbMySql;
+  fake_.Use(DatabaseKind::DbMySql);
   (void)ExecuteSQL(fake_.session, "SELECT 1", 51);
   EXPECT_THAT(fake_.connection->limits, ElementsAre(0));
 }
 
 TEST_F(Execute, AFailureCarriesTheStatement) {
   Fail();
-  const auto [number, text] = ErrorOf([&] { (void)ExecuteSQL(fake_.session, "SELECT x", 1); });
-  EXPECT_EQ(number, -2147217865);
-  EXPECT_EQ(text, "No such table SQL: SELECT x");
+  EXPECT_RAISES(ExecuteSQL(fake_.session, "SELECT x", 1), -2147217865, "No such table SQL: SELECT x");
   EXPECT_THAT(fake_.ui.entries, Contains("SQL Error: -2147217865 (0x80040E37), No such table"));
 }
 
 TEST_F(Execute, AnExpectedFailureIsAWarningInTheLogAndStillRaised) {
   Fail();
   const std::int32_t expected[] = {5, -2147217865};
-  const auto [number, text] =
-      ErrorOf([&] { (void)ExecuteSQL(fake_.session, "SELECT x", 1, {.expectedErrors = expected, .parameters = {}}); });
-  EXPECT_EQ(number, -2147217865);
+  EXPECT_RAISES(ExecuteSQL(fake_.session, "SELECT x", 1, {.expectedErrors = expected, .parameters = {}}), -2147217865,
+                _);
   EXPECT_THAT(fake_.ui.entries, Contains("SQL Warning: -2147217865 (0x80040E37), No such table"));
 }
 
@@ -78,11 +77,9 @@ TEST_F(Execute, TheFailureOfAStatementWithASecretShowsItNowhere) {
   fake_.connection->answer = [](const std::string&) -> std::shared_ptr<RecordSet> {
     throw Error(-2147217900, "syntax error near 'sec");
   };
-  const auto [number, text] =
-      ErrorOf([&] { (void)ExecuteSQL(fake_.session, "SELECT 'secret'", 0, {.shownAs = "SELECT '*****'"}); });
   const std::string withheld = "The statement failed. The driver's description may quote a secret and is withheld.";
-  EXPECT_EQ(number, -2147217900);
-  EXPECT_EQ(text, withheld + " SQL: SELECT '*****'");
+  EXPECT_RAISES(ExecuteSQL(fake_.session, "SELECT 'secret'", 0, {.shownAs = "SELECT '*****'"}), -2147217900,
+                withheld + " SQL: SELECT '*****'");
   EXPECT_THAT(fake_.ui.entries, ElementsAre("SQL: SELECT '*****'", "SQL Error: -2147217900 (0x80040E14), " + withheld));
 }
 
@@ -100,7 +97,7 @@ TEST(TableExists, AsksTheTablesSchemaForTheName) {
 
 TEST(TableExists, LetsErrorsPass) {
   FakeSession fake;
-  EXPECT_EQ(ErrorOf([&] { (void)TableExists(fake.session, "x"); }).first, error_number::kGeneralFailure);
+  EXPECT_RAISES(TableExists(fake.session, "x"), error_number::kGeneralFailure, _);
 }
 
 }  // namespace

@@ -3,11 +3,13 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
 #include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
+
+using ::testing::_;
 
 std::string Select(FakeSession& fake, const std::string& table, std::int32_t top, const SelectParts& parts) {
   bool fieldsFixed = false;
@@ -36,12 +38,12 @@ TEST(TableIdentifier, TypeIsTheTextInTheLeadingBrackets) {
 }
 
 TEST(TableIdentifier, OnlySqlServerNamesHaveASchema) {
-  const SchemaAndName split = SplitTableName("[TABLE][dbo].[Order]]s]", DatabaseKind::DbSqlServer);
+  const SchemaAndName split = SplitTableName("[TABLE][dbo].[Order]]s]", DialectOf(DatabaseKind::DbSqlServer));
   EXPECT_EQ(split.schema, "dbo");
   EXPECT_EQ(split.name, "Order]]s");
-  EXPECT_EQ(SplitTableName("[TABLE]Orders", DatabaseKind::DbSqlServer).name, "Orders");
-  EXPECT_EQ(SplitTableName("[TABLE][a].[b].[c]", DatabaseKind::DbSqlServer).name, "[a].[b].[c]");
-  const SchemaAndName other = SplitTableName("[TABLE][dbo].[x]", DatabaseKind::DbMySql);
+  EXPECT_EQ(SplitTableName("[TABLE]Orders", DialectOf(DatabaseKind::DbSqlServer)).name, "Orders");
+  EXPECT_EQ(SplitTableName("[TABLE][a].[b].[c]", DialectOf(DatabaseKind::DbSqlServer)).name, "[a].[b].[c]");
+  const SchemaAndName other = SplitTableName("[TABLE][dbo].[x]", DialectOf(DatabaseKind::DbMySql));
   EXPECT_EQ(other.schema, "");
   EXPECT_EQ(other.name, "[dbo].[x]");
 }
@@ -74,7 +76,7 @@ TEST(TableIdentifier, WithoutQuotesANameIsNothingButAName) {
     EXPECT_RAISES(QuoteIdentifier(bare.session, name), 1000, refusal(name));
     EXPECT_RAISES(QuoteTableName(bare.session, name), 1000, refusal(name));
   }
-  EXPECT_THROW(static_cast<void>(QuoteIdentifier(bare.session, std::string("a\0b", 3))), Error);
+  EXPECT_RAISES(QuoteIdentifier(bare.session, std::string("a\0b", 3)), 1000, _);
   bare.session.QuotePrefix = "\"";
   EXPECT_RAISES(QuoteIdentifier(bare.session, "a b"), 1000, refusal("a b")) << "one quote alone encloses nothing";
 }
@@ -232,9 +234,7 @@ TEST(BuildSelect, KeepsAMacroMarkerThatTheRequestLeavesEmpty) {
 
 TEST(BuildSelect, NamesTheViewThatThereIsNot) {
   FakeSession fake;
-  const auto [number, text] = ErrorOf([&] { (void)Select(fake, "[APPVIEW]it's", 1, {}); });
-  EXPECT_EQ(number, 1000);
-  EXPECT_EQ(text, "Unable to locate the view with id [APPVIEW]it's.");
+  EXPECT_RAISES(Select(fake, "[APPVIEW]it's", 1, {}), 1000, "Unable to locate the view with id [APPVIEW]it's.");
 }
 
 }  // namespace

@@ -4,7 +4,8 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
@@ -51,9 +52,7 @@ TEST_F(Views, ABrokenMainFileOffersNone) {
 
 TEST_F(Views, ABrokenFileIsAnErrorThatNamesIt) {
   WriteFile("views/broken.xml", "<View>");
-  const auto [number, text] = ErrorOf([&] { (void)Load(); });
-  EXPECT_EQ(number, 91);
-  EXPECT_NE(text.find("broken.xml"), std::string::npos) << text;
+  EXPECT_RAISES(Load(), 91, ::testing::HasSubstr("broken.xml"));
 }
 
 TEST_F(Views, AreReadAfreshAtEveryUse) {

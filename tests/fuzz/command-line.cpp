@@ -15,7 +15,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     again += quoted(name) + "=" + quoted(*value.GetIf<std::string>()) + " ";
   }
   const auto reread = ods::ParseCommandLine(again);
-  // The one slash or hyphen that goes may be followed by another, or by a blank: quotes do not keep those.
+  // The slash or hyphens that go may be followed by another one, or by a blank: quotes do not keep those.
   for (const std::string& name : parameters->Keys()) {
     if (name.empty() || std::string_view("/- ").find(name.front()) != std::string_view::npos) return 0;
   }

@@ -80,7 +80,7 @@ class ProductSession {
     database_ = ConnectDatabase(state_, "DRIVER=" ODS_PRODUCT_DRIVER ";Database=" + DatabaseFile() +
                                             ";StatementFile=" + StatementFile() + ";" + product.settings);
     const DataSession& session = *database_.session;
-    Require(session.kind == product.kind, "the connection is the product's", product.folder);
+    Require(session.dialect->kind == product.kind, "the connection is the product's", product.folder);
     std::ofstream(folder_.Path() + "/views.xml")
         << ReplaceAll(ReplaceAll(kViews, "{", session.QuotePrefix), "}", session.QuoteSuffix);
   }
@@ -89,7 +89,7 @@ class ProductSession {
   DataSession& Renewed() {
     std::ofstream(StatementFile(), std::ios::trunc).flush();
     state_.decimalFactor = 0;
-    ui_.boxes.clear();
+    ui_.calls.clear();
     DataSession& session = *database_.session;
     session.fieldCache.clear();
     session.cache = CreateHalvikDictionary(components_);

@@ -8,8 +8,8 @@
 #include <iterator>
 
 #include "common/Text.h"
+#include "doubles/FakeSession.h"
 #include "fuzz/Fuzz.h"
-#include "support/FakeSession.h"
 #include "support/SqlTokens.h"
 #include "users/modAuthorize.h"
 #include "users/modInitialize.h"
@@ -60,7 +60,7 @@ std::shared_ptr<RecordSet> RowsOf(std::string_view texts) {
 
 FakeSession& SessionFor(const Input& input) {
   static FakeSession fake;
-  fake.session.kind = input.isNavision ? DatabaseKind::DbNavision : DatabaseKind::DbUnknown;
+  fake.Use(input.isNavision ? DatabaseKind::DbNavision : DatabaseKind::DbUnknown);
   fake.connection->statements.clear();
   fake.connection->answer = [input](const std::string& sql) {
     if (fake.connection->statements.size() == input.failing) {

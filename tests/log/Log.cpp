@@ -153,13 +153,7 @@ TEST_F(LogTest, AFolderThatIsMissingIsMade) {
 TEST_F(LogTest, RaisesWhatKeepsItFromWriting) {
   // A folder in the file's place cannot be appended to, whoever asks.
   fs::create_directory(log_.PathOf(LocalNow()));
-  try {
-    log_.LogEntry(0, "a");
-    ADD_FAILURE() << "nothing was raised";
-  } catch (const Error& error) {
-    EXPECT_EQ(error.Number(), 1000);
-    EXPECT_THAT(error.Description(), HasSubstr(log_.PathOf(LocalNow())));
-  }
+  EXPECT_RAISES(log_.LogEntry(0, "a"), 1000, HasSubstr(log_.PathOf(LocalNow())));
 }
 
 TEST_F(LogTest, TheCounterDoesNotOverflow) {

@@ -8,6 +8,7 @@
 
 #include "common/Files.h"
 #include "common/Text.h"
+#include "doubles/RecordingUserInterface.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods {
@@ -17,21 +18,6 @@ namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
-using ::testing::Pair;
-
-// Keeps the entries of the trace-log window.
-class Window : public UserInterface {
- public:
-  void LetEventsRun() override {}
-  void ShowMainWindow() override {}
-  void UnloadMainWindow() override {}
-  void ShowOptionsDialog() override {}
-  void WaitUntilClosed() override {}
-  void MessageBox(const std::string& /*title*/, const std::string& /*text*/, BoxStyle /*style*/) override {}
-  void AddTraceEntry(std::int32_t severity, const std::string& text) override { entries.emplace_back(severity, text); }
-
-  std::vector<std::pair<std::int32_t, std::string>> entries;
-};
 
 class TraceTest : public ::testing::Test {
  protected:
@@ -51,12 +37,12 @@ class TraceTest : public ::testing::Test {
   // The entry that a call of `Trace` makes.
   std::string EntryOf(std::string_view text, double elapsed = -1) {
     tracer_.Trace(text, elapsed);
-    return window_.entries.empty() ? "" : window_.entries.back().second;
+    return window_.entries.empty() ? "" : window_.entries.back();
   }
 
   test::TemporaryFolder temporary_;
   std::string folder_ = temporary_.Path();
-  Window window_;
+  test::RecordingUserInterface window_;
   Tracer tracer_{window_};
 };
 
@@ -71,7 +57,8 @@ TEST_F(TraceTest, WritesToTheLogAndToTheWindow) {
   OpenLog();
   tracer_.Trace("O'Neil connected", 1.5, severity::kWarning);
   tracer_.Trace("done");
-  EXPECT_THAT(window_.entries, ElementsAre(Pair(1, "O'Neil connected (1500 ms)"), Pair(0, "done")));
+  EXPECT_THAT(window_.entries, ElementsAre("O'Neil connected (1500 ms)", "done"));
+  EXPECT_THAT(window_.severities, ElementsAre(severity::kWarning, severity::kInformation));
   EXPECT_THAT(Lines(), ElementsAre(MatchesRegex("'.{19}', 1, 1, 'O''Neil connected \\(1500 ms\\)'"),
                                    MatchesRegex("'.{19}', 2, 0, 'done'")));
 }
@@ -124,7 +111,7 @@ TEST_F(TraceTest, ALogThatCannotBeWrittenIsToldOnceAndStopsNobody) {
   fs::remove_all(place);
   putAFileThere();
   EXPECT_THAT(trace("fourth"), ::testing::StartsWith("The log cannot be written: "));
-  EXPECT_THAT(window_.entries, ElementsAre(Pair(0, "first"), Pair(0, "second"), Pair(0, "third"), Pair(0, "fourth")));
+  EXPECT_THAT(window_.entries, ElementsAre("first", "second", "third", "fourth"));
 }
 
 }  // namespace

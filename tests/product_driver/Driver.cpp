@@ -6,10 +6,13 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "platform/ado/Ado.h"
+#include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods {
 namespace {
+
+using ::testing::_;
 
 /// One product that fetches rows in blocks and one that does not.
 constexpr const char* kBothWays[] = {"Microsoft SQL Server", "ACCESS"};
@@ -27,14 +30,8 @@ class Driver : public ::testing::Test {
     connection->Open("DRIVER=" ODS_PRODUCT_DRIVER ";Product={" + product + "};Database=" + file + more);
     return connection;
   }
-  static std::int32_t ErrorOf(Connection& connection, const std::string& sql) {
-    try {
-      (void)connection.OpenRecordSet(sql, 0);
-    } catch (const Error& error) {
-      return error.Number();
-    }
-    return 0;
-  }
+  /// A number of ADO's as it is known.
+  static std::int32_t Hex(std::uint32_t number) { return static_cast<std::int32_t>(number); }
 
   test::TemporaryFolder folder_;
   int files_ = 0;
@@ -67,20 +64,21 @@ TEST_F(Driver, GivesEveryRowOfALargeTableAndTextsLongerThanAnyBuffer) {
 
 TEST_F(Driver, TellsErrorsByTheirStates) {
   const auto connection = Open("CREATE TABLE t (a int);", "Other");
-  EXPECT_EQ(ErrorOf(*connection, "SELECT a FROM nothing"), static_cast<std::int32_t>(0x80040E37));
-  EXPECT_EQ(ErrorOf(*connection, "SELECT \"nothing\" FROM t"), static_cast<std::int32_t>(0x80040E14));
-  EXPECT_EQ(ErrorOf(*connection, "SELECT FROM t"), static_cast<std::int32_t>(0x80040E14));
-  EXPECT_EQ(ErrorOf(*connection, "DELETE FROM t"), static_cast<std::int32_t>(0x80040E14));
-  EXPECT_EQ(ErrorOf(*connection, "SELECT {d '2023-02-30'}"), static_cast<std::int32_t>(0x80040E07));
-  EXPECT_EQ(ErrorOf(*connection, "SELECT a FROM t"), 0) << "and lives on";
-  EXPECT_THROW((void)CreateOdbcConnection()->OpenRecordSet("SELECT 1", 0), Error) << "closed";
+  EXPECT_RAISES(connection->OpenRecordSet("SELECT a FROM nothing", 0), Hex(0x80040E37), _);
+  EXPECT_RAISES(connection->OpenRecordSet("SELECT \"nothing\" FROM t", 0), Hex(0x80040E14), _);
+  EXPECT_RAISES(connection->OpenRecordSet("SELECT FROM t", 0), Hex(0x80040E14), _);
+  EXPECT_RAISES(connection->OpenRecordSet("DELETE FROM t", 0), Hex(0x80040E14), _);
+  EXPECT_RAISES(connection->OpenRecordSet("SELECT {d '2023-02-30'}", 0), Hex(0x80040E07), _);
+  EXPECT_NO_THROW((void)connection->OpenRecordSet("SELECT a FROM t", 0)) << "and lives on";
+  EXPECT_RAISES(CreateOdbcConnection()->OpenRecordSet("SELECT 1", 0), 3704, _) << "closed";
 }
 
 TEST_F(Driver, RefusesAConnectionThatItCannotMake) {
   for (const char* settings : {"Product=Other;Database=/nowhere/x.db", "Product=Other;FailConnect=1", "nonsense",
                                "Product=Other;FailFetch=x"}) {
     const auto connection = CreateOdbcConnection();
-    EXPECT_THROW(connection->Open(std::string("DRIVER=" ODS_PRODUCT_DRIVER ";") + settings), Error) << settings;
+    EXPECT_RAISES(connection->Open(std::string("DRIVER=" ODS_PRODUCT_DRIVER ";") + settings), Hex(0x80004005), _)
+        << settings;
   }
 }
 
@@ -112,7 +110,8 @@ TEST_F(Driver, ListsIndexesAsTheProductDoes) {
     }
   }
   EXPECT_EQ(all, "PK_t True 1 1 y PK_t True 1 2 x i False 3 1 x ");
-  EXPECT_THROW((void)Open("", "EXCEL")->OpenSchema(Schema::kIndexes, {Value(), Value(), Value(), Value(), "t"}), Error);
+  EXPECT_RAISES(Open("", "EXCEL")->OpenSchema(Schema::kIndexes, {Value(), Value(), Value(), Value(), "t"}),
+                Hex(0x80004005), _);
 }
 
 TEST_F(Driver, TellsTypesAndWhetherAColumnMayBeNull) {

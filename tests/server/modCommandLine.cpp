@@ -12,7 +12,9 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Text.h"
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
+#include "server/Parameters.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
@@ -57,9 +59,11 @@ TEST(ParseCommandLine, SeparatesByBlanksAndCommas) {
 
 TEST(ParseCommandLine, OnlyTheBlankSeparates) { EXPECT_EQ(Parse("a=1\tb\nc"), (Parameters{{"a", "1\tb\nc"}})); }
 
-TEST(ParseCommandLine, DropsOneSlashOrHyphenBeforeAName) {
-  EXPECT_EQ(Parse("/a -b --c //d -/e \"/f\""),
-            (Parameters{{"a", ""}, {"b", ""}, {"-c", ""}, {"/d", ""}, {"/e", ""}, {"f", ""}}));
+TEST(ParseCommandLine, DropsASlashOrOneOrTwoHyphensBeforeAName) {
+  EXPECT_EQ(
+      Parse("/a -b --c=1 //d -/e \"/f\" \"--g\"=2 ---h /--i"),
+      (Parameters{
+          {"a", ""}, {"b", ""}, {"c", "1"}, {"/d", ""}, {"/e", ""}, {"f", ""}, {"g", "2"}, {"-h", ""}, {"--i", ""}}));
 }
 
 TEST(ParseCommandLine, LowersNamesAndKeepsValues) { EXPECT_EQ(Parse("MODE=Run"), (Parameters{{"mode", "Run"}})); }
@@ -144,7 +148,7 @@ TEST(RebuildCommandLine, EveryArgumentSurvivesTheGrammar) {
       if (argument.empty()) continue;
       const std::size_t equals = argument.find('=');
       std::string name(Trim(std::string_view(argument).substr(0, equals)));
-      if (name.starts_with('/') || name.starts_with('-')) name.erase(0, 1);
+      if (name.starts_with('/') || name.starts_with('-')) name.erase(0, name.starts_with("--") ? 2 : 1);
       expected[ToLower(name)] =
           equals == std::string::npos ? "" : std::string(Trim(std::string_view(argument).substr(equals + 1)));
     }
@@ -185,9 +189,8 @@ TEST_F(ParameterFile, AnEmptyFileAddsNothing) { EXPECT_EQ(Read("", "a=1"), (Para
 
 TEST_F(ParameterFile, AMissingFileIsAnErrorThatNamesIt) {
   const auto parameters = ParseCommandLine("");
-  const auto [number, text] = test::ErrorOf([&] { ReadParameterFile(path_, *parameters); });
-  EXPECT_EQ(number, error_number::kFileNotFound);
-  EXPECT_THAT(text, testing::StartsWith("Error reading parameter file " + path_ + ". Error 53. "));
+  EXPECT_RAISES(ReadParameterFile(path_, *parameters), error_number::kFileNotFound,
+                testing::StartsWith("Error reading parameter file " + path_ + ". Error 53. "));
 }
 
 TEST(AskedInformation, KnowsTheWaysToAsk) {
@@ -200,12 +203,32 @@ TEST(AskedInformation, KnowsTheWaysToAsk) {
   EXPECT_EQ(Asked({"a=1", "--version", "--help"}), Information::kVersion);
 }
 
+TEST(UnknownParameters, AreTheNamesThatTheTableLacks) {
+  EXPECT_EQ(UnknownParameters(*ParseCommandLine("--outqueue=/q outqeue=/q hidden \"a b\" MODE=run Mod=run")),
+            (std::vector<std::string>{"outqeue", "a b", "mod"}));
+}
+
+TEST(UnknownParameters, AValueWithoutANameIsOneTwoSeparatorsAreNone) {
+  EXPECT_TRUE(UnknownParameters(*ParseCommandLine("hidden ,, mode=run -")).empty());
+  EXPECT_EQ(UnknownParameters(*ParseCommandLine("=5")), std::vector<std::string>{""});
+}
+
+TEST(UnknownParameters, NoNameOfTheTableIsOne) {
+  std::string line;
+  for (const ParameterRow& parameter : kParameters) line.append(" --").append(parameter.name).append("=x");
+  EXPECT_TRUE(UnknownParameters(*ParseCommandLine(line)).empty());
+}
+
 TEST(InformationText, TheHelpNamesEveryParameter) {
   const std::string help = InformationText(Information::kHelp);
   for (const char* name :
-       {"parameterfile", "instance", "runningmutex", "parentmutex", "messagefile", "alivefile", "config", "hidden",
-        "mode", "datafolder", "configfolder", "context", "inqueue", "outqueue"}) {
+       {"parameterfile=<file>", "instance", "runningmutex", "parentmutex", "messagefile", "alivefile", "config",
+        "hidden ", "mode=run|config ", "datafolder", "configfolder", "context", "inqueue", "outqueue"}) {
     EXPECT_THAT(help, HasSubstr("\n  " + std::string(name)));
+  }
+  for (const ParameterRow& parameter : kParameters) {
+    EXPECT_THAT(help, HasSubstr("\n  " + std::string(parameter.name)));
+    EXPECT_THAT(help, HasSubstr(" " + std::string(parameter.meaning) + "\n"));
   }
   EXPECT_THAT(help, HasSubstr("-version"));
 }

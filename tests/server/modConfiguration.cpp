@@ -9,13 +9,15 @@
 
 #include "common/Error.h"
 #include "common/Files.h"
+#include "doubles/FakeSession.h"
 #include "platform/system/System.h"
-#include "support/FakeSession.h"
 #include "support/MountedFolder.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
+using ::testing::_;
 using testing::StartsWith;
 
 class ConfigurationTest : public testing::Test {
@@ -92,18 +94,16 @@ TEST_F(ConfigurationTest, AnEmptyFileReadsAsTheDefaults) {
 
 TEST_F(ConfigurationTest, AFailedDefaultSaveNamesThePathAndTheCause) {
   path_ = folder_.Path() + "/missing/dataserver.xml";
-  const auto [number, text] = test::ErrorOf([&] { (void)Load(); });
-  EXPECT_EQ(number, error_number::kOwn);
-  EXPECT_THAT(text, StartsWith("Error saving default configuration file to " + path_ + ". Error 1000. "));
+  EXPECT_RAISES(Load(), error_number::kOwn,
+                StartsWith("Error saving default configuration file to " + path_ + ". Error 1000. "));
 }
 
 TEST_F(ConfigurationTest, AFailedReadNamesThePathAndTheCauseAndChangesNothing) {
   std::filesystem::create_directory(path_);
   Configuration configuration;
   configuration.ConnectionString = "before";
-  const auto [number, text] = test::ErrorOf([&] { LoadConfiguration(path_, configuration); });
-  EXPECT_EQ(number, error_number::kOwn);
-  EXPECT_THAT(text, StartsWith("Error loading configuration file from " + path_ + ". Error 1000. "));
+  EXPECT_RAISES(LoadConfiguration(path_, configuration), error_number::kOwn,
+                StartsWith("Error loading configuration file from " + path_ + ". Error 1000. "));
   EXPECT_EQ(configuration.ConnectionString, "before");
 }
 
@@ -218,8 +218,7 @@ TEST_F(ConfigurationTest, SavingReplacesProductNameAndVersion) {
 TEST_F(ConfigurationTest, ASettingThatXmlCannotCarryIsNotSaved) {
   Configuration configuration;
   configuration.Password = std::string("a\x01z");
-  const auto [number, text] = test::ErrorOf([&] { SaveConfiguration(path_, configuration); });
-  EXPECT_EQ(number, error_number::kGeneralFailure);
+  EXPECT_RAISES(SaveConfiguration(path_, configuration), error_number::kGeneralFailure, _);
   EXPECT_FALSE(std::filesystem::exists(path_));
 }
 

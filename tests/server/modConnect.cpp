@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "server/Doubles.h"
+#include "doubles/ServerDoubles.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
+using ::testing::_;
 using testing::ElementsAre;
 
 class ConnectTest : public testing::Test {
@@ -28,16 +30,16 @@ class ConnectTest : public testing::Test {
   [[nodiscard]] DatabaseKind KindOf(const std::string& name, const std::string& defaultDatabase = "") {
     SetName(name);
     script_.defaultDatabase = defaultDatabase;
-    return DetectDatabaseKind(test::TestConnection(script_));
+    return DetectDatabaseKind(test::ScriptedConnection(script_));
   }
   [[nodiscard]] Database Connect() { return ConnectDatabase(process_, "DSN=test;PWD=secret"); }
   [[nodiscard]] std::string CatalogOf(const std::string& catalog, DatabaseKind kind) {
     script_.properties = {{"Current Catalog", catalog}};
-    return GetCurrentCatalog(test::TestConnection(script_), kind);
+    return GetCurrentCatalog(test::ScriptedConnection(script_), DialectOf(kind));
   }
 
   test::TemporaryFolder folder_;
-  test::ScriptedUserInterface ui_;
+  test::RecordingUserInterface ui_;
   Tracer tracer_{ui_};
   ComponentRegistry components_;
   test::QueueScript queues_;
@@ -85,7 +87,7 @@ TEST_F(ConnectTest, ADatabaseWithoutANameIsKnownByItsDefaultDatabase) {
   EXPECT_EQ(KindOf("", "CRONUS"), DatabaseKind::DbNavision);
   EXPECT_EQ(KindOf("", ""), DatabaseKind::DbUnnamed);
   script_.properties.clear();
-  EXPECT_EQ(DetectDatabaseKind(test::TestConnection(script_)), DatabaseKind::DbUnnamed);
+  EXPECT_EQ(DetectDatabaseKind(test::ScriptedConnection(script_)), DatabaseKind::DbUnnamed);
 }
 
 TEST_F(ConnectTest, AConnectTracesEachStepAndTheConnectionString) {
@@ -100,7 +102,7 @@ TEST_F(ConnectTest, AConnectFillsTheSession) {
   const Database database = Connect();
   ASSERT_NE(database.session, nullptr);
   const DataSession& session = *database.session;
-  EXPECT_EQ(session.kind, DatabaseKind::DbMySql);
+  EXPECT_EQ(session.dialect->kind, DatabaseKind::DbMySql);
   EXPECT_EQ(session.process, &process_);
   EXPECT_FALSE(session.typeTable.empty());
   EXPECT_EQ(session.providerTypes->Keys(), (std::vector<std::string>{"integer"}));
@@ -152,7 +154,7 @@ TEST_F(ConnectTest, ADriverThatTellsNeitherNameNorDefaultDatabaseIsUnnamedAndQuo
   script_.defaultDatabase = "";
   script_.literals.clear();
   const Database database = Connect();
-  EXPECT_EQ(database.session->kind, DatabaseKind::DbUnnamed);
+  EXPECT_EQ(database.session->dialect->kind, DatabaseKind::DbUnnamed);
   EXPECT_EQ(database.session->QuotePrefix, "\"");
   EXPECT_EQ(database.session->QuoteSuffix, "\"");
 }
@@ -182,24 +184,20 @@ TEST_F(ConnectTest, NoOtherProductIsAskedForTheNavisionTable) {
 
 TEST_F(ConnectTest, AFailedOpenIsRaisedAndLeavesNothingOpen) {
   script_.openFailures.emplace_back(Error(-2147217843, "Login failed"));
-  const auto [number, text] = test::ErrorOf([&] { (void)Connect(); });
-  EXPECT_EQ(number, -2147217843);
-  EXPECT_EQ(text, "Login failed");
+  EXPECT_RAISES(Connect(), -2147217843, "Login failed");
   EXPECT_EQ(script_.alive, 0);
 }
 
 TEST_F(ConnectTest, AFailedLookUpLeavesNothingOpen) {
   script_.schemaFailures.emplace_back(Error(error_number::kGeneralFailure, "no types"));
-  EXPECT_EQ(test::ErrorOf([&] { (void)Connect(); }).second, "no types");
+  EXPECT_RAISES(Connect(), _, "no types");
   EXPECT_EQ(script_.alive, 0);
 }
 
 TEST_F(ConnectTest, WithoutTheComponentThereIsNoConnection) {
   ComponentRegistry empty;
   process_.components = &empty;
-  const auto [number, text] = test::ErrorOf([&] { (void)Connect(); });
-  EXPECT_EQ(number, error_number::kCannotCreate);
-  EXPECT_EQ(text, "Error creating object: ADODB.Connection");
+  EXPECT_RAISES(Connect(), error_number::kCannotCreate, "Error creating object: ADODB.Connection");
 }
 
 TEST_F(ConnectTest, TheCatalogueOfAWorkbookHasAFileExtension) {

@@ -7,7 +7,8 @@
 #include "catalogue/modKeys.h"
 #include "catalogue/modTableList.h"
 #include "common/Error.h"
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 #include "tabledata/modTableData.h"
 #include "users/modAuthorize.h"
 #include "users/modInitialize.h"
@@ -102,10 +103,7 @@ TEST(Dispatch, TheErrorOfAHandlerIsRaised) {
   test::FakeSession fake;
   const XmlDocument request;
   XmlDocument response;
-  const auto [number, text] =
-      test::ErrorOf([&] { DispatchRequest("any", request, response, &fake.session, &FindRaise); });
-  EXPECT_EQ(number, 7);
-  EXPECT_EQ(text, "handler failed");
+  EXPECT_RAISES(DispatchRequest("any", request, response, &fake.session, &FindRaise), 7, "handler failed");
 }
 
 TEST(ErrorDocument, HoldsNumberAndDescription) {

@@ -13,12 +13,15 @@
 
 #include "common/Conversions.h"
 #include "common/Files.h"
+#include "doubles/ServerDoubles.h"
 #include "platform/system/System.h"
-#include "server/Doubles.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
+using ::testing::_;
+using ::testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -140,7 +143,7 @@ class LoopTest : public testing::Test {
   }
 
   test::TemporaryFolder folder_;
-  test::ScriptedUserInterface ui_;
+  test::RecordingUserInterface ui_;
   Tracer tracer_{ui_};
   ComponentRegistry components_;
   test::QueueScript queues_;
@@ -229,7 +232,7 @@ TEST_F(LoopTest, CountsEveryMessage) {
 TEST_F(LoopTest, ACountThatWouldOverflowIsAnErrorAndTheMessageStays) {
   state_.requestCount = std::numeric_limits<std::int32_t>::max();
   Request("m1", "Ping");
-  EXPECT_EQ(test::ErrorOf([&] { Run(); }).first, error_number::kOverflow);
+  EXPECT_RAISES(Run(), error_number::kOverflow, _);
   EXPECT_EQ(EventCount("answered m1"), 0);
 }
 
@@ -374,7 +377,7 @@ TEST_F(LoopTest, TellsThatItConnects) {
   std::vector<std::string> seen;
   components_.Register("ADODB.Connection", [&] {
     seen.push_back(state_.statusText);
-    return std::make_shared<test::TestConnection>(database_);
+    return std::make_shared<test::ScriptedConnection>(database_);
   });
   components_.Register("Halvik.Queue", [&] {
     seen.push_back(state_.statusText);

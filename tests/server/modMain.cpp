@@ -9,15 +9,18 @@
 #include <sys/stat.h>
 
 #include "common/Files.h"
+#include "doubles/ServerDoubles.h"
+#include "platform/system/COpSysInfo.h"
 #include "platform/system/Folders.h"
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
-#include "server/Doubles.h"
 #include "server/modConfiguration.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
+using ::testing::_;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
@@ -50,7 +53,7 @@ class ServerTest : public testing::Test {
 
   test::TemporaryFolder folder_;
   std::string exeFolder_ = folder_.Path() + "/bin";
-  test::ScriptedUserInterface ui_;
+  test::RecordingUserInterface ui_;
   Tracer tracer_{ui_};
   ComponentRegistry components_;
   test::QueueScript queues_;
@@ -76,6 +79,7 @@ TEST_F(ServerTest, StartsUpInItsOrder) {
   const std::string queueFolder = folder_.Path() + "/temp/Korvanta/7/Queue";
   EXPECT_THAT(ui_.entries, ElementsAreArray({std::string("Starting odbc-data-server version 1.0.0.0"),
                                              "Parse command line: " + line,
+                                             "Platform: " + COpSysInfo().Description(),
                                              "Context file: " + exeFolder_ + "/context.xml",
                                              "Ini file: " + DefaultIni(),
                                              "Incoming Queue: " + queueFolder + "/Requests",
@@ -111,11 +115,9 @@ TEST_F(ServerTest, OneFolderForRequestsAndAnswersIsRefused) {
   std::filesystem::create_directory_symlink(folder, folder_.Path() + "/link");
   for (const std::string& other :
        {folder, folder + "/", folder_.Path() + "/./bin/../queue", folder_.Path() + "/link"}) {
-    const auto [number, text] = test::ErrorOf([&] { Run("hidden inqueue=" + folder + " outqueue=" + other); });
-    EXPECT_EQ(number, 1000);
     const std::string wanted = "The parameters inqueue (\"" + folder + "\") and outqueue (\"" + other +
                                "\") name the same folder: requests and answers need a folder each.";
-    EXPECT_EQ(text, wanted);
+    EXPECT_RAISES(Run("hidden inqueue=" + folder + " outqueue=" + other), 1000, wanted);
     EXPECT_EQ(ui_.CountOf("Error: " + wanted), 1) << "the log tells it too";
   }
   EXPECT_THAT(database_.opened, IsEmpty());
@@ -138,6 +140,7 @@ TEST_F(ServerTest, TheLogBeginsWithTheSystemsEntry) {
   const std::string log = ReadFileText(tracer_.GetLog()->PathOf(LocalNow()));
   EXPECT_THAT(log, HasSubstr(", 1, 0, 'User="));
   EXPECT_THAT(log, HasSubstr(", 2, 0, 'Starting "));
+  EXPECT_THAT(log, HasSubstr(", 4, 0, 'Platform: " + COpSysInfo().Name() + " " + COpSysInfo().Version()));
   EXPECT_EQ(tracer_.GetLog()->PathOf(LocalNow()).find(exeFolder_ + "/Data/Logs/"), 0U);
   EXPECT_THAT(tracer_.GetLog()->PathOf(LocalNow()),
               testing::EndsWith("-DBSRV-" + std::to_string(CurrentProcessId()) + ".log"));
@@ -235,28 +238,47 @@ TEST_F(ServerTest, ReadsTheParameterFileBelowTheCommandLine) {
   EXPECT_TRUE(settings.hidden);
 }
 
+TEST_F(ServerTest, TakesParametersWithTwoHyphens) {
+  const Settings& settings = Run("--hidden --mode=config --outqueue=" + folder_.Path() + "/answers");
+  EXPECT_EQ(settings.outqueue, folder_.Path() + "/answers");
+  EXPECT_TRUE(settings.hidden);
+}
+
+TEST_F(ServerTest, WarnsOfParametersThatItDoesNotKnow) {
+  const std::string file = folder_.Path() + "/parameters.txt";
+  std::ofstream(file) << "hidden\nouteqeue=/q\nalivefil=/a\ninqeue=/other\n";
+  Run("mode=config inqeue=/in parameterfile=" + file);
+  EXPECT_THAT(ui_.warnings, ElementsAre("Unknown parameter \"inqeue\" on the command line.",
+                                        "Unknown parameter \"outeqeue\" in the parameter file " + file + ".",
+                                        "Unknown parameter \"alivefil\" in the parameter file " + file + "."));
+}
+
+TEST_F(ServerTest, WarnsOfNoParameterThatItKnows) {
+  Run("mode=config hidden instance=7 config=" + folder_.Path() + "/a.xml");
+  EXPECT_THAT(ui_.warnings, IsEmpty());
+}
+
 TEST_F(ServerTest, AMissingParameterFileIsAnErrorThatNamesIt) {
   const std::string file = folder_.Path() + "/missing.par";
-  const auto [number, text] = test::ErrorOf([&] { Run("parameterfile=" + file); });
-  EXPECT_EQ(number, error_number::kFileNotFound);
-  EXPECT_THAT(text, HasSubstr(file));
+  EXPECT_RAISES(Run("parameterfile=" + file), error_number::kFileNotFound, HasSubstr(file));
   EXPECT_FALSE(std::filesystem::exists(exeFolder_ + "/Data")) << "nothing was made yet";
 }
 
 TEST_F(ServerTest, AConfigurationThatCannotBeLoadedEndsTheStart) {
-  const auto [number, text] = test::ErrorOf([&] { Run("config=" + folder_.Path() + "/no/such/folder.xml"); });
-  EXPECT_EQ(number, error_number::kOwn);
-  EXPECT_THAT(text, StartsWith("Error saving default configuration file to " + folder_.Path() + "/no/such/folder.xml"));
+  const std::optional<Error> error = test::ErrorOf([&] { Run("config=" + folder_.Path() + "/no/such/folder.xml"); });
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->Number(), error_number::kOwn);
+  EXPECT_THAT(error->Description(),
+              StartsWith("Error saving default configuration file to " + folder_.Path() + "/no/such/folder.xml"));
   ASSERT_GE(ui_.entries.size(), 2U);
-  EXPECT_EQ(ui_.entries[ui_.entries.size() - 2], "Error: " + text);
+  EXPECT_EQ(ui_.entries[ui_.entries.size() - 2], "Error: " + error->Description());
   EXPECT_EQ(ui_.entries.back(), "Stop");
 }
 
 TEST_F(ServerTest, AMutexThatCannotBeCreatedEndsTheStart) {
   Configure(DefaultIni());
-  const auto [number, text] = test::ErrorOf([&] { Run("runningmutex=" + std::string(300, 'x')); });
-  EXPECT_EQ(number, error_number::kOwn);
-  EXPECT_THAT(text, StartsWith("Error creating instance mutex ("));
+  EXPECT_RAISES(Run("runningmutex=" + std::string(300, 'x')), error_number::kOwn,
+                StartsWith("Error creating instance mutex ("));
   EXPECT_THAT(database_.opened, IsEmpty());
 }
 
@@ -372,8 +394,7 @@ TEST_F(ServerTest, HiddenMayComeFromTheParameterFile) {
 TEST_F(ServerTest, WithoutADisplayItEndsBeforeItTouchesDatabaseOrQueues) {
   Configure(DefaultIni());
   noWindow_ = "No window can be shown: no display.";
-  const auto [number, text] = test::ErrorOf([&] { Run(""); });
-  EXPECT_EQ(text, noWindow_);
+  EXPECT_RAISES(Run(""), _, noWindow_);
   EXPECT_THAT(database_.opened, IsEmpty());
   EXPECT_THAT(queues_.events, IsEmpty());
   EXPECT_FALSE(std::filesystem::exists(folder_.Path() + "/temp")) << "where the queues would be";
@@ -384,7 +405,7 @@ TEST_F(ServerTest, WithoutADisplayItEndsBeforeItTouchesDatabaseOrQueues) {
 
 TEST_F(ServerTest, AStartThatFailsLeavesNoWindowOpen) {
   Configure(DefaultIni());
-  (void)test::ErrorOf([&] { Run("runningmutex=" + std::string(300, 'x')); });
+  EXPECT_RAISES(Run("runningmutex=" + std::string(300, 'x')), error_number::kOwn, _);
   EXPECT_THAT(ui_.calls, ElementsAre("open windows", "show main window", "unload main window"));
 }
 
@@ -485,9 +506,7 @@ TEST_F(ServerTest, SettingsThatCannotBeSavedAreAnErrorThatNamesTheFile) {
   Configure(DefaultIni());
   Run("mode=config");
   std::filesystem::remove_all(exeFolder_ + "/Data/config");
-  const auto [number, text] = test::ErrorOf([&] { view_->SaveSettings(); });
-  EXPECT_EQ(number, error_number::kOwn);
-  EXPECT_THAT(text, HasSubstr(DefaultIni()));
+  EXPECT_RAISES(view_->SaveSettings(), error_number::kOwn, HasSubstr(DefaultIni()));
 }
 
 TEST_F(ServerTest, TheWindowsSeeWhatTheServerIsAndDoes) {

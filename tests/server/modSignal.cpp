@@ -7,9 +7,10 @@
 
 #include "common/Error.h"
 #include "common/Files.h"
+#include "doubles/ServerDoubles.h"
 #include "log/Log.h"
 #include "platform/xml/Xml.h"
-#include "server/Doubles.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
@@ -38,7 +39,7 @@ class SignalTest : public testing::Test {
   }
 
   test::TemporaryFolder folder_;
-  test::ScriptedUserInterface ui_;
+  test::RecordingUserInterface ui_;
   Tracer tracer_{ui_};
   std::string file_ = folder_.Path() + "/status.xml";
   Date now_ = At(8, 5, 3);
@@ -145,9 +146,8 @@ TEST_F(SignalTest, AnInstanceMutexExistsUntilItIsDestroyed) {
 }
 
 TEST_F(SignalTest, AMutexThatCannotBeCreatedSaysWhy) {
-  const auto [number, text] = test::ErrorOf([] { (void)CreateInstanceMutex(std::string(300, 'x')); });
-  EXPECT_EQ(number, error_number::kOwn);
-  EXPECT_THAT(text, testing::MatchesRegex("Error creating instance mutex \\([0-9]+\\)\\. .+"));
+  EXPECT_RAISES(CreateInstanceMutex(std::string(300, 'x')), error_number::kOwn,
+                testing::MatchesRegex("Error creating instance mutex \\([0-9]+\\)\\. .+"));
 }
 
 }  // namespace

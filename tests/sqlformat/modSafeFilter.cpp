@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
 #include "support/RaisedErrors.h"
 
 namespace ods::test {
@@ -70,10 +70,8 @@ TEST_F(Filter, NormalisesATimeStampAsADateWithItsTime) {
 }
 
 TEST_F(Filter, NamesTheFieldThatTheTableLacks) {
-  const auto [number, text] = ErrorOf([&] { (void)Normalised("Missing", "x"); });
-  EXPECT_EQ(number, 1000);
-  EXPECT_EQ(
-      text,
+  EXPECT_RAISES(
+      Normalised("Missing", "x"), 1000,
       "Unable to get information about field 'Missing' in table '[TABLE]Customer'. Please make sure that the field "
       "exist.");
 }

@@ -4,10 +4,13 @@
 #include <gtest/gtest.h>
 #include <locale>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
+
+using ::testing::_;
 
 const std::string kTable = "[TABLE]t";
 
@@ -142,31 +145,27 @@ TEST(SafeVal, OnPervasiveOnlyTheFixedBinaryTypeStandsInApostrophes) {
 }
 
 TEST(SafeVal, ANumberForABinaryColumnIsNotAnArray) {
-  const auto [number, text] = ErrorOf([] { (void)Literal(ado_type::kVarBinary, 7); });
-  EXPECT_EQ(number, 1000);
-  EXPECT_EQ(text, "SafeVal_Binary: Value is not an array. Type is Long. Value is 7");
-  EXPECT_EQ(ErrorOf([] { (void)Literal(ado_type::kVarBinary, "0g"); }).first, error_number::kTypeMismatch);
+  EXPECT_RAISES(Literal(ado_type::kVarBinary, 7), 1000,
+                "SafeVal_Binary: Value is not an array. Type is Long. Value is 7");
+  EXPECT_RAISES(Literal(ado_type::kVarBinary, "0g"), error_number::kTypeMismatch, _);
 }
 
 TEST(SafeVal, AColumnOfTypeZeroIsAnUnsupportedDatatype) {
-  const auto [number, text] = ErrorOf([] { (void)Literal(ado_type::kEmpty, "x"); });
-  EXPECT_EQ(number, 1000);
-  EXPECT_EQ(text, "Unsupported datatype in SafeVal funciton: Empty");
+  EXPECT_RAISES(Literal(ado_type::kEmpty, "x"), 1000, "Unsupported datatype in SafeVal funciton: Empty");
 }
 
 TEST(SafeVal, NamesTheTypeThatTheTypeTableLacks) {
-  EXPECT_EQ(ErrorOf([] { (void)Literal(ado_type::kVariant, "x"); }).second,
-            "The data type 12 is not in the type table.");
+  EXPECT_RAISES(Literal(ado_type::kVariant, "x"), _, "The data type 12 is not in the type table.");
 }
 
 TEST(SafeVal, RefusesTextThatNoStatementCanCarry) {
-  EXPECT_EQ(ErrorOf([] { (void)Literal(ado_type::kVarChar, std::string("a\0b", 3)); }).first, 1000);
+  EXPECT_RAISES(Literal(ado_type::kVarChar, std::string("a\0b", 3)), 1000, _);
 }
 
 TEST(SafeVal, FailsForAnUnknownField) {
   FakeSession fake;
   fake.Describe(kTable, {{"f", ado_type::kInteger, 4, 0}});
-  EXPECT_EQ(ErrorOf([&] { (void)SafeVal(fake.session, kTable, "g", 1); }).first, error_number::kObjectMissing);
+  EXPECT_RAISES(SafeVal(fake.session, kTable, "g", 1), error_number::kObjectMissing, _);
 }
 
 std::string Column(DatabaseKind kind, std::int32_t type, std::int64_t size = 16) {
@@ -195,16 +194,14 @@ TEST(SafeQuote, CastsIdentifiersOfSixteenBytesOnPervasiveOnly) {
 TEST(SafeQuote, NamesTheFieldThatTheTableLacks) {
   FakeSession fake;
   fake.Describe(kTable, {{"f", ado_type::kInteger, 4, 0}});
-  const auto [number, text] = ErrorOf([&] { (void)SafeQuote(fake.session, kTable, "g'--"); });
-  EXPECT_EQ(number, 1000);
-  EXPECT_EQ(text,
-            "Unable to get information about field 'g'--' in table '[TABLE]t'. Please make sure that the field exist.");
+  EXPECT_RAISES(
+      SafeQuote(fake.session, kTable, "g'--"), 1000,
+      "Unable to get information about field 'g'--' in table '[TABLE]t'. Please make sure that the field exist.");
 }
 
 TEST(SafeQuote, RefusesColumnsWithoutLiterals) {
-  const auto [number, text] = ErrorOf([] { (void)Column(DatabaseKind::DbSqlServer, ado_type::kEmpty); });
-  EXPECT_EQ(number, 1000);
-  EXPECT_EQ(text, "Unknown datatype in SafeQuote function: Empty");
+  EXPECT_RAISES(Column(DatabaseKind::DbSqlServer, ado_type::kEmpty), 1000,
+                "Unknown datatype in SafeQuote function: Empty");
 }
 
 }  // namespace

@@ -5,13 +5,15 @@
 #include <gtest/gtest.h>
 
 #include "common/Conversions.h"
+#include "doubles/FakeSession.h"
 #include "sqlformat/modSafeFilter.h"
 #include "sqlformat/modSafeVal.h"
-#include "support/FakeSession.h"
+#include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
 
+using ::testing::_;
 using ::testing::ElementsAre;
 
 constexpr DatabaseKind kAllKinds[] = {
@@ -92,17 +94,15 @@ TEST(TypeTable, IsEmptyForAKindBeyondTheNineAndEveryFormattingFailsThen) {
     EXPECT_TRUE(fake.session.typeTable.empty());
     fake.Describe("[TABLE]t", {{"f", ado_type::kInteger, 4, 0}});
     const std::string lacking = "The data type 3 is not in the type table.";
-    EXPECT_EQ(ErrorOf([&] { (void)SafeVal(fake.session, "[TABLE]t", "f", 1); }).second, lacking);
-    EXPECT_EQ(ErrorOf([&] { (void)SafeQuote(fake.session, "[TABLE]t", "f"); }).second, lacking);
-    EXPECT_EQ(ErrorOf([&] { (void)SafeFilter(fake.session, "[TABLE]t", "f", "1"); }).second, lacking);
+    EXPECT_RAISES(SafeVal(fake.session, "[TABLE]t", "f", 1), _, lacking);
+    EXPECT_RAISES(SafeQuote(fake.session, "[TABLE]t", "f"), _, lacking);
+    EXPECT_RAISES(SafeFilter(fake.session, "[TABLE]t", "f", "1"), _, lacking);
   }
 }
 
 TEST(TypeTable, NamesTheTypeThatItLacks) {
   FakeSession fake;
-  const auto [number, text] = ErrorOf([&] { (void)GetTypeEntry(fake.session, 12); });
-  EXPECT_EQ(number, 1000);
-  EXPECT_EQ(text, "The data type 12 is not in the type table.");
+  EXPECT_RAISES(GetTypeEntry(fake.session, 12), 1000, "The data type 12 is not in the type table.");
 }
 
 class FieldCache : public ::testing::Test {
@@ -136,14 +136,14 @@ TEST_F(FieldCache, HasOneEntryForAllIdentifiersOfATable) {
     ASSERT_NE(LookupField(fake_.session, table, "No"), nullptr) << table;
   }
   EXPECT_THAT(fake_.connection->statements, ElementsAre("SELECT TOP 1 * FROM [t] WHERE (1=2)"));
-  EXPECT_NE(ErrorOf([&] { (void)LookupField(fake_.session, "[APPVIEW]t", "No"); }).first, 0)
+  EXPECT_RAISES(LookupField(fake_.session, "[APPVIEW]t", "No"), 1000, "Unable to locate the view with id [APPVIEW]t.")
       << "a view of the same name is no table, and there is none";
 }
 
 TEST_F(FieldCache, KeepsNothingOfATableThatCannotBeDescribed) {
   const auto good = fake_.connection->answer;
   fake_.connection->answer = [](const std::string&) -> std::shared_ptr<RecordSet> { throw Error(-5, "no table"); };
-  EXPECT_EQ(ErrorOf([&] { (void)LookupField(fake_.session, "[TABLE]t", "No"); }).first, -5);
+  EXPECT_RAISES(LookupField(fake_.session, "[TABLE]t", "No"), -5, _);
   fake_.connection->answer = good;
   EXPECT_NE(LookupField(fake_.session, "[TABLE]t", "No"), nullptr);
 }

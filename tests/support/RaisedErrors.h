@@ -2,27 +2,53 @@
 #pragma once
 
 #include <cstdint>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "common/Error.h"
 
-namespace ods {
+namespace ods::test {
 
+/// The error that `action` raises; nothing when it raises none.
 template <typename Action>
-::testing::AssertionResult Raises(Action action, std::int32_t number, const std::string& description) {
+std::optional<Error> ErrorOf(Action&& action) {
   try {
-    action();
+    std::forward<Action>(action)();
   } catch (const Error& error) {
-    if (error.Number() == number && error.Description() == description) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "raised " << error.Number() << " \"" << error.Description() << "\", wanted "
-                                         << number << " \"" << description << '"';
+    return error;
   }
-  return ::testing::AssertionFailure() << "nothing was raised, wanted " << number << " \"" << description << '"';
+  return std::nullopt;
 }
 
-}  // namespace ods
+/// The same as "<number> <description>", or "nothing", for a child process, which can only report texts.
+template <typename Action>
+std::string RaisedText(Action&& action) {
+  const std::optional<Error> error = ErrorOf(std::forward<Action>(action));
+  return error ? std::to_string(error->Number()) + " " + error->Description() : "nothing";
+}
 
-/// The expression raises exactly this error.
+template <typename Action>
+::testing::AssertionResult Raises(Action&& action, const ::testing::Matcher<std::int32_t>& number,
+                                  const ::testing::Matcher<const std::string&>& description) {
+  const std::optional<Error> error = ErrorOf(std::forward<Action>(action));
+  if (error && number.Matches(error->Number()) && description.Matches(error->Description())) {
+    return ::testing::AssertionSuccess();
+  }
+  auto failure = ::testing::AssertionFailure() << "raised ";
+  if (error) {
+    failure << error->Number() << " (0x" << ErrorNumberHex(error->Number()) << ") \"" << error->Description() << '"';
+  } else {
+    failure << "nothing";
+  }
+  return failure << ", wanted a number that " << ::testing::DescribeMatcher<std::int32_t>(number)
+                 << ", and a text that " << ::testing::DescribeMatcher<const std::string&>(description);
+}
+
+}  // namespace ods::test
+
+/// The expression raises an `Error` of this number and description. Either may be a matcher, `_` for any.
 #define EXPECT_RAISES(expression, number, description) \
-  EXPECT_TRUE(::ods::Raises([&] { static_cast<void>(expression); }, number, description))
+  EXPECT_TRUE(::ods::test::Raises([&] { static_cast<void>(expression); }, number, description))

@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "support/FakeSession.h"
+#include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 #include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
 namespace {
+
+using ::testing::_;
 
 class Record : public ::testing::Test {
  protected:
@@ -112,7 +115,7 @@ TEST_F(Record, ScalesDecimalsByTheFactor) {
 TEST_F(Record, TellsTheDesktopThatTheFactorIsMissing) {
   fake_.state.decimalFactor = 0;
   EXPECT_EQ(Element(5, 2.5), "<V>0</V>");
-  EXPECT_EQ(fake_.ui.boxes, std::vector<std::string>{"No decimal factor set"});
+  EXPECT_EQ(fake_.ui.calls, std::vector<std::string>{"information: : No decimal factor set"});
 }
 
 TEST_F(Record, MarksTextThatXmlCannotCarry) {
@@ -130,7 +133,7 @@ TEST_F(Record, SpellsDateFormulasOfNavisionInSqlServer) {
 }
 
 TEST_F(Record, RefusesAnythingButBytesInABinaryColumn) {
-  EXPECT_EQ(ErrorOf([&] { (void)Element(205, 7); }).first, error_number::kTypeMismatch);
+  EXPECT_RAISES(Element(205, 7), error_number::kTypeMismatch, _);
 }
 
 }  // namespace

@@ -6,13 +6,17 @@
 #include <gtest/gtest.h>
 
 #include "common/Hex.h"
-#include "support/FakeSession.h"
+#include "doubles/EndlessRows.h"
+#include "doubles/FakeSession.h"
+#include "support/RaisedErrors.h"
 #include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
 namespace {
 
+using ::testing::_;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
 
 const std::string kTable = "[TABLE]t";
@@ -60,10 +64,6 @@ class Paging : public ::testing::Test {
     XmlDocument response;
     TableData(request, response, fake_->session);
     return response;
-  }
-  std::pair<std::int32_t, std::string> AskFailing(const std::string& elements,
-                                                  const std::string& fields = "<Field><Id>No</Id></Field>") {
-    return ErrorOf([&] { (void)Ask(elements, fields); });
   }
   [[nodiscard]] const std::vector<std::string>& Statements() const { return fake_->connection->statements; }
   /// First column's texts, and the flags as "previous,next".
@@ -217,8 +217,7 @@ TEST_F(Paging, ANegativePageSizeReadsNoRows) {
 }
 
 TEST_F(Paging, APageSizeThatCannotGrowOverflows) {
-  EXPECT_EQ(AskFailing("<PageSize>2147483647</PageSize>"),
-            (std::pair<std::int32_t, std::string>{6, "Overflow TableData[Initialize]"}));
+  EXPECT_RAISES(Ask("<PageSize>2147483647</PageSize>"), 6, "Overflow TableData[Initialize]");
 }
 
 TEST_F(Paging, SortsByAColumnBeforeTheKey) {
@@ -301,10 +300,9 @@ TEST_F(Paging, ReadsTheOtherKeyValuesOfTheBoundaryRowFromTheDatabase) {
 
 TEST_F(Paging, ABoundaryRowThatIsGoneIsAnError) {
   results_.push_back(MakeRows({kColumns[0]}));
-  const auto [number, text] =
-      AskFailing("<PageSize>1</PageSize><Navigate>gotonext</Navigate><LastPos>" + Position({{"No", 7}}) + "</LastPos>");
-  EXPECT_EQ(number, error_number::kNoCurrentRecord);
-  EXPECT_TRUE(text.ends_with(" TableData[Navigate]")) << text;
+  EXPECT_RAISES(
+      Ask("<PageSize>1</PageSize><Navigate>gotonext</Navigate><LastPos>" + Position({{"No", 7}}) + "</LastPos>"),
+      error_number::kNoCurrentRecord, EndsWith(" TableData[Navigate]"));
 }
 
 constexpr const char* kFilter =
@@ -355,27 +353,23 @@ TEST_F(Paging, APrimaryKeyGivenByTheClientIsNotDetected) {
 }
 
 TEST_F(Paging, ErrorsNameTheirStep) {
-  using Result = std::pair<std::int32_t, std::string>;
-  EXPECT_EQ(AskFailing("", ""),
-            (Result{1000, "No fields specified on this form TableData[Get fields from form definition]"}));
+  EXPECT_RAISES(Ask("", ""), 1000, "No fields specified on this form TableData[Get fields from form definition]");
   const std::string unknown =
       "Unable to get information about field 'X' in table '[TABLE]t'. Please make sure that the field exist.";
-  EXPECT_EQ(AskFailing("", "<Field><Id>X</Id></Field>"),
-            (Result{1000, unknown + " TableData[Make field list for the select statement]"}));
-  EXPECT_EQ(AskFailing("<SortColumn>X</SortColumn>"),
-            (Result{1000, unknown + " TableData[Make field list for the select statement]"}));
-  EXPECT_EQ(AskFailing("<Filter><Condition><FieldId>X</FieldId></Condition></Filter>"),
-            (Result{1000, unknown + " TableData[Modify filter value]"}));
-  EXPECT_EQ(AskFailing("<SearchString>a</SearchString><SearchFields><Field><Id>X</Id><SearchString>b</SearchString>"
-                       "</Field></SearchFields>"),
-            (Result{1000, unknown + " TableData[Read filter]"}));
-  EXPECT_EQ(AskFailing("<PrimaryKey>\\</PrimaryKey>").first, 13);
-  EXPECT_TRUE(AskFailing("<PrimaryKey>\\</PrimaryKey>").second.ends_with(" TableData[Get primary key]"));
-  EXPECT_TRUE(AskFailing("<Key>\\zz</Key>").second.ends_with(" TableData[Get selected key]"));
-  const Result failed = AskFailing("<PageSize>1</PageSize>");
-  EXPECT_EQ(failed.second,
-            "unexpected statement SQL: SELECT TOP 2 [No] FROM [t] ORDER BY [No] "
-            "TableData[Execute SQL: SELECT TOP 2 [No] FROM [t] ORDER BY [No]]");
+  EXPECT_RAISES(Ask("", "<Field><Id>X</Id></Field>"), 1000,
+                unknown + " TableData[Make field list for the select statement]");
+  EXPECT_RAISES(Ask("<SortColumn>X</SortColumn>"), 1000,
+                unknown + " TableData[Make field list for the select statement]");
+  EXPECT_RAISES(Ask("<Filter><Condition><FieldId>X</FieldId></Condition></Filter>"), 1000,
+                unknown + " TableData[Modify filter value]");
+  EXPECT_RAISES(Ask("<SearchString>a</SearchString><SearchFields><Field><Id>X</Id><SearchString>b</SearchString>"
+                    "</Field></SearchFields>"),
+                1000, unknown + " TableData[Read filter]");
+  EXPECT_RAISES(Ask("<PrimaryKey>\\</PrimaryKey>"), 13, EndsWith(" TableData[Get primary key]"));
+  EXPECT_RAISES(Ask("<Key>\\zz</Key>"), 13, EndsWith(" TableData[Get selected key]"));
+  EXPECT_RAISES(Ask("<PageSize>1</PageSize>", "<Field><Id>No</Id></Field>"), error_number::kGeneralFailure,
+                "unexpected statement SQL: SELECT TOP 2 [No] FROM [t] ORDER BY [No] "
+                "TableData[Execute SQL: SELECT TOP 2 [No] FROM [t] ORDER BY [No]]");
 }
 
 TEST_F(Paging, BrokenPositionsAreErrors) {
@@ -384,50 +378,27 @@ TEST_F(Paging, BrokenPositionsAreErrors) {
                                    "zz", "00",       "FF" + good.substr(2)};
   for (const std::string& position : positions) {
     for (const char* element : {"FirstPos", "LastPos"}) {
-      const auto [number, text] =
-          AskFailing(std::string("<") + element + ">" + position + "</" + element + "><PageSize>1</PageSize>");
-      EXPECT_NE(number, 0) << position;
-      EXPECT_TRUE(text.ends_with(" TableData[Get positions]")) << text;
+      EXPECT_RAISES(Ask(std::string("<") + element + ">" + position + "</" + element + "><PageSize>1</PageSize>"), _,
+                    EndsWith(" TableData[Get positions]"))
+          << position;
     }
   }
 }
-
-/// Counts the rows that were read before the reader gave up.
-class EndlessRows final : public RecordSet {
- public:
-  EndlessRows(std::vector<Field> fields, Row row) : fields_(std::move(fields)), row_(std::move(row)) {}
-  [[nodiscard]] const std::vector<Field>& Fields() const override { return fields_; }
-  [[nodiscard]] bool AtEnd() const override { return false; }
-  void MoveNext() override { ++read; }
-  using RecordSet::Item;
-  [[nodiscard]] const Value& Item(std::size_t index) const override { return row_.at(index); }
-
-  int read = 0;
-
- private:
-  std::vector<Field> fields_;
-  Row row_;
-};
 
 TEST_F(Paging, APageThatNoResponseCanCarryEndsWhileItIsRead) {
   const auto large =
       std::make_shared<EndlessRows>(std::vector<Field>{kColumns[0], kColumns[1]}, Row{1, std::string(1'000'000, 'x')});
   results_.push_back(large);
-  const auto [number, text] =
-      AskFailing("<PageSize>100000</PageSize>", "<Field><Id>No</Id></Field><Field><Id>Name</Id></Field>");
-  EXPECT_EQ(number, 1000);
-  EXPECT_EQ(text,
-            "The response is larger than 67108864 bytes (64 MiB). Ask for fewer rows or fields. "
-            "TableData[Read the records]");
+  const char* const both = "<Field><Id>No</Id></Field><Field><Id>Name</Id></Field>";
+  EXPECT_RAISES(Ask("<PageSize>100000</PageSize>", both), 1000,
+                "The response is larger than 67108864 bytes (64 MiB). Ask for fewer rows or fields. "
+                "TableData[Read the records]");
   EXPECT_EQ(large->read, 67);
 
   const auto many = std::make_shared<EndlessRows>(std::vector<Field>{kColumns[0], kColumns[1]}, Row{1, ""});
   results_.push_back(many);
-  const auto [manyNumber, manyText] =
-      AskFailing("<PageSize>2000000</PageSize>", "<Field><Id>No</Id></Field><Field><Id>Name</Id></Field>");
-  EXPECT_EQ(manyNumber, 1000);
-  EXPECT_EQ(manyText,
-            "The response has more than 2000000 values. Ask for fewer rows or fields. TableData[Read the records]");
+  EXPECT_RAISES(Ask("<PageSize>2000000</PageSize>", both), 1000,
+                "The response has more than 2000000 values. Ask for fewer rows or fields. TableData[Read the records]");
   EXPECT_EQ(many->read, 1'000'000);
 }
 
@@ -436,27 +407,24 @@ TEST_F(Paging, BinaryValuesCountAsTheirDigits) {
   fake_->Describe(kTable, {fields[0]});
   const auto rows = std::make_shared<EndlessRows>(fields, Row{Value(Bytes(1'000'000)), 1});
   results_.push_back(rows);
-  EXPECT_EQ(AskFailing("<PageSize>100000</PageSize>", "<Field><Id>Raw</Id></Field>").first, 1000);
+  EXPECT_RAISES(Ask("<PageSize>100000</PageSize>", "<Field><Id>Raw</Id></Field>"), 1000, _);
   EXPECT_EQ(rows->read, 33);
 }
 
 TEST_F(Paging, AKeyConditionBeyondAllMeasureIsRefused) {
   ReturnsBoundary({kColumns[1], kColumns[0]}, {std::string(10'000'000, 'x'), 1});
-  const auto [number, text] =
-      AskFailing("<PageSize>1</PageSize><SortColumn>Name</SortColumn><Navigate>gotonext</Navigate><LastPos>" +
-                 Position({{"Name", "x"}, {"No", 1}}) + "</LastPos>");
-  EXPECT_EQ(number, 1000);
-  EXPECT_EQ(text,
-            "The request makes a statement of more than 16777216 bytes. Ask with shorter or fewer conditions. "
-            "TableData[Navigate]");
+  EXPECT_RAISES(Ask("<PageSize>1</PageSize><SortColumn>Name</SortColumn><Navigate>gotonext</Navigate><LastPos>" +
+                    Position({{"Name", "x"}, {"No", 1}}) + "</LastPos>"),
+                1000,
+                "The request makes a statement of more than 16777216 bytes. Ask with shorter or fewer conditions. "
+                "TableData[Navigate]");
 }
 
 TEST_F(Paging, AFieldThatCannotBeWrittenIsNamed) {
   fake_->Describe(kTable, {{"Raw", ado_type::kVarBinary, 8, 0}});
   results_.push_back(MakeRows({{"Raw", ado_type::kVarBinary, 8, 0}, kColumns[0]}, {{7, 1}}));
-  const auto [number, text] = AskFailing("<PageSize>1</PageSize>", "<Field><Id>Raw</Id></Field>");
-  EXPECT_EQ(number, 13);
-  EXPECT_TRUE(text.ends_with(" TableData[Get data for field 1 \"Raw\"]")) << text;
+  EXPECT_RAISES(Ask("<PageSize>1</PageSize>", "<Field><Id>Raw</Id></Field>"), 13,
+                EndsWith(" TableData[Get data for field 1 \"Raw\"]"));
 }
 
 TEST_F(Paging, TheSingleCharacterTwoIsAnEmptyText) {

@@ -5,10 +5,10 @@
 #include <string>
 
 #include "common/Files.h"
+#include "doubles/FakeSession.h"
 #include "log/Log.h"
 #include "log/Trace.h"
 #include "platform/system/System.h"
-#include "support/FakeSession.h"
 
 namespace ods {
 namespace {

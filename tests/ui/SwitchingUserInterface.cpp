@@ -8,10 +8,11 @@
 #include <vector>
 
 #include "common/Files.h"
+#include "doubles/FakeServerView.h"
+#include "doubles/RecordingUserInterface.h"
 #include "log/Log.h"
 #include "platform/system/System.h"
 #include "support/TemporaryFolder.h"
-#include "ui/windows/FakeServerView.h"
 
 namespace ods {
 namespace {
@@ -19,26 +20,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-/// Windows that remember in a list that outlives them.
-class RecordedWindows final : public UserInterface {
- public:
-  explicit RecordedWindows(std::vector<std::string>& calls) : calls_(calls) {}
-  void LetEventsRun() override { calls_.emplace_back("events"); }
-  void ShowMainWindow() override { calls_.emplace_back("show main window"); }
-  void UnloadMainWindow() override { calls_.emplace_back("unload main window"); }
-  void ShowOptionsDialog() override { calls_.emplace_back("options dialog"); }
-  void WaitUntilClosed() override { calls_.emplace_back("wait"); }
-  void MessageBox(const std::string& title, const std::string& text, BoxStyle /*style*/) override {
-    calls_.push_back("box " + title + ": " + text);
-  }
-  void AddTraceEntry(std::int32_t severity, const std::string& text) override {
-    calls_.push_back("entry " + std::to_string(severity) + ": " + text);
-  }
-
- private:
-  std::vector<std::string>& calls_;
-};
 
 class SwitchingTest : public testing::Test {
  protected:
@@ -56,13 +37,17 @@ class SwitchingTest : public testing::Test {
     ui_.UnloadMainWindow();
     ui_.WaitUntilClosed();
   }
-  void Switch() { ui_.SwitchTo(std::make_unique<RecordedWindows>(calls_), server_); }
+  void Switch() {
+    auto windows = std::make_unique<test::RecordingUserInterface>();
+    windows_ = windows.get();
+    ui_.SwitchTo(std::move(windows), server_);
+  }
   [[nodiscard]] std::string LogText() const { return ReadFileText(tracer_.GetLog()->PathOf(LocalNow())); }
 
   test::TemporaryFolder folder_;
   test::FakeServerView server_;
-  std::vector<std::string> calls_;
   SwitchingUserInterface ui_;
+  test::RecordingUserInterface* windows_ = nullptr;  ///< of ui_
   Tracer tracer_{ui_};
 };
 
@@ -76,8 +61,11 @@ TEST_F(SwitchingTest, WithWindowsTheyDoTheWork) {
   Switch();
   CallEverything();
   ui_.AddTraceEntry(1, "e");
-  EXPECT_THAT(calls_, ElementsAre("events", "show main window", "options dialog", "box t: x", "unload main window",
-                                  "wait", "entry 1: e"));
+  EXPECT_EQ(windows_->eventRounds, 1);
+  EXPECT_THAT(windows_->calls, ElementsAre("show main window", "options dialog", "warning: t: x", "unload main window",
+                                           "wait until closed"));
+  EXPECT_THAT(windows_->entries, ElementsAre("e"));
+  EXPECT_THAT(windows_->severities, ElementsAre(1));
 }
 
 TEST_F(SwitchingTest, ABoxOfAnUnattendedServerIsTracedInstead) {
@@ -85,14 +73,15 @@ TEST_F(SwitchingTest, ABoxOfAnUnattendedServerIsTracedInstead) {
   Switch();
   ui_.MessageBox("", "No decimal factor set", BoxStyle::kInformation);
   EXPECT_THAT(LogText(), HasSubstr("'Window not shown: message box \"\": No decimal factor set'"));
-  EXPECT_THAT(calls_, ElementsAre("entry 0: Window not shown: message box \"\": No decimal factor set"));
+  EXPECT_THAT(windows_->calls, IsEmpty());
+  EXPECT_THAT(windows_->entries, ElementsAre("Window not shown: message box \"\": No decimal factor set"));
 }
 
 TEST_F(SwitchingTest, AnUnattendedServerShowsItsWindowsStill) {
   server_.unattended = true;
   Switch();
   ui_.ShowMainWindow();
-  EXPECT_THAT(calls_, ElementsAre("show main window"));
+  EXPECT_THAT(windows_->calls, ElementsAre("show main window"));
 }
 
 }  // namespace

@@ -7,13 +7,15 @@
 #include <map>
 #include <string>
 
+#include "doubles/FakeServerView.h"
+#include "doubles/FakeSession.h"
 #include "platform/system/System.h"
-#include "support/FakeSession.h"
-#include "ui/windows/FakeServerView.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
+using ::testing::_;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -46,11 +48,13 @@ class WindowsModuleTest : public testing::Test {
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) environment_.Set(name, "");
   }
   std::string Failure() {
-    const auto [number, text] = test::ErrorOf([&] { (void)LoadWindows(folder_.Path(), server_, components_); });
-    EXPECT_EQ(number, error_number::kOwn);
-    EXPECT_THAT(text, AllOf(StartsWith("No window can be shown: "),
-                            HasSubstr("Give the parameter \"hidden\" to run the server without windows.")));
-    return text;
+    const std::optional<Error> error = test::ErrorOf([&] { (void)LoadWindows(folder_.Path(), server_, components_); });
+    if (!error) return "nothing was raised";
+    EXPECT_EQ(error->Number(), error_number::kOwn);
+    EXPECT_THAT(error->Description(),
+                AllOf(StartsWith("No window can be shown: "),
+                      HasSubstr("Give the parameter \"hidden\" to run the server without windows.")));
+    return error->Description();
   }
 
   Environment environment_;
@@ -90,8 +94,8 @@ TEST_F(WindowsModuleTest, TheModuleMayLieBesideTheFolderOfPrograms) {
   std::filesystem::create_directories(folder_.Path() + "/bin");
   std::filesystem::create_directories(folder_.Path() + "/lib/odbc-data-server");
   std::ofstream(folder_.Path() + "/lib/odbc-data-server/odbc-data-server-windows.so") << "no module";
-  const auto [number, text] = test::ErrorOf([&] { (void)LoadWindows(folder_.Path() + "/bin", server_, components_); });
-  EXPECT_THAT(text, HasSubstr(folder_.Path() + "/bin/../lib/odbc-data-server/odbc-data-server-windows.so: "));
+  EXPECT_RAISES(LoadWindows(folder_.Path() + "/bin", server_, components_), _,
+                HasSubstr(folder_.Path() + "/bin/../lib/odbc-data-server/odbc-data-server-windows.so: "));
 }
 
 }  // namespace

@@ -8,11 +8,13 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "support/OdbcFolder.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
 using test::OdbcFolder;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::IsEmpty;
@@ -41,15 +43,6 @@ class ModDatasources : public ::testing::Test {
   static std::string TextIn(const Dictionary& dictionary, const std::string& name, const std::string& value) {
     return SafeStr(Inner(dictionary, name).Item(value));
   }
-  [[nodiscard]] std::string ErrorOf(const std::string& pattern) const {
-    try {
-      static_cast<void>(GetDatasources(pattern, components_, {}));
-    } catch (const Error& error) {
-      return std::to_string(error.Number()) + " " + error.Description();
-    }
-    return "no error";
-  }
-
   OdbcFolder folder_;
   ComponentRegistry components_;
   std::vector<std::string> told_;
@@ -211,24 +204,22 @@ TEST_F(ModDatasources, NobodyNeedsToBeTold) { EXPECT_EQ(GetDatasources("x", comp
 TEST_F(ModDatasources, AnInvalidPatternRaisesAnErrorThatNamesItAndTheStep) {
   Drivers(kThreeDrivers);
   for (const char* pattern : {"(", "[z-a]", "*", "a{2,1}"}) {
-    EXPECT_THAT(ErrorOf(pattern), StartsWith("1000 Invalid regular expression \"" + std::string(pattern) + "\": "));
-    EXPECT_THAT(ErrorOf(pattern), EndsWith(" GetDatasources[Get driver files]"));
+    EXPECT_RAISES(GetDatasources(pattern, components_, {}), 1000,
+                  AllOf(StartsWith("Invalid regular expression \"" + std::string(pattern) + "\": "),
+                        EndsWith(" GetDatasources[Get driver files]")));
   }
 }
 
 TEST_F(ModDatasources, WithoutTheDictionaryComponentTheFirstStepFails) {
   components_.Register("Halvik.Dictionary",
                        []() -> std::shared_ptr<Object> { throw Error(error_number::kCannotCreate, "not registered"); });
-  EXPECT_EQ(ErrorOf(""), "429 Error creating object: Halvik.Dictionary GetDatasources[init]");
+  EXPECT_RAISES(GetDatasources("", components_, {}), 429,
+                "Error creating object: Halvik.Dictionary GetDatasources[init]");
 }
 
 TEST_F(ModDatasources, AnErrorOfTheOneWhoIsToldNamesItsStep) {
-  try {
-    static_cast<void>(GetDatasources("x", components_, [](const std::string&) { throw Error(1000, "told."); }));
-    FAIL() << "no error";
-  } catch (const Error& error) {
-    EXPECT_EQ(error.Description(), "told. GetDatasources[Check driver files]");
-  }
+  const auto told = [](const std::string&) { throw Error(1000, "told."); };
+  EXPECT_RAISES(GetDatasources("x", components_, told), 1000, "told. GetDatasources[Check driver files]");
 }
 
 TEST_F(ModDatasources, ADriverFileIsListedWhenItIsEqualOrWhenItContainsThePath) {

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "common/Conversions.h"
+#include "doubles/FakeSession.h"
 #include "platform/ado/Ado.h"
-#include "support/FakeSession.h"
 
 namespace ods::test {
 

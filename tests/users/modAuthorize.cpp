@@ -4,11 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/RaisedErrors.h"
 #include "users/NavisionContext.h"
 
 namespace ods::test {
 namespace {
 
+using ::testing::_;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -112,8 +114,8 @@ TEST_F(UsersFile, LoadsFromTheProgramsFolder) {
 
 TEST_F(UsersFile, SpeaksForEveryDatabaseButNavisionAndRunsNoStatement) {
   for (std::int32_t kind = 0; kind <= 8; ++kind) {
-    fake_.session.kind = static_cast<DatabaseKind>(kind);
-    if (fake_.session.kind == DatabaseKind::DbNavision) continue;
+    fake_.Use(static_cast<DatabaseKind>(kind));
+    if (fake_.session.dialect->kind == DatabaseKind::DbNavision) continue;
     EXPECT_EQ(Authorized(fake_, User("ann")), kAnn) << kind;
   }
   EXPECT_THAT(fake_.connection->statements, IsEmpty());
@@ -214,33 +216,34 @@ TEST_F(NavisionStatements, ShowThePasswordNowhere) {
 TEST_F(NavisionStatements, ShowThePasswordNowhereWhenTheyFail) {
   for (const char* statement : {kFind, kKeep, kTry, kCompare, kRestorePassword, kRestoreName, kRoles}) {
     failing_ = statement;
-    const auto [number, text] = ErrorOf([&] { (void)Answer(); });
-    EXPECT_EQ(number, -2147217900) << statement;
-    EXPECT_THAT(text, HasSubstr(" SQL: ")) << statement;
-    ExpectNoPassword(text);
+    const std::optional<Error> error = ErrorOf([&] { (void)Answer(); });
+    ASSERT_TRUE(error) << statement;
+    EXPECT_EQ(error->Number(), -2147217900) << statement;
+    EXPECT_THAT(error->Description(), HasSubstr(" SQL: ")) << statement;
+    ExpectNoPassword(error->Description());
   }
 }
 
 TEST_F(NavisionStatements, RestoreTheRowWhenTheTestItselfFails) {
   failing_ = kTry;
-  EXPECT_EQ(
-      ErrorOf([&] { (void)Answer(); }).second,
+  EXPECT_RAISES(
+      Answer(), _,
       "The statement failed. The driver's description may quote a secret and is withheld. SQL: UPDATE \"User\" SET "
       "\"Password\"='*****' WHERE \"User ID\"='o''neil'");
   EXPECT_THAT(fake_.connection->statements, ElementsAre(kFind, kKeep, kTry, kRestorePassword, kRestoreName));
   fake_.connection->statements.clear();
   failing_ = kCompare;
-  EXPECT_THAT(ErrorOf([&] { (void)Answer(); }).second, HasSubstr(kCompare));
+  EXPECT_RAISES(Answer(), _, HasSubstr(kCompare));
   EXPECT_THAT(fake_.connection->statements, ElementsAre(kFind, kKeep, kTry, kCompare, kRestorePassword, kRestoreName));
 }
 
 TEST_F(NavisionStatements, NeverOverwriteTheOnlyCopyOfThePassword) {
   failing_ = kKeep;
-  (void)ErrorOf([&] { (void)Answer(); });
+  EXPECT_RAISES(Answer(), -2147217900, _);
   EXPECT_THAT(fake_.connection->statements, ElementsAre(kFind, kKeep)) << "nothing was kept, so nothing is put back";
   fake_.connection->statements.clear();
   failing_ = kRestorePassword;
-  (void)ErrorOf([&] { (void)Answer(); });
+  EXPECT_RAISES(Answer(), -2147217900, _);
   EXPECT_THAT(fake_.connection->statements, ElementsAre(kFind, kKeep, kTry, kCompare, kRestorePassword))
       << "the name column still holds the password";
 }
@@ -321,7 +324,7 @@ TEST_F(NavisionUsers, ADatabaseWithoutTheFilterTableHasNoFilters) {
 TEST_F(NavisionUsers, ThePasswordThatTheDatabaseRefusesIsNotLeftInTheName) {
   database_.Run(R"(CREATE TRIGGER refuse BEFORE UPDATE ON "User" WHEN NEW."Password" = 'too long'
                    BEGIN SELECT RAISE(ABORT, 'too long is too long'); END)");
-  EXPECT_THAT(ErrorOf([&] { (void)Answer(Login("ANN", "too long")); }).second, Not(HasSubstr("too long")));
+  EXPECT_RAISES(Answer(Login("ANN", "too long")), _, Not(HasSubstr("too long")));
   EXPECT_EQ(database_.UserRow("ANN"), "ANN/open sesame/Ann O'Hara");
 }
 

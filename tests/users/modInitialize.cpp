@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/RaisedErrors.h"
 #include "users/NavisionContext.h"
 
 namespace ods::test {
 namespace {
 
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 std::string Initialized(FakeSession& fake, const std::string& elements = "") {
@@ -92,9 +94,8 @@ TEST(Initialize, EveryOneStartsANewDataSession) {
 TEST(Initialize, AUserListThatFailsEndsTheRequest) {
   FakeSession fake(DatabaseKind::DbNavision);
   fake.context.LoadXML(kNavisionContext);
-  const auto [number, text] = ErrorOf([&] { (void)Initialized(fake, Mode("DETECT")); });
-  EXPECT_EQ(number, error_number::kGeneralFailure);
-  EXPECT_THAT(text, ::testing::HasSubstr(R"( SQL: SELECT "User ID" AS userid)"));
+  EXPECT_RAISES(Initialized(fake, Mode("DETECT")), error_number::kGeneralFailure,
+                ::testing::HasSubstr(R"( SQL: SELECT "User ID" AS userid)"));
 }
 
 }  // namespace

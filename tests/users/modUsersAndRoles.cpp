@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/RaisedErrors.h"
 #include "users/NavisionContext.h"
 
 namespace ods::test {
 namespace {
 
+using ::testing::_;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -86,9 +88,7 @@ TEST_F(UsersAndRoles, ARoleWithAnApostropheIsFound) {
 TEST_F(UsersAndRoles, AMembershipInARoleThatIsNotThereIsAnErrorThatNamesBoth) {
   roles_ = {{"super", "x"}};
   members_ = {{"ANN", "SUPER"}};
-  EXPECT_EQ(ErrorOf([&] { (void)Answer(); }),
-            (std::pair(error_number::kObjectMissing,
-                       std::string("The role 'SUPER' of user 'ANN' is not in the role table."))));
+  EXPECT_RAISES(Answer(), error_number::kObjectMissing, "The role 'SUPER' of user 'ANN' is not in the role table.");
 }
 
 TEST_F(UsersAndRoles, AFailingProbeIsAWarningAndChangesNothing) {
@@ -107,21 +107,20 @@ TEST_F(UsersAndRoles, AProbeThatFailsOtherwiseIsTracedAsAnErrorAndChangesNothing
 TEST_F(UsersAndRoles, EveryOtherErrorEndsTheRequest) {
   for (const char* statement : {kUsers, kRoles, kMembers}) {
     failing_ = statement;
-    EXPECT_EQ(ErrorOf([&] { (void)Answer(); }),
-              (std::pair(std::int32_t{-2147217865}, "no such table SQL: " + std::string(statement))));
+    EXPECT_RAISES(Answer(), -2147217865, "no such table SQL: " + std::string(statement));
   }
 }
 
 TEST_F(UsersAndRoles, MissingNamesGiveAStatementThatTheDatabaseRefuses) {
   fake_.context.LoadXML("<Context/>");
   failing_ = R"(SELECT "" AS userid, "" as username FROM "")";
-  EXPECT_THAT(ErrorOf([&] { (void)Answer(); }).second, HasSubstr(failing_));
+  EXPECT_RAISES(Answer(), _, HasSubstr(failing_));
 }
 
 TEST_F(UsersAndRoles, AreAnEmptyDocumentForSqlServerAndEveryOtherProduct) {
   for (std::int32_t kind = 0; kind <= 8; ++kind) {
-    fake_.session.kind = static_cast<DatabaseKind>(kind);
-    if (fake_.session.kind == DatabaseKind::DbNavision) continue;
+    fake_.Use(static_cast<DatabaseKind>(kind));
+    if (fake_.session.dialect->kind == DatabaseKind::DbNavision) continue;
     EXPECT_EQ(Answer(), "") << kind;
   }
   EXPECT_THAT(fake_.connection->statements, IsEmpty());

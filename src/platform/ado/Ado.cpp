@@ -23,8 +23,9 @@ std::size_t RecordSet::IndexOf(std::string_view name) const {
   return static_cast<std::size_t>(found - fields.begin());
 }
 
-std::string Connection::Property(std::string_view name) const {
-  const std::vector<ConnectionProperty>& properties = Properties();
+std::string Connection::Property(std::string_view name) const { return PropertyOf(Properties(), name); }
+
+std::string PropertyOf(const std::vector<ConnectionProperty>& properties, std::string_view name) {
   const auto found = std::find_if(properties.begin(), properties.end(),
                                   [&](const ConnectionProperty& property) { return property.name == name; });
   return found == properties.end() ? std::string() : found->value;

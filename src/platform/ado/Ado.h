@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -93,11 +94,27 @@ struct ConnectionProperty {
   std::string value;
 };
 
+/// How long the calls of a connection may take.
+struct ConnectionLimits {
+  int connectSeconds = 15;  ///< for connecting; 0 for no limit
+  int statementSeconds =
+      30;  ///< from running a statement to its first rows, and for each later reading; 0 for no limit
+  /// Runs on the caller's thread every few hundredths of a second while it waits for the driver; true makes the call
+  /// raise an error at once. May be empty.
+  std::function<bool()> giveUp = {};
+};
+
 /// A connection to one database. Errors of the driver carry ADO's numbers (by SQLSTATE) and the driver's texts.
 class Connection : public Object {
  public:
   [[nodiscard]] std::string TypeName() const override { return "Connection"; }
 
+  /// Sets the limits of what is opened from here on.
+  virtual void SetLimits(ConnectionLimits /*limits*/) {}
+  /// True once an error has told that the open connection is lost: nothing can be asked of it any more.
+  [[nodiscard]] virtual bool IsLost() const { return false; }
+  /// True when it is lost because the driver does not come back from a call.
+  [[nodiscard]] virtual bool IsStuck() const { return false; }
   /// Connects. `connectionString` is ODBC's ("DSN=...", "Driver=...;...").
   virtual void Open(const std::string& connectionString) = 0;
   /// The properties of the open connection, never the password: at least "DBMS Name", "DBMS Version", "Current
@@ -134,7 +151,15 @@ class MemoryRecordSet final : public RecordSet {
   std::size_t row_ = 0;
 };
 
-/// A new, closed connection over the ODBC driver manager: the component "ADODB.Connection".
+/// The value of the property of a name, "" when it is missing.
+[[nodiscard]] std::string PropertyOf(const std::vector<ConnectionProperty>& properties, std::string_view name);
+
+/// A new, closed connection over the ODBC driver manager: the component "ADODB.Connection". What takes longer than its
+/// limits raises the error of a time-out (0x80040E31) with a text that names the limit.
 [[nodiscard]] std::shared_ptr<Connection> CreateOdbcConnection();
+
+/// True while a call of a driver that was given up has not come back: its thread must not see the end of the process's
+/// static objects.
+[[nodiscard]] bool DriverCallsAreStuck();
 
 }  // namespace ods

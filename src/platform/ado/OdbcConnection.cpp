@@ -1,365 +1,101 @@
-#include <algorithm>
-#include <array>
-#include <limits>
+#include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
-#include "common/Conversions.h"
 #include "common/Error.h"
-#include "common/Text.h"
 #include "platform/ado/Ado.h"
-#include "platform/ado/NativeStatement.h"
-#include "platform/ado/OdbcHandles.h"
-#include "platform/ado/OdbcRecordSet.h"
+#include "platform/ado/DriverThread.h"
+#include "platform/ado/OdbcDatabase.h"
+#include "platform/ado/OdbcReader.h"
 
 namespace ods {
 
 namespace {
 
-using odbc::CatalogNames;
-using odbc::OdbcRecordSet;
-using odbc::Session;
-using odbc::Statement;
+using odbc::CallLimit;
+using odbc::Canceller;
+using odbc::DriverThread;
+using odbc::OdbcDatabase;
+using odbc::OdbcReader;
 
 /// ADO's number for the use of a closed connection.
 constexpr std::int32_t kObjectClosed = 3704;
 
-constexpr const char* kDbmsName = "DBMS Name";
-constexpr const char* kCurrentCatalog = "Current Catalog";
-
-struct InfoProperty {
-  const char* name;
-  SQLUSMALLINT infoType;
-};
-
-/// The properties in their order, the product's name first. The catalogue is asked for in its own way.
-constexpr std::array<InfoProperty, 10> kInfoProperties = {{
-    {kDbmsName, SQL_DBMS_NAME},
-    {"DBMS Version", SQL_DBMS_VER},
-    {kCurrentCatalog, SQL_DATABASE_NAME},
-    {"Data Source Name", SQL_DATA_SOURCE_NAME},
-    {"Driver Name", SQL_DRIVER_NAME},
-    {"Driver Version", SQL_DRIVER_VER},
-    {"Driver ODBC Version", SQL_DRIVER_ODBC_VER},
-    {"Server Name", SQL_SERVER_NAME},
-    {"User Name", SQL_USER_NAME},
-    {"Identifier Quote Character", SQL_IDENTIFIER_QUOTE_CHAR},
-}};
-
-/// What a product's session needs besides what ODBC asks for.
-struct SessionRule {
-  std::string_view dbmsName;
-  /// Runs right after the connection is open: in a text literal a backslash must be a character like any other, or a
-  /// value that ends in one would run on beyond its closing apostrophe.
-  const char* statement;
-  /// Asks how many bytes a message to the database may have, nullptr where there is no bound. A statement that is
-  /// longer would end the connection, and with it the work of every client.
-  const char* longestMessage;
-  /// The tables schema lists every database of the server unless it is asked for one.
-  bool listsAllDatabases;
-  /// The driver tells too small a length of UTF-16 cells with characters such as "Ø" (U+00D8): it takes a low byte from
-  /// D8 to DB for half of a pair. Its UTF-8 cells are right.
-  bool miscountsWideCells;
-};
-
-constexpr const char* kNoBackslashEscapes =
-    "SET SESSION sql_mode = CONCAT(@@SESSION.sql_mode, ',NO_BACKSLASH_ESCAPES')";
-constexpr const char* kLongestPacket = "SELECT @@max_allowed_packet";
-constexpr std::array<SessionRule, 3> kSessionRules = {{
-    {"MySQL", kNoBackslashEscapes, kLongestPacket, false, false},
-    {"MariaDB", kNoBackslashEscapes, kLongestPacket, true, true},
-    {"PostgreSQL", "SET standard_conforming_strings = on", nullptr, false, false},
-}};
-
-/// The rule of a product, nullptr when it has none.
-const SessionRule* FindSessionRule(std::string_view dbmsName) {
-  const auto* const rule = std::ranges::find(kSessionRules, dbmsName, &SessionRule::dbmsName);
-  return rule == kSessionRules.end() ? nullptr : rule;
-}
-
-/// What a driver must be spared, lest it end the process: clients choose the names in statements, and so what errors
-/// tell.
-struct DriverRule {
-  std::string_view name;  ///< a part of the file name that the driver tells
-  /// The text of an error that SQLExecDirect meets while it prepares is taken for a format of printf: "%n" in the name
-  /// of a table ends the process. The error of SQLPrepare is taken as it is.
-  bool formatsErrors;
-  /// SQLStatistics writes beyond its buffers for a longer name of a table, in bytes of UTF-8.
-  std::size_t longestName;
-};
-
-/// odbc-mariadb 3.1.15 with libmariadb 10.11: a name has at most 64 characters there, so none that exists is too long.
-constexpr std::array<DriverRule, 1> kDriverRules = {{{"maodbc", true, 256}}};
-
-/// The rule of a driver, nullptr when it has none.
-const DriverRule* FindDriverRule(const std::string& driverName) {
-  const auto* const rule = std::ranges::find_if(
-      kDriverRules, [&](const DriverRule& each) { return driverName.find(each.name) != std::string::npos; });
-  return rule == kDriverRules.end() ? nullptr : rule;
-}
-
-/// A column of a schema rowset: its ADO name and where the ODBC result has it.
-struct SchemaColumn {
-  const char* name;
-  std::size_t source;  ///< from 0
-};
-
-/// What a schema column is restricted to: the position of the restriction and of the ODBC column it must equal.
-struct SchemaFilter {
-  std::size_t restriction;
-  std::size_t source;
-};
-
-constexpr std::array<SchemaColumn, 4> kTablesColumns = {{
-    {"TABLE_CATALOG", 0},
-    {"TABLE_SCHEMA", 1},
-    {"TABLE_NAME", 2},
-    {"TABLE_TYPE", 3},
-}};
-constexpr std::array<SchemaFilter, 4> kTablesFilters = {{{0, 0}, {1, 1}, {2, 2}, {3, 3}}};
-
-/// Columns of SQLStatistics.
-namespace statistics {
-constexpr std::size_t kCatalog = 0;
-constexpr std::size_t kSchema = 1;
-constexpr std::size_t kTable = 2;
-constexpr std::size_t kNonUnique = 3;
-constexpr std::size_t kIndexName = 5;
-constexpr std::size_t kType = 6;
-constexpr std::size_t kOrdinal = 7;
-constexpr std::size_t kColumn = 8;
-}  // namespace statistics
-
-constexpr std::array<SchemaFilter, 5> kIndexesFilters = {{{0, statistics::kCatalog},
-                                                          {1, statistics::kSchema},
-                                                          {2, statistics::kIndexName},
-                                                          {3, statistics::kType},
-                                                          {4, statistics::kTable}}};
-
-/// The text of a restriction; "" where there is none.
-std::string RestrictionText(const std::vector<Value>& restrictions, std::size_t index) {
-  return index < restrictions.size() ? SafeStr(restrictions[index]) : std::string();
-}
-
-/// True when the current row has what the restrictions ask for, compared exactly.
-template <std::size_t kCount>
-bool Passes(const RecordSet& rows, const std::vector<Value>& restrictions,
-            const std::array<SchemaFilter, kCount>& filters) {
-  return std::all_of(filters.begin(), filters.end(), [&](const SchemaFilter& filter) {
-    const std::string wanted = RestrictionText(restrictions, filter.restriction);
-    return wanted.empty() || SafeStr(rows.Item(filter.source)) == wanted;
-  });
-}
-
-/// `name` as a search pattern that matches it alone. Without an escape character the pattern may match more names, so
-/// the caller filters.
-std::string EscapedPattern(const std::string& name, const std::string& escape) {
-  if (escape.empty()) return name;
-  std::string pattern = ReplaceAll(name, escape, escape + escape);
-  pattern = ReplaceAll(pattern, "%", escape + "%");
-  return ReplaceAll(pattern, "_", escape + "_");
-}
-
-/// How many bytes a statement may have on a session. A server that does not tell has no bound.
-std::size_t LongestStatement(const std::shared_ptr<Session>& session, const SessionRule& rule) {
-  constexpr std::size_t kUnbounded = std::numeric_limits<std::size_t>::max();
-  constexpr std::int32_t kMessageHead = 64;  // far more than the message has besides the statement
-  if (rule.longestMessage == nullptr) return kUnbounded;
-  try {
-    auto statement = std::make_unique<Statement>(session);
-    statement->Execute(rule.longestMessage);
-    const OdbcRecordSet rows(std::move(statement), 1);
-    const std::int32_t bytes = rows.AtEnd() ? 0 : SafeLng(rows.Item(0));
-    return bytes > kMessageHead ? static_cast<std::size_t>(bytes - kMessageHead) : kUnbounded;
-  } catch (const Error&) {
-    return kUnbounded;
-  }
-}
-
+/// A connection whose driver runs on a thread of its own. What the driver made goes where it came from: to the thread.
 class OdbcConnection final : public Connection {
  public:
+  OdbcConnection() = default;
+  OdbcConnection(const OdbcConnection&) = delete;
+  OdbcConnection& operator=(const OdbcConnection&) = delete;
+  OdbcConnection(OdbcConnection&&) = delete;
+  OdbcConnection& operator=(OdbcConnection&&) = delete;
+  ~OdbcConnection() override { Close(); }
+
+  void SetLimits(ConnectionLimits limits) override { limits_ = std::move(limits); }
   void Open(const std::string& connectionString) override;
+  [[nodiscard]] bool IsLost() const override {
+    return thread_ && (thread_->IsStuck() || (database_ && database_->IsDead()));
+  }
+  [[nodiscard]] bool IsStuck() const override { return thread_ && thread_->IsStuck(); }
   [[nodiscard]] const std::vector<ConnectionProperty>& Properties() const override { return properties_; }
-  [[nodiscard]] std::string DefaultDatabase() const override { return Property(kCurrentCatalog); }
+  [[nodiscard]] std::string DefaultDatabase() const override { return Property("Current Catalog"); }
   [[nodiscard]] std::shared_ptr<RecordSet> OpenSchema(Schema schema, const std::vector<Value>& restrictions) override;
   [[nodiscard]] std::shared_ptr<RecordSet> OpenRecordSet(const std::string& sql, std::int32_t maxRecords) override;
 
  private:
-  [[nodiscard]] std::unique_ptr<Statement> NewStatement() const;
-  [[nodiscard]] std::shared_ptr<RecordSet> OpenTables(const std::vector<Value>& restrictions) const;
-  [[nodiscard]] std::shared_ptr<RecordSet> OpenIndexes(const std::vector<Value>& restrictions) const;
-  [[nodiscard]] std::shared_ptr<RecordSet> OpenProviderTypes() const;
-  [[nodiscard]] std::shared_ptr<RecordSet> OpenLiterals() const;
+  void Close();
+  void RequireOpen() const;
+  [[nodiscard]] CallLimit StatementLimit() const { return {limits_.statementSeconds, "the statement"}; }
 
-  std::shared_ptr<Session> session_;  ///< shared with the record sets
+  ConnectionLimits limits_;
   std::vector<ConnectionProperty> properties_;
-  const SessionRule* rule_ = nullptr;
-  const DriverRule* driverRule_ = nullptr;
-  std::size_t longestStatement_ = std::numeric_limits<std::size_t>::max();  ///< in bytes
+  std::shared_ptr<DriverThread> thread_;    ///< shared with the record sets
+  std::shared_ptr<OdbcDatabase> database_;  ///< of the thread, and nothing without it
 };
 
-void OdbcConnection::Open(const std::string& connectionString) {
+void OdbcConnection::Close() {
   properties_.clear();
-  session_.reset();
-  longestStatement_ = std::numeric_limits<std::size_t>::max();
-  auto session = std::make_shared<Session>(connectionString);
-  std::vector<ConnectionProperty> properties;
-  properties.reserve(kInfoProperties.size());
-  for (const InfoProperty& property : kInfoProperties) {
-    const bool catalog = property.infoType == SQL_DATABASE_NAME;
-    properties.push_back({property.name, catalog ? session->CurrentCatalog() : session->InfoText(property.infoType)});
-  }
-  driverRule_ = FindDriverRule(session->InfoText(SQL_DRIVER_NAME));
-  if (driverRule_ != nullptr && driverRule_->formatsErrors) session->PrepareStatements();
-  rule_ = FindSessionRule(properties.front().value);
-  if (rule_ != nullptr) {
-    if (rule_->miscountsWideCells) session->UseNarrowCells();
-    Statement(session).Execute(rule_->statement);
-    longestStatement_ = LongestStatement(session, *rule_);
-  }
-  session_ = std::move(session);
-  properties_ = std::move(properties);
+  if (database_) thread_->Post([database = std::move(database_)]() mutable { database.reset(); });
+  database_.reset();
+  thread_.reset();
 }
 
-std::unique_ptr<Statement> OdbcConnection::NewStatement() const {
-  if (!session_) throw Error(kObjectClosed, "The connection is closed.");
-  return std::make_unique<Statement>(session_);
+void OdbcConnection::Open(const std::string& connectionString) {
+  Close();
+  auto thread = std::make_shared<DriverThread>(limits_.giveUp);
+  const odbc::DriverLimits driverLimits = {limits_.connectSeconds, limits_.statementSeconds};
+  database_ = thread->Ask(
+      [connectionString, driverLimits] { return std::make_shared<OdbcDatabase>(connectionString, driverLimits); },
+      {limits_.connectSeconds, "connecting"});
+  thread_ = std::move(thread);
+  properties_ = database_->Properties();
+}
+
+void OdbcConnection::RequireOpen() const {
+  if (!database_) throw Error(kObjectClosed, "The connection is closed.");
 }
 
 std::shared_ptr<RecordSet> OdbcConnection::OpenRecordSet(const std::string& sql, std::int32_t maxRecords) {
-  std::unique_ptr<Statement> statement = NewStatement();
-  // A driver that takes the text as null-terminated would run only the part before it.
-  if (sql.find('\0') != std::string::npos) {
-    throw Error(error_number::kGeneralFailure, "The statement contains a null character.");
-  }
-  // Forward-only and read-only is what every driver can do best; one that refuses the attributes does it unasked.
-  statement->SetAttribute(SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_FORWARD_ONLY);
-  statement->SetAttribute(SQL_ATTR_CONCURRENCY, SQL_CONCUR_READ_ONLY);
-  const std::string dbmsName = Property(kDbmsName);
-  if (maxRecords > 0 && !TakesLimitInText(dbmsName)) {
-    statement->SetAttribute(SQL_ATTR_MAX_ROWS, static_cast<SQLULEN>(maxRecords));
-  }
-  const std::string native = NativeStatement(dbmsName, sql, maxRecords);
-  if (native.size() > longestStatement_) {
-    throw Error(error_number::kGeneralFailure, "The statement has " + std::to_string(native.size()) +
-                                                   " bytes; the database takes at most " +
-                                                   std::to_string(longestStatement_) + ".");
-  }
-  statement->Execute(native);
-  return std::make_shared<OdbcRecordSet>(std::move(statement), maxRecords);
+  RequireOpen();
+  return std::make_shared<OdbcReader>(thread_, database_, sql, maxRecords, StatementLimit());
 }
 
 std::shared_ptr<RecordSet> OdbcConnection::OpenSchema(Schema schema, const std::vector<Value>& restrictions) {
-  switch (schema) {
-    case Schema::kTables:
-      return OpenTables(restrictions);
-    case Schema::kIndexes:
-      return OpenIndexes(restrictions);
-    case Schema::kProviderTypes:
-      return OpenProviderTypes();
-    case Schema::kDBInfoLiterals:
-      return OpenLiterals();
-  }
-  throw Error(error_number::kGeneralFailure,
-              "There is no schema rowset number " + std::to_string(static_cast<std::int32_t>(schema)) + ".");
-}
-
-std::shared_ptr<RecordSet> OdbcConnection::OpenTables(const std::vector<Value>& restrictions) const {
-  std::unique_ptr<Statement> statement = NewStatement();
-  const std::string escape = session_->InfoText(SQL_SEARCH_PATTERN_ESCAPE);
-  // Drivers disagree whether a catalogue is a pattern; unescaped it matches itself either way.
-  std::string catalog = RestrictionText(restrictions, 0);
-  if (catalog.empty() && rule_ != nullptr && rule_->listsAllDatabases) catalog = session_->CurrentCatalog();
-  statement->Tables({.catalog = std::move(catalog),
-                     .schema = EscapedPattern(RestrictionText(restrictions, 1), escape),
-                     .table = EscapedPattern(RestrictionText(restrictions, 2), escape),
-                     .type = RestrictionText(restrictions, 3)});
-  OdbcRecordSet source(std::move(statement), 0);
-
-  std::vector<Field> fields;
-  for (const SchemaColumn& column : kTablesColumns) {
-    fields.push_back(source.Fields().at(column.source));
-    fields.back().name = column.name;
-  }
-  std::vector<std::vector<Value>> rows;
-  for (; !source.AtEnd(); source.MoveNext()) {
-    if (!Passes(source, restrictions, kTablesFilters)) continue;
-    std::vector<Value>& row = rows.emplace_back();
-    for (const SchemaColumn& column : kTablesColumns) row.push_back(source.Item(column.source));
-  }
-  return std::make_shared<MemoryRecordSet>(std::move(fields), std::move(rows));
-}
-
-std::shared_ptr<RecordSet> OdbcConnection::OpenIndexes(const std::vector<Value>& restrictions) const {
-  std::unique_ptr<Statement> statement = NewStatement();
-  const CatalogNames names = {.catalog = RestrictionText(restrictions, 0),
-                              .schema = RestrictionText(restrictions, 1),
-                              .table = RestrictionText(restrictions, 4),
-                              .type = ""};
-  if (names.table.empty()) throw Error(error_number::kGeneralFailure, "The schema of indexes needs a table name.");
-  if (driverRule_ != nullptr && names.table.size() > driverRule_->longestName) {
-    throw Error(error_number::kGeneralFailure, "The name of the table is longer than any can be: it has " +
-                                                   std::to_string(names.table.size()) + " bytes.");
-  }
-  statement->Statistics(names);
-  OdbcRecordSet source(std::move(statement), 0);
-
-  namespace s = statistics;
-  const Field text = source.Fields().at(s::kIndexName);
-  const auto named = [](Field field, const char* name) {
-    field.name = name;
-    return field;
-  };
-  const Field boolean = {.name = "", .type = ado_type::kBoolean, .definedSize = 2};
-  std::vector<Field> fields = {
-      named(text, "INDEX_NAME"),
-      named(boolean, "UNIQUE"),
-      named(source.Fields().at(s::kType), "TYPE"),
-      named(source.Fields().at(s::kOrdinal), "ORDINAL_POSITION"),
-      named(source.Fields().at(s::kColumn), "COLUMN_NAME"),
-      named(boolean, "PRIMARY_KEY"),
-      named(source.Fields().at(s::kSchema), "TABLE_SCHEMA"),
-      named(source.Fields().at(s::kTable), "TABLE_NAME"),
-  };
-  std::vector<std::vector<Value>> rows;
-  for (; !source.AtEnd(); source.MoveNext()) {
-    const std::int32_t type = SafeLng(source.Item(s::kType));
-    if (type == SQL_TABLE_STAT || !Passes(source, restrictions, kIndexesFilters)) continue;
-    const Value& nonUnique = source.Item(s::kNonUnique);
-    const bool unique = !nonUnique.IsNull() && SafeLng(nonUnique) == SQL_FALSE;
-    rows.push_back({source.Item(s::kIndexName), unique, type, source.Item(s::kOrdinal), source.Item(s::kColumn), Null{},
-                    source.Item(s::kSchema), source.Item(s::kTable)});
-  }
-  return std::make_shared<MemoryRecordSet>(std::move(fields), std::move(rows));
-}
-
-std::shared_ptr<RecordSet> OdbcConnection::OpenProviderTypes() const {
-  std::unique_ptr<Statement> statement = NewStatement();
-  statement->TypeInfo();
-  return std::make_shared<OdbcRecordSet>(std::move(statement), 0);
-}
-
-std::shared_ptr<RecordSet> OdbcConnection::OpenLiterals() const {
-  if (!session_) throw Error(kObjectClosed, "The connection is closed.");
-  const std::string quote = std::string(Trim(Property("Identifier Quote Character")));
-  const bool brackets = Property(kDbmsName) == "Microsoft SQL Server";
-  std::vector<std::vector<Value>> rows;
-  if (brackets) {
-    rows = {{"QUOTE", "["}, {"QUOTE_SUFFIX", "]"}};
-  } else if (!quote.empty()) {
-    rows = {{"QUOTE", quote}, {"QUOTE_SUFFIX", quote}};
-  }
-  std::vector<Field> fields = {{.name = "LiteralName", .type = ado_type::kVarWChar, .definedSize = 128},
-                               {.name = "LiteralValue", .type = ado_type::kVarWChar, .definedSize = 128}};
-  return std::make_shared<MemoryRecordSet>(std::move(fields), std::move(rows));
+  RequireOpen();
+  const auto canceller = std::make_shared<Canceller>();
+  return thread_->Ask(
+      [database = database_, schema, restrictions, canceller] {
+        return database->Watch([&] { return database->OpenSchema(schema, restrictions, *canceller); });
+      },
+      StatementLimit(), canceller);
 }
 
 }  // namespace
 
 std::shared_ptr<Connection> CreateOdbcConnection() { return std::make_shared<OdbcConnection>(); }
+
+bool DriverCallsAreStuck() { return odbc::StuckDriverThreads() > 0; }
 
 }  // namespace ods

@@ -3,98 +3,20 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <optional>
+#include <span>
 #include <utility>
+#include <vector>
 
 #include "common/Error.h"
-#include "common/Text.h"
+#include "platform/ado/OdbcText.h"
 
 namespace ods::odbc {
 
 namespace {
 
-constexpr std::uint32_t kReplacement = 0xFFFD;
-constexpr std::uint32_t kFirstHighSurrogate = 0xD800;
-constexpr std::uint32_t kFirstLowSurrogate = 0xDC00;
-constexpr std::uint32_t kPastSurrogates = 0xE000;
-constexpr std::uint32_t kFirstSupplementary = 0x10000;
-
-constexpr std::int32_t Signed(std::uint32_t number) { return static_cast<std::int32_t>(number); }
-
-struct StateNumber {
-  std::string_view prefix;
-  std::int32_t number;
-};
-
-/// ADO's numbers by the beginning of the SQLSTATE; a longer beginning stands before a shorter one.
-constexpr std::array<StateNumber, 7> kStateNumbers = {{
-    {"42S02", Signed(0x80040E37)},  // no such table
-    {"HYT00", Signed(0x80040E31)},  // time-out
-    {"HYT01", Signed(0x80040E31)},  // connection time-out
-    {"42", Signed(0x80040E14)},     // syntax or access rule
-    {"28", Signed(0x80040E4D)},     // log-in refused
-    {"23", Signed(0x80040E2F)},     // constraint
-    {"22", Signed(0x80040E07)},     // data
-}};
-
-/// The code point that begins at `position`, which moves past it. A byte that begins no well-formed sequence is
-/// stepped over alone.
-std::uint32_t NextCodePoint(std::string_view text, std::size_t& position) {
-  const auto byteAt = [&](std::size_t index) {
-    return static_cast<std::uint32_t>(static_cast<unsigned char>(text[index]));
-  };
-  const std::uint32_t lead = byteAt(position++);
-  if (lead < 0x80) return lead;
-  const std::size_t following = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
-  if (lead < 0xC2 || lead > 0xF4 || text.size() - position < following) return kReplacement;
-  std::uint32_t code = lead & (0x3FU >> following);
-  for (std::size_t i = 0; i < following; ++i) {
-    const std::uint32_t byte = byteAt(position + i);
-    if ((byte & 0xC0U) != 0x80U) return kReplacement;
-    code = (code << 6U) | (byte & 0x3FU);
-  }
-  constexpr std::array<std::uint32_t, 4> kSmallest = {0, 0x80, 0x800, kFirstSupplementary};
-  const bool surrogate = code >= kFirstHighSurrogate && code < kPastSurrogates;
-  if (code < kSmallest[following] || code > 0x10FFFF || surrogate) return kReplacement;
-  position += following;
-  return code;
-}
-
-void AppendUtf8(std::string& text, std::uint32_t code) {
-  const auto append = [&](std::uint32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
-  if (code < 0x80) {
-    append(code);
-  } else if (code < 0x800) {
-    append(0xC0U | (code >> 6U));
-    append(0x80U | (code & 0x3FU));
-  } else if (code < kFirstSupplementary) {
-    append(0xE0U | (code >> 12U));
-    append(0x80U | ((code >> 6U) & 0x3FU));
-    append(0x80U | (code & 0x3FU));
-  } else {
-    append(0xF0U | (code >> 18U));
-    append(0x80U | ((code >> 12U) & 0x3FU));
-    append(0x80U | ((code >> 6U) & 0x3FU));
-    append(0x80U | (code & 0x3FU));
-  }
-}
-
-std::string WithoutTrailingSpace(std::string text) {
-  while (!text.empty() && static_cast<unsigned char>(text.back()) <= ' ') text.pop_back();
-  return text;
-}
-
 std::string FromUnits(std::span<const SQLWCHAR> text) { return ToUtf8(text); }
 std::string FromUnits(std::span<const SQLCHAR> text) {
   return FromNarrowText({reinterpret_cast<const char*>(text.data()), text.size()});
-}
-
-/// The text in a buffer up to its closing null, which stands behind `units` units or later: odbc-mariadb understates
-/// lengths.
-template <typename Unit>
-std::span<const Unit> UpToNull(std::span<const Unit> buffer, std::size_t units) {
-  while (units < buffer.size() && buffer[units] != 0) ++units;
-  return buffer.first(units);
 }
 
 /// Reads a text of unknown length. `read(buffer, units, length)` sets `length` to the units that the whole text has and
@@ -168,112 +90,12 @@ decltype(auto) WithFunctions(bool wide, Call call) {
   return wide ? call(Wide{}) : call(Narrow{});
 }
 
-struct DiagnosticRecord {
-  std::string state;
-  std::string text;
-};
-
-/// A diagnostic text. Where the driver manager could not convert a narrow driver's text by the locale, it has made
-/// every byte a character: such a text is UTF-8 when its characters are taken as bytes again.
-std::string FromDiagnosticText(std::span<const SQLWCHAR> text) {
-  std::string bytes;
-  bytes.reserve(text.size());
-  for (const SQLWCHAR unit : text) {
-    if (unit > 0xFF) return ToUtf8(text);
-    bytes += static_cast<char>(static_cast<unsigned char>(unit));
-  }
-  return IsValidUtf8(bytes) ? bytes : ToUtf8(text);
-}
-
-/// The diagnostic record of a number from 1; nothing past the last.
-std::optional<DiagnosticRecord> ReadDiagnostic(SQLSMALLINT handleType, SQLHANDLE handle, SQLSMALLINT number) {
-  constexpr std::size_t kMostUnits = 0x7FFF;
-  std::array<SQLWCHAR, SQL_SQLSTATE_SIZE + 1> state{};
-  std::vector<SQLWCHAR> text(1024);
-  SQLINTEGER nativeError = 0;
-  SQLSMALLINT given = 0;
-  const auto read = [&] {
-    return SQL_SUCCEEDED(SQLGetDiagRecW(handleType, handle, number, state.data(), &nativeError, text.data(),
-                                        static_cast<SQLSMALLINT>(text.size()), &given));
-  };
-  if (!read()) return std::nullopt;
-  auto units = static_cast<std::size_t>(std::max<SQLSMALLINT>(given, 0));
-  if (units >= text.size()) {
-    text.resize(std::min(units + 1, kMostUnits));
-    if (!read()) return std::nullopt;
-    units = std::min(units, text.size() - 1);
-  }
-  return DiagnosticRecord{ToUtf8(std::span(state).first(SQL_SQLSTATE_SIZE)),
-                          WithoutTrailingSpace(FromDiagnosticText(UpToNull(std::span<const SQLWCHAR>(text), units)))};
-}
-
 /// A numeric attribute's value, which by the definition of the calls travels in the pointer itself.
 SQLPOINTER NumberAsPointer(SQLULEN value) {
   return reinterpret_cast<SQLPOINTER>(value);  // NOLINT(performance-no-int-to-ptr)
 }
 
 }  // namespace
-
-std::vector<SQLWCHAR> ToUtf16(std::string_view text) {
-  std::vector<SQLWCHAR> units;
-  units.reserve(text.size() + 1);
-  for (std::size_t position = 0; position < text.size();) {
-    const std::uint32_t code = NextCodePoint(text, position);
-    if (code < kFirstSupplementary) {
-      units.push_back(static_cast<SQLWCHAR>(code));
-    } else {
-      units.push_back(static_cast<SQLWCHAR>(kFirstHighSurrogate + ((code - kFirstSupplementary) >> 10U)));
-      units.push_back(static_cast<SQLWCHAR>(kFirstLowSurrogate + ((code - kFirstSupplementary) & 0x3FFU)));
-    }
-  }
-  return units;
-}
-
-std::string ToUtf8(std::span<const SQLWCHAR> text) {
-  std::string result;
-  result.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    std::uint32_t code = text[i];
-    if (code >= kFirstHighSurrogate && code < kPastSurrogates) {
-      const std::uint32_t next = i + 1 < text.size() ? text[i + 1] : 0U;
-      if (code < kFirstLowSurrogate && next >= kFirstLowSurrogate && next < kPastSurrogates) {
-        code = kFirstSupplementary + ((code - kFirstHighSurrogate) << 10U) + (next - kFirstLowSurrogate);
-        ++i;
-      } else {
-        code = kReplacement;
-      }
-    }
-    AppendUtf8(result, code);
-  }
-  return result;
-}
-
-std::string FromNarrowText(std::string_view bytes) {
-  return IsValidUtf8(bytes) ? std::string(bytes) : ToUtf8(ToUtf16(bytes));
-}
-
-std::int32_t ErrorNumberOfState(std::string_view sqlState) {
-  const auto* const found = std::find_if(kStateNumbers.begin(), kStateNumbers.end(),
-                                         [&](const StateNumber& row) { return sqlState.starts_with(row.prefix); });
-  return found == kStateNumbers.end() ? error_number::kGeneralFailure : found->number;
-}
-
-void RaiseDiagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
-  constexpr SQLSMALLINT kMostRecords = 16;
-  std::string firstState;
-  std::vector<std::string> texts;
-  for (SQLSMALLINT number = 1; number <= kMostRecords; ++number) {
-    std::optional<DiagnosticRecord> record = ReadDiagnostic(handleType, handle, number);
-    if (!record) break;
-    if (number == 1) firstState = record->state;
-    const bool isNew = std::find(texts.begin(), texts.end(), record->text) == texts.end();
-    if (isNew && !record->text.empty()) texts.push_back(std::move(record->text));
-  }
-  std::string description;
-  for (const std::string& text : texts) description += (description.empty() ? "" : "; ") + text;
-  if (description.empty()) description = "The database driver failed without saying why.";
-  throw Error(ErrorNumberOfState(firstState), description);
-}
 
 Session::Environment::Environment() : handle_(SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
   auto* const version = NumberAsPointer(SQL_OV_ODBC3);
@@ -282,17 +104,31 @@ Session::Environment::Environment() : handle_(SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
   }
 }
 
-Session::Session(const std::string& connectionString) : connection_(SQL_HANDLE_ENV, environment_.Get()) {
+Session::Session(const std::string& connectionString, const DriverLimits& limits)
+    : connection_(SQL_HANDLE_ENV, environment_.Get()), limits_(limits) {
   constexpr std::size_t kLongest = 0x7FFF;
   if (connectionString.size() >= kLongest) {
     throw Error(error_number::kGeneralFailure, "The connection string is too long.");
   }
+  SetLimit(SQL_ATTR_LOGIN_TIMEOUT, limits_.connectSeconds);
   Connect(connectionString);
+  SetLimit(SQL_ATTR_CONNECTION_TIMEOUT, limits_.statementSeconds);
   SQLSMALLINT ignored = 0;
   if (!SQL_SUCCEEDED(
           SQLGetInfoW(Get(), SQL_GETDATA_EXTENSIONS, &getDataExtensions_, sizeof getDataExtensions_, &ignored))) {
     getDataExtensions_ = 0;
   }
+}
+
+/// A driver that refuses the attribute is bounded by nothing but the thread that it runs on.
+void Session::SetLimit(SQLINTEGER attribute, int seconds) const {
+  if (seconds > 0) SQLSetConnectAttr(Get(), attribute, NumberAsPointer(static_cast<SQLULEN>(seconds)), SQL_IS_UINTEGER);
+}
+
+bool Session::IsDead() const {
+  SQLUINTEGER dead = SQL_CD_FALSE;
+  const SQLRETURN result = SQLGetConnectAttr(Get(), SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr);
+  return SQL_SUCCEEDED(result) && dead == SQL_CD_TRUE;
 }
 
 void Session::Connect(const std::string& connectionString) {
@@ -361,20 +197,28 @@ std::string Session::CurrentCatalog() const {
   });
 }
 
-Statement::Statement(std::shared_ptr<Session> session)
-    : session_(std::move(session)), handle_(SQL_HANDLE_DBC, session_->Get()) {}
+Statement::Statement(std::shared_ptr<Session> session) : parts_(std::make_shared<Parts>(std::move(session))) {
+  const int seconds = Owner().Limits().statementSeconds;
+  if (seconds > 0) SetAttribute(SQL_ATTR_QUERY_TIMEOUT, static_cast<SQLULEN>(seconds));
+}
+
+std::function<void()> Statement::Canceller() const {
+  return [weak = std::weak_ptr<Parts>(parts_)] {
+    if (const std::shared_ptr<Parts> parts = weak.lock()) SQLCancel(parts->handle.Get());
+  };
+}
 
 void Statement::Execute(const std::string& sql) const {
-  Check(WithFunctions(session_->IsWide(), [&](auto functions) {
+  Check(WithFunctions(Owner().IsWide(), [&](auto functions) {
     TextArgument<typename decltype(functions)::Unit> text(sql);
-    if (!session_->PreparesStatements()) return functions.kExecDirect(Get(), text.Get(), SQL_NTS);
+    if (!Owner().PreparesStatements()) return functions.kExecDirect(Get(), text.Get(), SQL_NTS);
     const SQLRETURN result = functions.kPrepare(Get(), text.Get(), SQL_NTS);
     return SQL_SUCCEEDED(result) ? SQLExecute(Get()) : result;
   }));
 }
 
 void Statement::Tables(const CatalogNames& names) const {
-  Check(WithFunctions(session_->IsWide(), [&](auto functions) {
+  Check(WithFunctions(Owner().IsWide(), [&](auto functions) {
     using Argument = TextArgument<typename decltype(functions)::Unit>;
     Argument catalog(names.catalog);
     Argument schema(names.schema);
@@ -386,7 +230,7 @@ void Statement::Tables(const CatalogNames& names) const {
 }
 
 void Statement::Statistics(const CatalogNames& names) const {
-  Check(WithFunctions(session_->IsWide(), [&](auto functions) {
+  Check(WithFunctions(Owner().IsWide(), [&](auto functions) {
     using Argument = TextArgument<typename decltype(functions)::Unit>;
     Argument catalog(names.catalog);
     Argument schema(names.schema);
@@ -397,8 +241,7 @@ void Statement::Statistics(const CatalogNames& names) const {
 }
 
 void Statement::TypeInfo() const {
-  Check(
-      WithFunctions(session_->IsWide(), [&](auto functions) { return functions.kGetTypeInfo(Get(), SQL_ALL_TYPES); }));
+  Check(WithFunctions(Owner().IsWide(), [&](auto functions) { return functions.kGetTypeInfo(Get(), SQL_ALL_TYPES); }));
 }
 
 SQLUSMALLINT Statement::ColumnCount() const {
@@ -409,7 +252,7 @@ SQLUSMALLINT Statement::ColumnCount() const {
 
 ColumnDescription Statement::DescribeColumn(SQLUSMALLINT number) const {
   ColumnDescription column;
-  column.name = WithFunctions(session_->IsWide(), [&](auto functions) {
+  column.name = WithFunctions(Owner().IsWide(), [&](auto functions) {
     using Unit = typename decltype(functions)::Unit;
     return ReadText<Unit>([&](Unit* buffer, std::size_t units, std::int64_t& length) {
       SQLSMALLINT given = 0;
@@ -425,7 +268,7 @@ ColumnDescription Statement::DescribeColumn(SQLUSMALLINT number) const {
 
 bool Statement::IsUnsigned(SQLUSMALLINT number) const {
   SQLLEN isUnsigned = SQL_FALSE;
-  const SQLRETURN result = WithFunctions(session_->IsWide(), [&](auto functions) {
+  const SQLRETURN result = WithFunctions(Owner().IsWide(), [&](auto functions) {
     return functions.kColAttribute(Get(), number, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned);
   });
   return SQL_SUCCEEDED(result) && isUnsigned == SQL_TRUE;

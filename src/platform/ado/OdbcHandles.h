@@ -1,39 +1,21 @@
-// The driver manager's handles as objects, its diagnostics as errors, and its text as UTF-8.
+// The driver manager's handles as objects.
 //
 // Internal to this folder: nothing else sees an ODBC type. A handle is freed on every path; a statement keeps its
 // session alive, so that a record set outlives the connection object it came from.
-//
-// Text travels through the wide (W) functions as UTF-16. A driver that has none of its own is called through the narrow
-// ones in UTF-8 instead: the driver manager would otherwise squeeze every character into the locale's 8 bits on the
-// way.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <span>
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlucode.h>
 #include <string>
-#include <string_view>
-#include <vector>
+#include <utility>
+
+#include "platform/ado/OdbcDiagnostics.h"
 
 namespace ods::odbc {
-
-/// UTF-8 as the driver manager's UTF-16. Bytes that are no UTF-8 become U+FFFD. Not null-terminated.
-[[nodiscard]] std::vector<SQLWCHAR> ToUtf16(std::string_view text);
-/// UTF-16 as UTF-8. A surrogate without its partner becomes U+FFFD.
-[[nodiscard]] std::string ToUtf8(std::span<const SQLWCHAR> text);
-/// Bytes that a driver without wide functions gave, which hands on whatever the database holds: what is no UTF-8
-/// becomes U+FFFD.
-[[nodiscard]] std::string FromNarrowText(std::string_view bytes);
-
-/// ADO's error number for a five-character SQLSTATE.
-[[nodiscard]] std::int32_t ErrorNumberOfState(std::string_view sqlState);
-
-/// Raises the error that a handle's diagnostic records describe: the number by the first record's SQLSTATE, the texts
-/// of all of them, each once, joined by "; ".
-[[noreturn]] void RaiseDiagnostics(SQLSMALLINT handleType, SQLHANDLE handle);
 
 /// One handle of the driver manager, freed with the object.
 template <SQLSMALLINT kHandleType>
@@ -55,11 +37,17 @@ class Handle {
   SQLHANDLE handle_ = SQL_NULL_HANDLE;
 };
 
+/// How long a driver is asked to wait, in seconds, 0 for ever. Not every driver obeys.
+struct DriverLimits {
+  int connectSeconds = 0;
+  int statementSeconds = 0;
+};
+
 /// A connected session of one driver; disconnects when the last user drops it.
 class Session {
  public:
   /// Connects without asking the user anything. Raises the driver's error.
-  explicit Session(const std::string& connectionString);
+  explicit Session(const std::string& connectionString, const DriverLimits& limits = {});
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
   Session(Session&&) = delete;
@@ -81,6 +69,9 @@ class Session {
   [[nodiscard]] std::string InfoText(SQLUSMALLINT infoType) const;
   /// The catalogue in use; "" when the driver has none.
   [[nodiscard]] std::string CurrentCatalog() const;
+  /// What the driver says of the connection, without asking the database: true when it is lost.
+  [[nodiscard]] bool IsDead() const;
+  [[nodiscard]] const DriverLimits& Limits() const { return limits_; }
   /// The driver's `SQL_GETDATA_EXTENSIONS` bits.
   [[nodiscard]] SQLUINTEGER GetDataExtensions() const { return getDataExtensions_; }
 
@@ -99,8 +90,11 @@ class Session {
   [[nodiscard]] SQLRETURN ConnectThrough(const std::string& connectionString, bool wide) const;
   [[nodiscard]] bool DriverIsWide() const;
 
+  void SetLimit(SQLINTEGER attribute, int seconds) const;
+
   Environment environment_;
   Handle<SQL_HANDLE_DBC> connection_;
+  DriverLimits limits_;
   bool wide_ = true;
   bool narrowCells_ = false;
   bool preparesStatements_ = false;
@@ -141,8 +135,11 @@ class Statement {
   /// True when the driver calls the column unsigned.
   [[nodiscard]] bool IsUnsigned(SQLUSMALLINT number) const;
 
-  [[nodiscard]] SQLHANDLE Get() const { return handle_.Get(); }
-  [[nodiscard]] const Session& Owner() const { return *session_; }
+  [[nodiscard]] SQLHANDLE Get() const { return parts_->handle.Get(); }
+  [[nodiscard]] const Session& Owner() const { return *parts_->session; }
+  /// What ends, from another thread, whatever the statement is just doing. It may outlive the statement, and then does
+  /// nothing.
+  [[nodiscard]] std::function<void()> Canceller() const;
   /// Raises the statement's diagnostics unless `result` is a success or says that there is no data.
   void Check(SQLRETURN result) const;
   [[noreturn]] void Raise() const { RaiseDiagnostics(SQL_HANDLE_STMT, Get()); }
@@ -150,8 +147,15 @@ class Statement {
   bool SetAttribute(SQLINTEGER attribute, SQLULEN value) const;
 
  private:
-  std::shared_ptr<Session> session_;
-  Handle<SQL_HANDLE_STMT> handle_;
+  /// What a canceller on another thread needs as long as it is at work.
+  struct Parts {
+    explicit Parts(std::shared_ptr<Session> owner)
+        : session(std::move(owner)), handle(SQL_HANDLE_DBC, session->Get()) {}
+    std::shared_ptr<Session> session;
+    Handle<SQL_HANDLE_STMT> handle;
+  };
+
+  std::shared_ptr<Parts> parts_;
 };
 
 }  // namespace ods::odbc

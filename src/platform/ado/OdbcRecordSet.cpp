@@ -1,7 +1,6 @@
 #include "platform/ado/OdbcRecordSet.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 #include <span>
 #include <utility>
@@ -22,6 +21,9 @@ constexpr std::size_t kFirstPieceBytes = std::size_t{8} << 10U;
 constexpr std::size_t kMostPieceBytes = std::size_t{4} << 20U;
 /// No response could carry a larger value.
 constexpr std::size_t kMostCellBytes = std::size_t{64} << 20U;
+/// What an indicator holds until the driver writes it; no driver gives it. A driver that writes none means a value that
+/// is not null.
+constexpr SQLLEN kNotWritten = std::numeric_limits<SQLLEN>::min();
 
 [[noreturn]] void RaiseNoCurrentRecord() { throw Error(error_number::kNoCurrentRecord, "There is no current record."); }
 
@@ -97,10 +99,10 @@ void OdbcRecordSet::PlanFetching() {
   }
   if (allBound && (!anyVarying || canReadInBlock)) blockSize_ = RowsPerBlock();
   if (blockSize_ > 1) {
-    rowStatus_.resize(blockSize_);
+    rowStatus_.Resize(blockSize_);
     const bool taken = statement_->SetAttribute(SQL_ATTR_ROW_ARRAY_SIZE, blockSize_) &&
                        SQL_SUCCEEDED(SQLSetStmtAttr(statement_->Get(), SQL_ATTR_ROWS_FETCHED_PTR, &rowsFetched_, 0)) &&
-                       SQL_SUCCEEDED(SQLSetStmtAttr(statement_->Get(), SQL_ATTR_ROW_STATUS_PTR, rowStatus_.data(), 0));
+                       SQL_SUCCEEDED(SQLSetStmtAttr(statement_->Get(), SQL_ATTR_ROW_STATUS_PTR, rowStatus_.Data(), 0));
     if (!taken) {
       statement_->SetAttribute(SQL_ATTR_ROW_ARRAY_SIZE, 1);
       blockSize_ = 1;
@@ -118,10 +120,10 @@ std::size_t OdbcRecordSet::RowsPerBlock() const {
 }
 
 void OdbcRecordSet::Bind(Column& column, std::size_t rows) const {
-  column.cells.resize(rows * column.cellBytes);
-  column.indicators.resize(rows);
-  statement_->Check(SQLBindCol(statement_->Get(), column.number, FormatOf(column.kind).cType, column.cells.data(),
-                               static_cast<SQLLEN>(column.cellBytes), column.indicators.data()));
+  column.cells.Resize(rows * column.cellBytes);
+  column.indicators.Resize(rows);
+  statement_->Check(SQLBindCol(statement_->Get(), column.number, FormatOf(column.kind).cType, column.cells.Data(),
+                               static_cast<SQLLEN>(column.cellBytes), column.indicators.Data()));
 }
 
 void OdbcRecordSet::MoveNext() {
@@ -141,18 +143,41 @@ const Value& OdbcRecordSet::Item(std::size_t index) const {
   return values_[index];
 }
 
+void OdbcRecordSet::CheckGuards() const {
+  if constexpr (!kGuardsBuffers) return;
+  const auto check = [&](bool intact, const std::string& whose) {
+    if (intact) return;
+    throw Error(error_number::kGeneralFailure, "The database driver '" + statement_->Owner().InfoText(SQL_DRIVER_NAME) +
+                                                   "' wrote beyond the buffer of " + whose + ".");
+  };
+  for (const Column& column : columns_) {
+    check(column.cells.IsIntact() && column.indicators.IsIntact(),
+          "the field '" + fields_[column.number - 1U].name + "'");
+  }
+  check(rowStatus_.IsIntact(), "the states of rows");
+  check(pieces_.IsIntact(), "a piece of a value");
+}
+
+SQLRETURN OdbcRecordSet::FetchIntoBuffers() {
+  for (Column& column : columns_) std::ranges::fill(column.indicators.Elements(), kNotWritten);
+  std::ranges::fill(rowStatus_.Elements(), SQLUSMALLINT{SQL_ROW_SUCCESS});
+  rowsFetched_ = 0;
+  const SQLRETURN result = SQLFetch(statement_->Get());
+  CheckGuards();
+  return result;
+}
+
 void OdbcRecordSet::FetchBlock() {
   row_ = 0;
   rowsInBlock_ = 0;  // until the fetch has succeeded
-  rowsFetched_ = 0;
-  const SQLRETURN result = recordsLeft_ == 0 ? static_cast<SQLRETURN>(SQL_NO_DATA) : SQLFetch(statement_->Get());
+  const SQLRETURN result = recordsLeft_ == 0 ? static_cast<SQLRETURN>(SQL_NO_DATA) : FetchIntoBuffers();
   statement_->Check(result);
   const std::size_t fetched = blockSize_ > 1 ? std::min<std::size_t>(rowsFetched_, blockSize_) : 1;
   if (result == SQL_NO_DATA || fetched == 0) {
     statement_.reset();
     return;
   }
-  const auto states = std::span(rowStatus_).first(std::min(fetched, rowStatus_.size()));
+  const auto states = rowStatus_.Elements().first(std::min(fetched, rowStatus_.Size()));
   if (std::find(states.begin(), states.end(), SQL_ROW_ERROR) != states.end()) statement_->Raise();
   rowsInBlock_ = std::min(fetched, recordsLeft_);
   recordsLeft_ -= rowsInBlock_;
@@ -167,50 +192,70 @@ void OdbcRecordSet::LoadRow() {
     } else if (FormatOf(column.kind).size > 0) {
       values_[i] = ReadFixed(column);
     } else {
-      values_[i] = ReadPieces(column, 0);
+      values_[i] = ReadPieces(column, std::nullopt);
     }
   }
 }
 
 Value OdbcRecordSet::BoundValue(const Column& column) {
-  const SQLLEN indicator = column.indicators[row_];
+  const SQLLEN indicator = column.indicators.Elements()[row_];
   if (indicator == SQL_NULL_DATA) return Null{};
   const CellFormat& format = FormatOf(column.kind);
-  const auto cell = std::span(column.cells).subspan(row_ * column.cellBytes, column.cellBytes);
-  if (format.size > 0) return CellValue(column.kind, fields_[column.number - 1U].type, cell);
+  const std::int32_t type = fields_[column.number - 1U].type;
+  const auto cell = column.cells.Elements().subspan(row_ * column.cellBytes, column.cellBytes);
+  if (format.size > 0) return CellValue(column.kind, type, cell);
   const std::size_t room = column.cellBytes - format.terminator;
   if (indicator >= 0 && static_cast<std::size_t>(indicator) <= room) {
-    return CellValue(column.kind, fields_[column.number - 1U].type, cell.first(static_cast<std::size_t>(indicator)));
+    return CellValue(column.kind, type, cell.first(static_cast<std::size_t>(indicator)));
   }
   if (blockSize_ > 1) {
     statement_->Check(SQLSetPos(statement_->Get(), row_ + 1, SQL_POSITION, SQL_LOCK_NO_CHANGE));
   }
+  if (indicator == kNotWritten) return ReadPieces(column, 0);
   return ReadPieces(column, indicator > 0 ? static_cast<std::size_t>(indicator) : room);
 }
 
-Value OdbcRecordSet::ReadFixed(const Column& column) const {
-  const CellFormat& format = FormatOf(column.kind);
-  std::array<std::byte, sizeof(SQL_TIMESTAMP_STRUCT)> cell{};
-  SQLLEN indicator = SQL_NULL_DATA;
-  statement_->Check(SQLGetData(statement_->Get(), column.number, format.cType, cell.data(),
-                               static_cast<SQLLEN>(cell.size()), &indicator));
-  if (indicator == SQL_NULL_DATA) return Null{};
-  return CellValue(column.kind, fields_[column.number - 1U].type, std::span(cell).first(format.size));
+SQLRETURN OdbcRecordSet::GetData(const Column& column, GuardedBuffer<std::byte>& buffer, std::size_t offset,
+                                 SQLLEN& indicator) const {
+  indicator = kNotWritten;
+  const SQLRETURN result = SQLGetData(statement_->Get(), column.number, FormatOf(column.kind).cType,
+                                      buffer.Data() + offset, static_cast<SQLLEN>(buffer.Size() - offset), &indicator);
+  CheckGuards();
+  statement_->Check(result);
+  return result;
 }
 
-Value OdbcRecordSet::ReadPieces(const Column& column, std::size_t atLeast) {
+Value OdbcRecordSet::ReadFixed(const Column& column) {
+  const std::size_t size = FormatOf(column.kind).size;
+  if (pieces_.Size() < size) pieces_.Resize(kFirstPieceBytes);
+  SQLLEN indicator = kNotWritten;
+  GetData(column, pieces_, 0, indicator);
+  if (indicator == SQL_NULL_DATA) return Null{};
+  return CellValue(column.kind, fields_[column.number - 1U].type, pieces_.Elements().first(size));
+}
+
+Value OdbcRecordSet::ReadPieces(const Column& column, std::optional<std::size_t> atLeast) {
   const CellFormat& format = FormatOf(column.kind);
-  if (pieces_.size() < kFirstPieceBytes) pieces_.resize(kFirstPieceBytes);
+  const std::string& name = fields_[column.number - 1U].name;
+  const auto raiseCutOff = [&] {
+    throw Error(error_number::kGeneralFailure,
+                "The database driver cut off a value of the field '" + name + "' and does not give the rest.");
+  };
+  if (pieces_.Size() < kFirstPieceBytes) pieces_.Resize(kFirstPieceBytes);
   std::size_t used = 0;
-  while (true) {
-    const std::size_t room = pieces_.size() - used;
+  for (bool first = true;; first = false) {
+    const std::size_t room = pieces_.Size() - used;
     const std::size_t dataRoom = (room - format.terminator) / format.unit * format.unit;
-    SQLLEN indicator = SQL_NULL_DATA;
-    const SQLRETURN result = SQLGetData(statement_->Get(), column.number, format.cType, pieces_.data() + used,
-                                        static_cast<SQLLEN>(room), &indicator);
-    statement_->Check(result);
-    if (result == SQL_NO_DATA) break;
+    SQLLEN indicator = kNotWritten;
+    if (GetData(column, pieces_, used, indicator) == SQL_NO_DATA) {
+      if (first && atLeast) raiseCutOff();
+      break;
+    }
     if (indicator == SQL_NULL_DATA) return Null{};
+    if (indicator == kNotWritten) {
+      throw Error(error_number::kGeneralFailure,
+                  "The database driver does not tell how long a value of the field '" + name + "' is.");
+    }
     const bool known = indicator >= 0;
     if (known && static_cast<std::size_t>(indicator) <= dataRoom) {
       used += static_cast<std::size_t>(indicator);
@@ -218,18 +263,15 @@ Value OdbcRecordSet::ReadPieces(const Column& column, std::size_t atLeast) {
     }
     used += dataRoom;
     if (used > kMostCellBytes) {
-      throw Error(error_number::kOwn, "A value of the field '" + fields_[column.number - 1U].name + "' has more than " +
-                                          std::to_string(kMostCellBytes) + " bytes.");
+      throw Error(error_number::kOwn,
+                  "A value of the field '" + name + "' has more than " + std::to_string(kMostCellBytes) + " bytes.");
     }
     // The indicator is what was left before this piece. It is not trusted with more than one piece's memory.
-    const std::size_t rest = known ? static_cast<std::size_t>(indicator) - dataRoom : pieces_.size();
-    pieces_.resize(used + std::min(rest, kMostPieceBytes) + format.terminator + format.unit);
+    const std::size_t rest = known ? static_cast<std::size_t>(indicator) - dataRoom : pieces_.Size();
+    pieces_.Resize(used + std::min(rest, kMostPieceBytes) + format.terminator + format.unit);
   }
-  if (used < atLeast) {
-    throw Error(error_number::kGeneralFailure, "The database driver cut off a value of the field '" +
-                                                   fields_[column.number - 1U].name + "' and does not give the rest.");
-  }
-  return CellValue(column.kind, fields_[column.number - 1U].type, std::span(pieces_).first(used));
+  if (used < atLeast.value_or(0)) raiseCutOff();
+  return CellValue(column.kind, fields_[column.number - 1U].type, pieces_.Elements().first(used));
 }
 
 }  // namespace ods::odbc

@@ -2,16 +2,22 @@
 // by row with the long columns in pieces where it does not.
 //
 // Internal to this folder. Nothing of a value is lost when a driver understates a column's size: a cell that did not
-// fit its buffer is read again whole. Dropping a record set that was read in part reads nothing more.
+// fit its buffer is read again whole. No value is taken for null because an earlier one was: every indicator is set
+// before each fetch. Dropping a record set that was read in part reads nothing more.
+//
+// In debug and sanitizer builds a driver that writes beyond a buffer is found out at the fetch that did it, by an error
+// that names the field and the driver.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/ado/Ado.h"
+#include "platform/ado/GuardedBuffer.h"
 #include "platform/ado/OdbcHandles.h"
 #include "platform/ado/OdbcTypes.h"
 
@@ -29,6 +35,11 @@ class OdbcRecordSet final : public RecordSet {
   void MoveNext() override;
   using RecordSet::Item;
   [[nodiscard]] const Value& Item(std::size_t index) const override;
+  /// Gives the current row, in exchange for a vector whose memory serves the next one.
+  void TakeRow(std::vector<Value>& row) {
+    row.resize(values_.size());
+    row.swap(values_);
+  }
 
  private:
   struct Column {
@@ -37,8 +48,8 @@ class OdbcRecordSet final : public RecordSet {
     bool isLong = false;
     bool bound = false;
     std::size_t cellBytes = 0;  ///< room for one cell, terminator included
-    std::vector<std::byte> cells;
-    std::vector<SQLLEN> indicators;
+    GuardedBuffer<std::byte> cells;
+    GuardedBuffer<SQLLEN> indicators;
   };
 
   void DescribeColumn(SQLUSMALLINT number);
@@ -48,18 +59,25 @@ class OdbcRecordSet final : public RecordSet {
   void Bind(Column& column, std::size_t rows) const;
   /// Fetches the next block and loads its first row, or goes to the end.
   void FetchBlock();
+  /// The next block into the bound buffers, with what an earlier one left in the indicators wiped out before.
+  SQLRETURN FetchIntoBuffers();
+  /// The next piece of a cell of the current row, as `SQLGetData` gives it. Raises the driver's error.
+  SQLRETURN GetData(const Column& column, GuardedBuffer<std::byte>& buffer, std::size_t offset,
+                    SQLLEN& indicator) const;
+  /// Raises an error when the driver has written beyond a buffer; does nothing in a release build.
+  void CheckGuards() const;
   void LoadRow();
   [[nodiscard]] Value BoundValue(const Column& column);
-  [[nodiscard]] Value ReadFixed(const Column& column) const;
+  [[nodiscard]] Value ReadFixed(const Column& column);
   /// The cell in the current row through `SQLGetData`, piece by piece. `atLeast` is the size in bytes that is known of
-  /// it (0 for unknown): raises an error when the driver gives less.
-  [[nodiscard]] Value ReadPieces(const Column& column, std::size_t atLeast);
+  /// a cell that was fetched before, if it was: raises an error when the driver gives less, or nothing at all.
+  [[nodiscard]] Value ReadPieces(const Column& column, std::optional<std::size_t> atLeast);
 
   std::vector<Field> fields_;
   std::vector<Column> columns_;
-  std::vector<Value> values_;      ///< the current row
-  std::vector<std::byte> pieces_;  ///< what `ReadPieces` gathers, kept for its memory
-  std::vector<SQLUSMALLINT> rowStatus_;
+  std::vector<Value> values_;        ///< the current row
+  GuardedBuffer<std::byte> pieces_;  ///< what `ReadPieces` gathers, kept for its memory
+  GuardedBuffer<SQLUSMALLINT> rowStatus_;
   SQLULEN rowsFetched_ = 0;  ///< written by the driver
   std::size_t blockSize_ = 1;
   std::size_t rowsInBlock_ = 0;

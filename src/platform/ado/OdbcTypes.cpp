@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -13,7 +14,7 @@
 
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
-#include "platform/ado/OdbcHandles.h"
+#include "platform/ado/OdbcText.h"
 
 namespace ods::odbc {
 
@@ -21,7 +22,13 @@ namespace {
 
 namespace t = ado_type;
 
-constexpr std::array<ColumnType, 25> kColumnTypes = {{
+// Types of Microsoft SQL Server's own, from its drivers' documentation (msodbcsql.h).
+constexpr SQLSMALLINT kSqlServerTime = -154;
+constexpr SQLSMALLINT kSqlServerTimeStampOffset = -155;
+constexpr SQLSMALLINT kSqlServerXml = -152;
+constexpr SQLSMALLINT kSqlServerVariant = -150;
+
+constexpr std::array<ColumnType, 29> kColumnTypes = {{
     {SQL_CHAR, t::kChar, t::kChar, CellKind::kText, 0, false},
     {SQL_VARCHAR, t::kVarChar, t::kVarChar, CellKind::kText, 0, false},
     {SQL_LONGVARCHAR, t::kLongVarChar, t::kLongVarChar, CellKind::kText, 0, true},
@@ -47,27 +54,33 @@ constexpr std::array<ColumnType, 25> kColumnTypes = {{
     {SQL_GUID, t::kGUID, t::kGUID, CellKind::kGuid, 16, false},
     // Drivers of ODBC 2 that answer past the driver manager's own mapping.
     {SQL_TIMESTAMP, t::kDBTimeStamp, t::kDBTimeStamp, CellKind::kTimeStamp, 16, false},
+    {kSqlServerTime, t::kDBTime, t::kDBTime, CellKind::kTime, 6, false},
+    {kSqlServerTimeStampOffset, t::kDBTimeStamp, t::kDBTimeStamp, CellKind::kOffsetTimeStamp, 16, false},
+    {kSqlServerXml, t::kLongVarWChar, t::kLongVarWChar, CellKind::kText, 0, true},
+    {kSqlServerVariant, t::kVariant, t::kVariant, CellKind::kText, 0, false},
     {SQL_UNKNOWN_TYPE, t::kVariant, t::kVariant, CellKind::kText, 0, false},
 }};
 
-// Integers are fetched at full width whatever their column says: SQLite keeps 64 bits in any integer column. Times are
-// fetched as text: drivers refuse the whole row for one that is no time of day, such as MariaDB's 838:59:59.
-constexpr std::array<CellFormat, 13> kCellFormats = {{
-    {SQL_C_SBIGINT, sizeof(std::int64_t), 0, 0},                // kInteger
-    {SQL_C_CHAR, 0, 1, 1},                                      // kUnsignedBigInteger
-    {SQL_C_FLOAT, sizeof(float), 0, 0},                         // kSingle
-    {SQL_C_DOUBLE, sizeof(double), 0, 0},                       // kDouble
-    {SQL_C_BIT, 1, 0, 0},                                       // kBoolean
-    {SQL_C_CHAR, 0, 1, 1},                                      // kDecimal
-    {SQL_C_WCHAR, 0, sizeof(SQLWCHAR), sizeof(SQLWCHAR)},       // kText
-    {SQL_C_CHAR, 0, 1, 1},                                      // kNarrowText
-    {SQL_C_CHAR, 0, 1, 1},                                      // kGuid
-    {SQL_C_BINARY, 0, 1, 0},                                    // kBytes
-    {SQL_C_TYPE_DATE, sizeof(SQL_DATE_STRUCT), 0, 0},           // kDate
-    {SQL_C_CHAR, 0, 1, 1},                                      // kTime
-    {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT), 0, 0}  // kTimeStamp
+// Integers are fetched at full width whatever their column says: SQLite keeps 64 bits in any integer column. Singles
+// are fetched as doubles: odbc-mariadb writes those of a block 8 bytes apart. Times are fetched as text: drivers refuse
+// the whole row for one that is no time of day, such as MariaDB's 838:59:59.
+constexpr std::array<CellFormat, 14> kCellFormats = {{
+    {SQL_C_SBIGINT, sizeof(std::int64_t), 0, 0},                 // kInteger
+    {SQL_C_CHAR, 0, 1, 1},                                       // kUnsignedBigInteger
+    {SQL_C_DOUBLE, sizeof(double), 0, 0},                        // kSingle
+    {SQL_C_DOUBLE, sizeof(double), 0, 0},                        // kDouble
+    {SQL_C_BIT, 1, 0, 0},                                        // kBoolean
+    {SQL_C_CHAR, 0, 1, 1},                                       // kDecimal
+    {SQL_C_WCHAR, 0, sizeof(SQLWCHAR), sizeof(SQLWCHAR)},        // kText
+    {SQL_C_CHAR, 0, 1, 1},                                       // kNarrowText
+    {SQL_C_CHAR, 0, 1, 1},                                       // kGuid
+    {SQL_C_BINARY, 0, 1, 0},                                     // kBytes
+    {SQL_C_TYPE_DATE, sizeof(SQL_DATE_STRUCT), 0, 0},            // kDate
+    {SQL_C_CHAR, 0, 1, 1},                                       // kTime
+    {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT), 0, 0},  // kTimeStamp
+    {SQL_C_CHAR, 0, 1, 1},                                       // kOffsetTimeStamp
 }};
-static_assert(kCellFormats.size() == static_cast<std::size_t>(CellKind::kTimeStamp) + 1);
+static_assert(kCellFormats.size() == static_cast<std::size_t>(CellKind::kOffsetTimeStamp) + 1);
 
 /// The C structure at the beginning of a cell, which need not be aligned for it.
 template <typename T>
@@ -150,22 +163,67 @@ Value TimeStampValue(const SQL_TIMESTAMP_STRUCT& stamp) {
   return DateValue({stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second}, false);
 }
 
+/// The nearest single. A text of the largest one, read as a double, may lie just beyond it; what is larger still, as a
+/// driver may give from a column that it only calls single, stays as it is.
+double SingleValue(double number) {
+  constexpr double kLargest = std::numeric_limits<float>::max();
+  constexpr double kRoundsToLargest = 0x1.ffffffp127;
+  if (!(std::abs(number) < kRoundsToLargest)) return number;
+  return static_cast<double>(static_cast<float>(std::clamp(number, -kLargest, kLargest)));
+}
+
+/// The numbers that stand in `text` where `form` has digits ("00:00"); nothing when one is none, or when another
+/// character of the form is not there.
+template <std::size_t kCount>
+std::optional<std::array<int, kCount>> NumbersIn(std::string_view text, std::string_view form) {
+  if (text.size() < form.size()) return std::nullopt;
+  std::array<int, kCount> numbers{};
+  std::size_t current = 0;
+  for (std::size_t i = 0; i < form.size(); ++i) {
+    if (form[i] != '0') {
+      if (text[i] != form[i]) return std::nullopt;
+      ++current;
+    } else if (text[i] < '0' || text[i] > '9') {
+      return std::nullopt;
+    } else {
+      numbers[current] = numbers[current] * 10 + (text[i] - '0');
+    }
+  }
+  return numbers;
+}
+
 /// "hh:mm:ss" with any fraction behind it, which is dropped.
 Value TimeValue(std::string_view text) {
   constexpr std::string_view kForm = "00:00:00";
   text = Trim(text);
-  if (text.size() < kForm.size() || (text.size() > kForm.size() && text[kForm.size()] != '.')) return Null{};
-  const auto twoDigits = [&](std::size_t position) {
-    const bool digits =
-        text[position] >= '0' && text[position] <= '9' && text[position + 1] >= '0' && text[position + 1] <= '9';
-    return digits ? (text[position] - '0') * 10 + (text[position + 1] - '0') : -1;
-  };
-  if (text[2] != ':' || text[5] != ':') return Null{};
+  const auto numbers = NumbersIn<3>(text, kForm);
+  if (!numbers || (text.size() > kForm.size() && text[kForm.size()] != '.')) return Null{};
   DateParts parts;  // the zero date
-  parts.hour = twoDigits(0);
-  parts.minute = twoDigits(3);
-  parts.second = twoDigits(6);
+  parts.hour = (*numbers)[0];
+  parts.minute = (*numbers)[1];
+  parts.second = (*numbers)[2];
   return DateValue(parts, false);
+}
+
+/// "yyyy-mm-dd hh:mm:ss" with any fraction, which is dropped, and "+hh:mm" or "-hh:mm" behind it: that moment in
+/// universal time, which is what a literal without an offset is compared as.
+Value OffsetTimeStampValue(std::string_view text) {
+  constexpr std::string_view kForm = "0000-00-00 00:00:00";
+  constexpr std::string_view kOffsetForm = "00:00";
+  text = Trim(text);
+  const auto numbers = NumbersIn<6>(text, kForm);
+  if (!numbers) return Null{};
+  const auto [year, month, day, hour, minute, second] = *numbers;
+  std::optional<Date> date = Date::FromParts({year, month, day, hour, minute, second});
+  if (!date) return Null{};
+  const std::size_t sign = text.find_first_of("+-", kForm.size());
+  if (sign == std::string_view::npos) return *date;
+  const auto offset = NumbersIn<2>(text.substr(sign + 1), kOffsetForm);
+  if (!offset) return Null{};
+  constexpr int kMinuteSeconds = 60;
+  const int seconds = ((*offset)[0] * kMinuteSeconds + (*offset)[1]) * kMinuteSeconds;
+  date->seconds += text[sign] == '+' ? -seconds : seconds;
+  return date->IsInRange() ? Value(*date) : Value(Null{});
 }
 
 }  // namespace
@@ -185,7 +243,7 @@ Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> 
     case CellKind::kUnsignedBigInteger:
       return UnsignedBigIntegerValue(Characters(cell));
     case CellKind::kSingle:
-      return static_cast<double>(Load<float>(cell));
+      return SingleValue(Load<double>(cell));
     case CellKind::kDouble:
       return Load<double>(cell);
     case CellKind::kBoolean:
@@ -210,6 +268,8 @@ Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> 
       return TimeValue(Characters(cell));
     case CellKind::kTimeStamp:
       return TimeStampValue(Load<SQL_TIMESTAMP_STRUCT>(cell));
+    case CellKind::kOffsetTimeStamp:
+      return OffsetTimeStampValue(Characters(cell));
   }
   return Null{};
 }

@@ -29,6 +29,7 @@ enum class CellKind : std::uint8_t {
   kDate,
   kTime,
   kTimeStamp,
+  kOffsetTimeStamp,  ///< as text, with the distance from universal time behind it
 };
 
 /// One row of the type table.

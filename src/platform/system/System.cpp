@@ -4,10 +4,12 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <iostream>
 #include <malloc.h>
 #include <pwd.h>
 #include <sys/random.h>
@@ -53,6 +55,13 @@ void GiveBackFreeMemory() {
 #ifdef __GLIBC__
   malloc_trim(0);
 #endif
+}
+
+void EndProcessNow(int status) {
+  std::cout.flush();
+  std::cerr.flush();
+  std::fflush(nullptr);
+  _exit(status);
 }
 
 std::uint32_t CurrentProcessId() { return static_cast<std::uint32_t>(getpid()); }

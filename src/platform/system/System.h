@@ -37,6 +37,10 @@ namespace ods {
 /// what one large piece of work took whenever something small that is still in use lies behind it.
 void GiveBackFreeMemory();
 
+/// Ends the process with what is in its output buffers written, but without the end of its static objects: for when
+/// another thread may still be using them.
+[[noreturn]] void EndProcessNow(int status);
+
 /// Sleeps; a signal ends the sleep early.
 void SleepMilliseconds(int milliseconds);
 

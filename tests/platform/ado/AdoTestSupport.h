@@ -1,4 +1,4 @@
-// What the tests of this folder share: errors as expected, results as tables, and the servers that may be at hand.
+// What the tests of this folder share: results as tables, and the servers that may be at hand.
 #pragma once
 
 #include <cstdint>
@@ -9,22 +9,10 @@
 #include <vector>
 
 #include "common/Conversions.h"
-#include "common/Error.h"
 #include "platform/ado/Ado.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
-
-/// Runs `action` and expects an error of this number whose text contains `part`.
-template <typename Action>
-void ExpectError(Action action, std::int32_t number, const std::string& part) {
-  try {
-    action();
-    ADD_FAILURE() << "no error; expected one with: " << part;
-  } catch (const Error& error) {
-    EXPECT_EQ(error.Number(), number) << ErrorNumberHex(error.Number()) << " " << error.Description();
-    EXPECT_NE(error.Description().find(part), std::string::npos) << error.Description();
-  }
-}
 
 /// ADO's error numbers as they are known in hexadecimal.
 inline std::int32_t Hex(std::uint32_t number) { return static_cast<std::int32_t>(number); }

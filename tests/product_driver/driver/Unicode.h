@@ -6,10 +6,11 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/ado/OdbcText.h"
+
 namespace ods::product_driver {
 
-/// Not null-terminated. Bytes that are no UTF-8 become U+FFFD.
-[[nodiscard]] std::vector<SQLWCHAR> ToUtf16(std::string_view text);
+using odbc::ToUtf16;
 
 /// `length` counts units; SQL_NTS reads up to the closing null. No pointer gives "".
 [[nodiscard]] std::string ToUtf8(const SQLWCHAR* text, SQLLEN length);

@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#include "doubles/FakeServerView.h"
 #include "support/OdbcFolder.h"
-#include "ui/windows/FakeServerView.h"
 #include "ui/windows/Widgets.h"
 
 namespace ods {

@@ -13,11 +13,12 @@
 #include <vector>
 
 #include "common/Error.h"
+#include "doubles/FakeServerView.h"
+#include "doubles/OpeningConnection.h"
 #include "platform/ado/Ado.h"
 #include "platform/system/System.h"
 #include "support/OdbcFolder.h"
 #include "ui/windows/Boxes.h"
-#include "ui/windows/FakeServerView.h"
 #include "ui/windows/Programs.h"
 #include "ui/windows/Widgets.h"
 
@@ -30,6 +31,7 @@ using test::FakeServerView;
 using test::Find;
 using test::LabelText;
 using test::OdbcFolder;
+using test::OpeningConnection;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -37,30 +39,6 @@ constexpr const char* kOneDriver = "[SQLite3]\nDriver=libsqlite3odbc.so\n";
 constexpr const char* kNoDriverText =
     "The program can not find an appropriate ODBC driver on this computer.\n"
     "Please install your ODBC driver and start this program again.";
-
-/// A connection that does what a test says.
-class FakeConnection final : public Connection {
- public:
-  explicit FakeConnection(std::function<void(FakeConnection&)> open) : open_(std::move(open)) {}
-  void Open(const std::string& text) override {
-    connectionString = text;
-    open_(*this);
-  }
-  [[nodiscard]] const std::vector<ConnectionProperty>& Properties() const override { return properties; }
-  [[nodiscard]] std::string DefaultDatabase() const override { return ""; }
-  [[nodiscard]] std::shared_ptr<RecordSet> OpenSchema(Schema /*schema*/, const std::vector<Value>& /*r*/) override {
-    return nullptr;
-  }
-  [[nodiscard]] std::shared_ptr<RecordSet> OpenRecordSet(const std::string& /*sql*/, std::int32_t /*max*/) override {
-    return nullptr;
-  }
-
-  std::string connectionString;
-  std::vector<ConnectionProperty> properties;
-
- private:
-  std::function<void(FakeConnection&)> open_;
-};
 
 std::string ContentOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -100,9 +78,9 @@ class FrmConfigure : public ::testing::Test {
     QTest::keyClicks(&field, text);
   }
   /// Registers a connection that `open` opens.
-  void RegisterConnection(const std::function<void(FakeConnection&)>& open) {
+  void RegisterConnection(const std::function<void(OpeningConnection&)>& open) {
     components_.Register("ADODB.Connection", [this, open]() -> std::shared_ptr<Object> {
-      auto connection = std::make_shared<FakeConnection>(open);
+      auto connection = std::make_shared<OpeningConnection>(open);
       connection_ = connection;
       return connection;
     });
@@ -111,7 +89,7 @@ class FrmConfigure : public ::testing::Test {
   OdbcFolder odbc_;
   FakeServerView server_;
   ComponentRegistry components_;
-  std::weak_ptr<FakeConnection> connection_;
+  std::weak_ptr<OpeningConnection> connection_;
   std::unique_ptr<frmConfigure> dialog_;
 };
 
@@ -493,7 +471,7 @@ TEST_F(FrmConfigure, WithoutAnAdministratorNewTellsWhatToDo) {
 // ----------------------------------------------------------------------------------------------------- test connection
 
 TEST_F(FrmConfigure, AConnectionThatOpensIsOkAndIsClosedAgain) {
-  RegisterConnection([](FakeConnection& connection) { connection.properties = {{"DBMS Name", "SQLite"}}; });
+  RegisterConnection([](OpeningConnection& connection) { connection.properties = {{"DBMS Name", "SQLite"}}; });
   Open();
   TypeInto(Field("txtConnectionString"), "DSN=Typed");
   bool open = false;
@@ -515,7 +493,8 @@ TEST_F(FrmConfigure, AConnectionThatOpensIsOkAndIsClosedAgain) {
 }
 
 TEST_F(FrmConfigure, AConnectionThatFailsIsToldWithItsError) {
-  RegisterConnection([](FakeConnection&) { throw Error(error_number::kGeneralFailure, "Data source name not found"); });
+  RegisterConnection(
+      [](OpeningConnection&) { throw Error(error_number::kGeneralFailure, "Data source name not found"); });
   Open();
   Boxes boxes;
   Click(*dialog_, "cmdTestConnection");
@@ -529,7 +508,7 @@ TEST_F(FrmConfigure, AConnectionThatFailsIsToldWithItsError) {
 }
 
 TEST_F(FrmConfigure, AConnectionThatIsNotOpenWithoutAnErrorIsTold) {
-  RegisterConnection([](FakeConnection&) {});
+  RegisterConnection([](OpeningConnection&) {});
   Open();
   Boxes boxes;
   Click(*dialog_, "cmdTestConnection");

@@ -11,7 +11,7 @@
 #include <tuple>
 #include <vector>
 
-#include "ui/windows/FakeServerView.h"
+#include "doubles/FakeServerView.h"
 #include "ui/windows/Widgets.h"
 
 namespace ods {

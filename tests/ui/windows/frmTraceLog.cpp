@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "ui/windows/FakeServerView.h"
+#include "doubles/FakeServerView.h"
 #include "ui/windows/GeneralDate.h"
 #include "ui/windows/Widgets.h"
 

@@ -1,3 +1,5 @@
+#include "platform/system/NamedMutex.h"
+
 #include <gmock/gmock.h>
 #include <memory>
 #include <sys/file.h>
@@ -5,13 +7,14 @@
 #include "common/Error.h"
 #include "common/PercentCode.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
+using ::testing::_;
 using testing::Child;
 using ::testing::HasSubstr;
 using testing::ModeOf;
@@ -71,13 +74,7 @@ TEST(NamedMutex, ReportsTheSystemsErrorWhenItCannotBeDestroyed) {
       close(descriptor);
     }
   }
-  try {
-    mutex.Destroy();
-    FAIL() << "no error";
-  } catch (const Error& error) {
-    EXPECT_EQ(error.Number(), 1000);
-    EXPECT_EQ(error.Description(), "Error destroying instance mutex handle (9). " + SystemErrorText(9));
-  }
+  EXPECT_RAISES(mutex.Destroy(), 1000, "Error destroying instance mutex handle (9). " + SystemErrorText(9));
   unlink(LockFile(name).c_str());
 }
 
@@ -180,12 +177,7 @@ TEST(NamedMutex, AccessDeniedCountsAsExisting) {
   Child other([&name](int pipe) {
     if (setuid(kNobody) != 0) _exit(3);
     Report(pipe, MutexExists(name) ? "exists" : "free");
-    try {
-      const NamedMutex mutex(name);
-      Report(pipe, "created");
-    } catch (const Error& error) {
-      Report(pipe, std::to_string(error.Number()) + " " + error.Description());
-    }
+    Report(pipe, test::RaisedText([&name] { const NamedMutex mutex(name); }));
   });
   EXPECT_EQ(other.Line(), "exists");
   EXPECT_EQ(other.Line(), "1000 Error creating instance mutex (13). Permission denied");
@@ -219,28 +211,16 @@ TEST(NamedMutex, ALinkIsNotFollowed) {
   const TestFolder folder;
   const std::string name = NewName();
   ASSERT_EQ(symlink((folder / "victim").c_str(), LockFile(name).c_str()), 0);
-  EXPECT_THROW(NamedMutex{name}, Error);
-  EXPECT_THROW((void)MutexExists(name), Error);
+  EXPECT_RAISES(NamedMutex(name), 1000, _);
+  EXPECT_RAISES(MutexExists(name), 1000, _);
   EXPECT_FALSE(std::filesystem::exists(folder / "victim"));
   unlink(LockFile(name).c_str());
 }
 
 TEST(NamedMutex, ANameThatIsNoFileNameIsAnError) {
   const std::string name(300, 'x');
-  try {
-    const NamedMutex mutex(name);
-    FAIL() << "no error";
-  } catch (const Error& error) {
-    EXPECT_EQ(error.Number(), 1000);
-    EXPECT_EQ(error.Description(), "Error creating instance mutex (36). File name too long");
-  }
-  try {
-    (void)MutexExists(name);
-    FAIL() << "no error";
-  } catch (const Error& error) {
-    EXPECT_EQ(error.Number(), 1000);
-    EXPECT_EQ(error.Description(), "Unable to test the mutex \"" + name + "\": File name too long");
-  }
+  EXPECT_RAISES(NamedMutex(name), 1000, "Error creating instance mutex (36). File name too long");
+  EXPECT_RAISES(MutexExists(name), 1000, "Unable to test the mutex \"" + name + "\": File name too long");
 }
 
 TEST(LockFolder, IsOpenToAllUsersAndSticky) {
@@ -255,12 +235,8 @@ TEST(LockFolder, FallsBackWhereTheFirstCannotBeMade) {
   const TestFolder folder;
   std::filesystem::create_symlink(folder.Path(), folder / "link");
   EXPECT_EQ(FirstLockFolder({folder / "no/such/parent", folder / "link", folder / "locks"}), folder / "locks");
-  try {
-    (void)FirstLockFolder({folder / "no/such/parent"});
-    FAIL() << "no error";
-  } catch (const Error& error) {
-    EXPECT_EQ(error.Description(), "Unable to create the lock folder \"" + (folder / "no/such/parent") + "\"");
-  }
+  EXPECT_RAISES(FirstLockFolder({folder / "no/such/parent"}), 1000,
+                "Unable to create the lock folder \"" + (folder / "no/such/parent") + "\"");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What a server is put among in tests: scripted queues, a scripted database and a user interface that remembers.
+// What a server is put among in tests: scripted queues and a scripted database.
 #pragma once
 
 #include <deque>
@@ -14,37 +14,11 @@
 
 #include "common/ComponentRegistry.h"
 #include "common/Error.h"
-#include "common/UserInterface.h"
+#include "doubles/FakeSession.h"
 #include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
-#include "support/FakeSession.h"
 
 namespace ods::test {
-
-class ScriptedUserInterface final : public UserInterface {
- public:
-  void LetEventsRun() override {
-    ++eventRounds;
-    if (onEvents) onEvents();
-  }
-  void ShowMainWindow() override { calls.emplace_back("show main window"); }
-  void UnloadMainWindow() override { calls.emplace_back("unload main window"); }
-  void ShowOptionsDialog() override { calls.emplace_back("options dialog"); }
-  void WaitUntilClosed() override { calls.emplace_back("wait until closed"); }
-  void MessageBox(const std::string& title, const std::string& text, BoxStyle style) override {
-    calls.push_back((style == BoxStyle::kExclamation ? "warning: " : "information: ") + title + ": " + text);
-  }
-  void AddTraceEntry(std::int32_t /*severity*/, const std::string& text) override { entries.push_back(text); }
-
-  [[nodiscard]] int CountOf(const std::string& entry) const {
-    return static_cast<int>(std::count(entries.begin(), entries.end(), entry));
-  }
-
-  int eventRounds = 0;
-  std::function<void()> onEvents;
-  std::vector<std::string> calls;
-  std::vector<std::string> entries;
-};
 
 struct SentMessage {
   std::string id;
@@ -157,14 +131,14 @@ struct DatabaseScript {
   int alive = 0;
 };
 
-class TestConnection final : public Connection {
+class ScriptedConnection final : public Connection {
  public:
-  explicit TestConnection(DatabaseScript& script) : script_(script) { ++script_.alive; }
-  ~TestConnection() override { --script_.alive; }
-  TestConnection(const TestConnection&) = delete;
-  TestConnection& operator=(const TestConnection&) = delete;
-  TestConnection(TestConnection&&) = delete;
-  TestConnection& operator=(TestConnection&&) = delete;
+  explicit ScriptedConnection(DatabaseScript& script) : script_(script) { ++script_.alive; }
+  ~ScriptedConnection() override { --script_.alive; }
+  ScriptedConnection(const ScriptedConnection&) = delete;
+  ScriptedConnection& operator=(const ScriptedConnection&) = delete;
+  ScriptedConnection(ScriptedConnection&&) = delete;
+  ScriptedConnection& operator=(ScriptedConnection&&) = delete;
 
   void Open(const std::string& connectionString) override {
     script_.opened.push_back(connectionString);
@@ -192,7 +166,7 @@ class TestConnection final : public Connection {
 
 inline void RegisterDoubles(ComponentRegistry& components, QueueScript& queues, DatabaseScript& database) {
   components.Register("Halvik.Queue", [&queues] { return std::make_shared<FakeQueue>(queues); });
-  components.Register("ADODB.Connection", [&database] { return std::make_shared<TestConnection>(database); });
+  components.Register("ADODB.Connection", [&database] { return std::make_shared<ScriptedConnection>(database); });
 }
 
 }  // namespace ods::test

@@ -5,9 +5,12 @@
 
 #include "platform/ado/Ado.h"
 #include "platform/ado/AdoTestSupport.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
+
+using ::testing::HasSubstr;
 
 class PostgreSqlTest : public ::testing::Test {
  protected:
@@ -106,6 +109,20 @@ TEST_F(PostgreSqlTest, NothingIsLostWhenValuesAreLongerThanTheDriverSays) {
   }
 }
 
+TEST_F(PostgreSqlTest, WhatTheDriverMakesOfDatesBeyondItsCalendar) {
+  Run("CREATE TABLE t (i integer, d date, ts timestamp, tm time)");
+  Run("INSERT INTO t VALUES (1, 'infinity', 'infinity', '24:00:00'), (2, '-infinity', '-infinity', NULL),"
+      " (3, '0044-03-15 BC', '0044-03-15 10:00:00 BC', NULL), (4, '12345-01-02', '12345-01-02', NULL),"
+      " (5, '2020-01-02', '2020-01-02', '10:11:12')");
+  const std::vector<Row> rows = Read("SELECT d, ts, tm FROM t ORDER BY i");
+  ASSERT_EQ(rows.size(), 5U);
+  EXPECT_EQ(rows[0], (Row{Null{}, DateOf({9999, 12, 31, 23, 59, 59}), Null{}}));
+  EXPECT_EQ(rows[1], (Row{Null{}, Null{}, Null{}}));
+  EXPECT_EQ(rows[2], (Row{DateOf({44, 3, 15}, true), Null{}, Null{}})) << "the date has lost its era";
+  EXPECT_EQ(rows[3], (Row{Null{}, Null{}, Null{}}));
+  EXPECT_EQ(rows[4], (Row{DateOf({2020, 1, 2}, true), DateOf({2020, 1, 2}), DateOf({1899, 12, 30, 10, 11, 12})}));
+}
+
 TEST_F(PostgreSqlTest, LongColumnsAreReadInPieces) {
   Run("CREATE TABLE t (a integer, tx text, b varchar(10), bl bytea, c integer)");
   Run("INSERT INTO t VALUES (1, 'x' || repeat('\xF0\x9F\x98\x80', 750000), 'short', decode(repeat('00ff', 1500000), "
@@ -141,17 +158,17 @@ TEST_F(PostgreSqlTest, TheSystemsSqlIsUnderstood) {
 }
 
 TEST_F(PostgreSqlTest, ErrorsCarryAdosNumbersAndTheDriversTexts) {
-  ExpectError([&] { Run("SELECT * FROM nothing"); }, Hex(0x80040E14), "relation \"nothing\" does not exist");
-  ExpectError([&] { Run("SELEC"); }, Hex(0x80040E14), "syntax error at or near \"SELEC\"");
-  ExpectError([&] { Run("SELECT 1/0"); }, Hex(0x80040E07), "division by zero");
-  ExpectError([&] { Run("SELECT '\xC3\xA4\xE2\x82\xAC'::integer"); }, Hex(0x80040E07), "\xC3\xA4\xE2\x82\xAC");
+  EXPECT_RAISES(Run("SELECT * FROM nothing"), Hex(0x80040E14), HasSubstr("relation \"nothing\" does not exist"));
+  EXPECT_RAISES(Run("SELEC"), Hex(0x80040E14), HasSubstr("syntax error at or near \"SELEC\""));
+  EXPECT_RAISES(Run("SELECT 1/0"), Hex(0x80040E07), HasSubstr("division by zero"));
+  EXPECT_RAISES(Run("SELECT '\xC3\xA4\xE2\x82\xAC'::integer"), Hex(0x80040E07), HasSubstr("\xC3\xA4\xE2\x82\xAC"));
   Run("CREATE TABLE t (i integer PRIMARY KEY)");
   Run("INSERT INTO t VALUES (1)");
-  ExpectError([&] { Run("INSERT INTO t VALUES (1)"); }, Hex(0x80040E2F), "duplicate key");
+  EXPECT_RAISES(Run("INSERT INTO t VALUES (1)"), Hex(0x80040E2F), HasSubstr("duplicate key"));
   // The connection is good for more after all of them.
   EXPECT_EQ(ReadOne(*connection_, "SELECT i FROM t"), Value(1));
-  ExpectError([&] { connection_->Open(connectionString_ + ";Database=no_such_database"); }, Hex(0x80004005),
-              "no_such_database");
+  EXPECT_RAISES(connection_->Open(connectionString_ + ";Database=no_such_database"), Hex(0x80004005),
+                HasSubstr("no_such_database"));
   connection_->Open(connectionString_);
 }
 

@@ -1,9 +1,12 @@
+#include "platform/ado/OdbcTypes.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
+#include <limits>
 
 #include "platform/ado/AdoTestSupport.h"
-#include "platform/ado/OdbcHandles.h"
-#include "platform/ado/OdbcTypes.h"
+#include "platform/ado/OdbcDiagnostics.h"
+#include "platform/ado/OdbcText.h"
 
 namespace ods::odbc {
 namespace {
@@ -45,6 +48,10 @@ TEST(OdbcTypes, EveryOdbcTypeHasItsAdoType) {
                         {SQL_TYPE_TIMESTAMP, 135, 135},
                         {SQL_GUID, 72, 72},
                         {SQL_INTERVAL_DAY, 12, 12},
+                        {-154, 134, 134},
+                        {-155, 135, 135},
+                        {-152, 203, 203},
+                        {-150, 12, 12},
                         {-151, 12, 12},
                         {SQL_UNKNOWN_TYPE, 12, 12}};
   for (const Case& c : cases) {
@@ -86,7 +93,14 @@ TEST(OdbcTypes, DecimalsKeepTheirScaleInOneForm) {
 }
 
 TEST(OdbcTypes, FloatingPointAndBoolean) {
-  EXPECT_EQ(OfStruct(CellKind::kSingle, 0.1F), Value(static_cast<double>(0.1F)));
+  constexpr auto kLargestSingle = static_cast<double>(std::numeric_limits<float>::max());
+  EXPECT_EQ(OfStruct(CellKind::kSingle, 0.1), Value(static_cast<double>(0.1F)));
+  EXPECT_EQ(OfStruct(CellKind::kSingle, static_cast<double>(0.1F)), Value(static_cast<double>(0.1F)));
+  EXPECT_EQ(OfStruct(CellKind::kSingle, 3.4028235e38), Value(kLargestSingle));
+  EXPECT_EQ(OfStruct(CellKind::kSingle, -3.4028235e38), Value(-kLargestSingle));
+  EXPECT_EQ(OfStruct(CellKind::kSingle, 1e39), Value(1e39));
+  EXPECT_EQ(OfStruct(CellKind::kSingle, HUGE_VAL), Value(HUGE_VAL));
+  EXPECT_TRUE(std::isnan(*OfStruct(CellKind::kSingle, std::nan("")).GetIf<double>()));
   EXPECT_EQ(OfStruct(CellKind::kDouble, 1e300), Value(1e300));
   EXPECT_TRUE(std::isnan(*OfStruct(CellKind::kDouble, std::nan("")).GetIf<double>()));
   EXPECT_EQ(OfStruct(CellKind::kBoolean, std::uint8_t{1}), Value(true));
@@ -108,6 +122,19 @@ TEST(OdbcTypes, TimesStandOnTheZeroDate) {
   EXPECT_EQ(OfText(CellKind::kTime, "10:11:12.75"), Value(DateOf({1899, 12, 30, 10, 11, 12})));
   for (const char* text : {"24:00:00", "838:59:59", "-10:00:00", "10:60:00", "10:11", "", "1a:00:00", "10-11-12"}) {
     EXPECT_EQ(OfText(CellKind::kTime, text), Value(Null{})) << text;
+  }
+}
+
+TEST(OdbcTypes, AMomentWithAnOffsetIsThatMomentInUniversalTime) {
+  const auto kind = CellKind::kOffsetTimeStamp;
+  EXPECT_EQ(OfText(kind, "2020-02-29 00:30:12.1234567 +01:00"), Value(DateOf({2020, 2, 28, 23, 30, 12})));
+  EXPECT_EQ(OfText(kind, "2020-02-29 10:11:12 -05:30"), Value(DateOf({2020, 2, 29, 15, 41, 12})));
+  EXPECT_EQ(OfText(kind, "2020-02-29 10:11:12+00:00"), Value(DateOf({2020, 2, 29, 10, 11, 12})));
+  EXPECT_EQ(OfText(kind, "2020-02-29 10:11:12.5"), Value(DateOf({2020, 2, 29, 10, 11, 12})));
+  EXPECT_EQ(OfText(kind, "0001-01-01 14:00:00 +14:00"), Value(DateOf({1, 1, 1})));
+  for (const char* text : {"", "2020-02-29", "2020-02-30 10:11:12 +00:00", "2020-02-29 10:11:12 +1", "rubbish",
+                           "0001-01-01 00:00:00 +14:00", "9999-12-31 23:59:59 -00:01"}) {
+    EXPECT_EQ(OfText(kind, text), Value(Null{})) << text;
   }
 }
 

@@ -1,9 +1,9 @@
+#include "platform/ado/NativeStatement.h"
+
 #include <chrono>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
-
-#include "platform/ado/NativeStatement.h"
 
 namespace ods {
 namespace {

@@ -1,10 +1,14 @@
+#include "platform/ado/Ado.h"
+
 #include <gtest/gtest.h>
 
-#include "platform/ado/Ado.h"
 #include "platform/ado/AdoTestSupport.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
+
+using ::testing::HasSubstr;
 
 MemoryRecordSet TwoRows() {
   return {{{.name = "Id", .type = ado_type::kInteger}, {.name = "name", .type = ado_type::kVarWChar}, {.name = "NAME"}},
@@ -27,14 +31,14 @@ TEST(MemoryRecordSet, StandsOnItsFirstRowAndStepsToTheEnd) {
 TEST(MemoryRecordSet, ReadingOrSteppingPastTheEndIsError3021) {
   MemoryRecordSet rows({{.name = "a"}}, {});
   EXPECT_TRUE(rows.AtEnd());
-  ExpectError([&] { rows.MoveNext(); }, 3021, "There is no current record.");
-  ExpectError([&] { (void)rows.Item(0); }, 3021, "There is no current record.");
+  EXPECT_RAISES(rows.MoveNext(), 3021, HasSubstr("There is no current record."));
+  EXPECT_RAISES(rows.Item(0), 3021, HasSubstr("There is no current record."));
 }
 
 TEST(MemoryRecordSet, AFieldThatThereIsNotIsError3265) {
   const MemoryRecordSet rows = TwoRows();
-  ExpectError([&] { (void)rows.Item(3); }, 3265, "The record set has no field number 3.");
-  ExpectError([&] { (void)rows.Item("nothing"); }, 3265, "The record set has no field 'nothing'.");
+  EXPECT_RAISES(rows.Item(3), 3265, HasSubstr("The record set has no field number 3."));
+  EXPECT_RAISES(rows.Item("nothing"), 3265, HasSubstr("The record set has no field 'nothing'."));
 }
 
 TEST(RecordSet, IndexOfPrefersTheExactNameAndThenIgnoresAsciiCase) {
@@ -51,9 +55,9 @@ TEST(Connection, IsClosedAtFirst) {
   EXPECT_TRUE(connection->Properties().empty());
   EXPECT_EQ(connection->DefaultDatabase(), "");
   EXPECT_EQ(connection->Property("DBMS Name"), "");
-  ExpectError([&] { (void)connection->OpenRecordSet("SELECT 1", 0); }, 3704, "The connection is closed.");
+  EXPECT_RAISES(connection->OpenRecordSet("SELECT 1", 0), 3704, HasSubstr("The connection is closed."));
   for (const Schema schema : {Schema::kTables, Schema::kIndexes, Schema::kProviderTypes, Schema::kDBInfoLiterals}) {
-    ExpectError([&] { (void)connection->OpenSchema(schema, {}); }, 3704, "The connection is closed.");
+    EXPECT_RAISES(connection->OpenSchema(schema, {}), 3704, HasSubstr("The connection is closed."));
   }
 }
 

@@ -9,10 +9,13 @@
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
 #include "platform/ado/AdoTestSupport.h"
+#include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods {
 namespace {
+
+using ::testing::HasSubstr;
 
 constexpr const char* kSpecials = "\xC3\xA4\xC3\x96\xC3\x9F \xE2\x82\xAC \xF0\x9F\x98\x80 it's \"quoted\" \\ %_";
 
@@ -64,8 +67,7 @@ TEST_F(SqliteTest, PropertiesComeInTheirOrderWithoutThePassword) {
 TEST_F(SqliteTest, AValueThatNoResponseCanCarryIsRefused) {
   Run("CREATE TABLE large (b BLOB)");
   Run("INSERT INTO large VALUES (zeroblob(80000000))");
-  ExpectError([this] { (void)Read("SELECT b FROM large"); }, 1000,
-              "A value of the field 'b' has more than 67108864 bytes.");
+  EXPECT_RAISES(Read("SELECT b FROM large"), 1000, HasSubstr("A value of the field 'b' has more than 67108864 bytes."));
 }
 
 TEST_F(SqliteTest, EveryTypeGivesItsValueAndItsField) {
@@ -254,8 +256,8 @@ TEST_F(SqliteTest, AStatementWithoutResultGivesARecordSetWithoutFields) {
   const auto records = connection_->OpenRecordSet("CREATE TABLE t (i INTEGER)", 10);
   EXPECT_TRUE(records->Fields().empty());
   EXPECT_TRUE(records->AtEnd());
-  ExpectError([&] { records->MoveNext(); }, 3021, "There is no current record.");
-  ExpectError([&] { (void)records->Item(0); }, 3265, "The record set has no field number 0.");
+  EXPECT_RAISES(records->MoveNext(), 3021, HasSubstr("There is no current record."));
+  EXPECT_RAISES(records->Item(0), 3265, HasSubstr("The record set has no field number 0."));
   EXPECT_TRUE(connection_->OpenRecordSet("DELETE FROM t", 0)->AtEnd());
 }
 
@@ -265,7 +267,7 @@ TEST_F(SqliteTest, AnEmptyResultHasItsFields) {
   EXPECT_TRUE(records->AtEnd());
   ASSERT_EQ(records->Fields().size(), 3U);
   EXPECT_EQ(records->Fields()[1].name, "square");
-  ExpectError([&] { (void)records->Item(0); }, 3021, "There is no current record.");
+  EXPECT_RAISES(records->Item(0), 3021, HasSubstr("There is no current record."));
 }
 
 TEST_F(SqliteTest, ARecordSetReadInPartMayBeDroppedAndTheTableWritten) {
@@ -315,27 +317,28 @@ TEST_F(SqliteTest, OpeningAnOpenConnectionClosesTheOldOne) {
   Run("CREATE TABLE first_only (i INTEGER)");
   connection_->Open(ConnectionString("second.db"));
   EXPECT_EQ(connection_->DefaultDatabase(), Path("second.db"));
-  ExpectError([&] { Run("SELECT * FROM first_only"); }, Hex(0x80004005), "no such table: first_only");
+  EXPECT_RAISES(Run("SELECT * FROM first_only"), Hex(0x80004005), HasSubstr("no such table: first_only"));
 }
 
 TEST_F(SqliteTest, AFailedOpenLeavesNoConnection) {
-  ExpectError([&] { connection_->Open("Driver=SQLite3;Database=/nonexistent-folder/x.db"); }, Hex(0x80004005),
-              "connect failed");
+  EXPECT_RAISES(connection_->Open("Driver=SQLite3;Database=/nonexistent-folder/x.db"), Hex(0x80004005),
+                HasSubstr("connect failed"));
   EXPECT_TRUE(connection_->Properties().empty());
-  ExpectError([&] { Run("SELECT 1"); }, 3704, "The connection is closed.");
-  ExpectError([&] { connection_->Open("Driver=NoSuchDriver"); }, Hex(0x80004005), "NoSuchDriver");
-  ExpectError([&] { connection_->Open("DSN=no-such-source"); }, Hex(0x80004005), "Data source name not found");
-  ExpectError([&] { connection_->Open(std::string(40000, 'x')); }, Hex(0x80004005),
-              "The connection string is too long.");
+  EXPECT_RAISES(Run("SELECT 1"), 3704, HasSubstr("The connection is closed."));
+  EXPECT_RAISES(connection_->Open("Driver=NoSuchDriver"), Hex(0x80004005), HasSubstr("NoSuchDriver"));
+  EXPECT_RAISES(connection_->Open("DSN=no-such-source"), Hex(0x80004005), HasSubstr("Data source name not found"));
+  EXPECT_RAISES(connection_->Open(std::string(40000, 'x')), Hex(0x80004005),
+                HasSubstr("The connection string is too long."));
 }
 
 TEST_F(SqliteTest, ErrorsCarryTheDriversText) {
   // This driver gives one SQLSTATE, HY000, for everything.
-  ExpectError([&] { Run("SELECT * FROM missing"); }, Hex(0x80004005), "no such table: missing");
-  ExpectError([&] { Run("SELEC"); }, Hex(0x80004005), "syntax error");
-  ExpectError([&] { Run("SELECT '\xE2\x82\xAC\xF0\x9F\x98\x80"); }, Hex(0x80004005), "\xE2\x82\xAC\xF0\x9F\x98\x80");
-  ExpectError([&] { Run(std::string("SELECT 1\0 FROM missing", 22)); }, Hex(0x80004005),
-              "The statement contains a null character.");
+  EXPECT_RAISES(Run("SELECT * FROM missing"), Hex(0x80004005), HasSubstr("no such table: missing"));
+  EXPECT_RAISES(Run("SELEC"), Hex(0x80004005), HasSubstr("syntax error"));
+  EXPECT_RAISES(Run("SELECT '\xE2\x82\xAC\xF0\x9F\x98\x80"), Hex(0x80004005),
+                HasSubstr("\xE2\x82\xAC\xF0\x9F\x98\x80"));
+  EXPECT_RAISES(Run(std::string("SELECT 1\0 FROM missing", 22)), Hex(0x80004005),
+                HasSubstr("The statement contains a null character."));
 }
 
 /// Sets the locale of the whole process while it lives.
@@ -364,8 +367,8 @@ TEST_F(SqliteTest, TextAndErrorsAreTheSameInEveryLocale) {
     connection_->Open(ConnectionString("main.db"));
     for (const char* text : {"\xC3\xA4", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"}) {
       EXPECT_EQ(ReadOne(*connection_, std::string("SELECT '") + text + "'"), Value(text)) << locale;
-      ExpectError([&] { Run(std::string("SELECT * FROM \"") + text + "\""); }, Hex(0x80004005),
-                  std::string("no such table: ") + text);
+      EXPECT_RAISES(Run(std::string("SELECT * FROM \"") + text + "\""), Hex(0x80004005),
+                    HasSubstr(std::string("no such table: ") + text));
     }
   }
 }
@@ -392,8 +395,8 @@ TEST_F(SqliteTest, AnErrorOnTheWayIsRaisedAndNotTakenForTheEnd) {
       " SELECT id FROM c)");
   Run("INSERT INTO t VALUES (-9223372036854775808, 'y')");
   for (const char* columns : {"i", "i, v", "i, CAST(v AS TEXT)"}) {
-    ExpectError([&] { Read(std::string("SELECT ") + columns + " FROM t WHERE abs(i) > 0 ORDER BY rowid"); },
-                Hex(0x80004005), "integer overflow");
+    EXPECT_RAISES(Read(std::string("SELECT ") + columns + " FROM t WHERE abs(i) > 0 ORDER BY rowid"), Hex(0x80004005),
+                  HasSubstr("integer overflow"));
   }
 }
 
@@ -444,8 +447,8 @@ TEST_F(SqliteTest, TheIndexesSchemaListsTheColumnsOfEveryIndex) {
       << ::testing::PrintToString(rows);
   EXPECT_EQ(ReadAll(*connection_->OpenSchema(Schema::kIndexes, {Value(), Value(), "u", Value(), "50%_x"})).size(), 1U);
   EXPECT_TRUE(connection_->OpenSchema(Schema::kIndexes, {Value(), Value(), Value(), Value(), "none"})->AtEnd());
-  ExpectError([&] { (void)connection_->OpenSchema(Schema::kIndexes, {}); }, Hex(0x80004005),
-              "The schema of indexes needs a table name.");
+  EXPECT_RAISES(connection_->OpenSchema(Schema::kIndexes, {}), Hex(0x80004005),
+                HasSubstr("The schema of indexes needs a table name."));
 }
 
 TEST_F(SqliteTest, ProviderTypesHaveAllColumnsOfTheDriver) {
@@ -463,8 +466,8 @@ TEST_F(SqliteTest, LiteralsGiveTheQuoteCharacters) {
 }
 
 TEST_F(SqliteTest, AnUnknownSchemaIsAnError) {
-  ExpectError([&] { (void)connection_->OpenSchema(static_cast<Schema>(4)); }, Hex(0x80004005),
-              "There is no schema rowset number 4.");
+  EXPECT_RAISES(connection_->OpenSchema(static_cast<Schema>(4)), Hex(0x80004005),
+                HasSubstr("There is no schema rowset number 4."));
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include "platform/queue/Queue.h"
+
 #include <algorithm>
 #include <ctime>
 #include <filesystem>
@@ -12,15 +14,16 @@
 #include <sys/un.h>
 
 #include "common/Error.h"
-#include "platform/queue/Queue.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
 #include "support/MountedFolder.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
 
+using test::RaisedText;
 using testing::Child;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -34,17 +37,6 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr int kLong = 20000;  // milliseconds that no test ever waits to the end
-
-/// The number and description of the error that a routine raises.
-template <typename Routine>
-std::string Raised(Routine routine) {
-  try {
-    routine();
-  } catch (const Error& error) {
-    return std::to_string(error.Number()) + " " + error.Description();
-  }
-  return "nothing";
-}
 
 std::shared_ptr<Queue> Open(const std::string& folder) {
   auto queue = CreateFolderQueue();
@@ -116,28 +108,27 @@ TEST_F(QueueTest, CreateMakesPrivateFoldersAndTheirParents) {
 
 TEST_F(QueueTest, CreateNamesTheFolderThatCannotBeMade) {
   WriteText(base_ / "file", "");
-  EXPECT_EQ(Raised([&] { Open(base_ / "file/queue"); }),
-            "1000 Unable to create the queue folder \"" + (base_ / "file/queue") + "\": Not a directory");
-  EXPECT_EQ(Raised([&] { Open(base_ / "file"); }),
-            "1000 Unable to open the queue folder \"" + (base_ / "file") + "\": Not a directory");
-  EXPECT_EQ(Raised([] { Open(""); }), "1000 The queue has no folder.");
+  EXPECT_RAISES(Open(base_ / "file/queue"), 1000,
+                "Unable to create the queue folder \"" + (base_ / "file/queue") + "\": Not a directory");
+  EXPECT_RAISES(Open(base_ / "file"), 1000,
+                "Unable to open the queue folder \"" + (base_ / "file") + "\": Not a directory");
+  EXPECT_RAISES(Open(""), 1000, "The queue has no folder.");
 }
 
 TEST_F(QueueTest, ASubfolderThatIsALinkIsRefused) {
   std::filesystem::create_directories(folder_);
   std::filesystem::create_directories(base_ / "elsewhere");
   std::filesystem::create_symlink(base_ / "elsewhere", folder_ + "/new");
-  EXPECT_EQ(Raised([&] { Open(folder_); }),
-            "1000 Unable to open the queue folder \"" + folder_ + "/new\": Not a directory");
+  EXPECT_RAISES(Open(folder_), 1000, "Unable to open the queue folder \"" + folder_ + "/new\": Not a directory");
 }
 
 TEST_F(QueueTest, NeedsToBeCreatedBeforeUse) {
   const auto queue = CreateFolderQueue();
   queue->SetFolder(folder_);
   EXPECT_EQ(queue->TypeName(), "IHalvikQueue");
-  EXPECT_EQ(Raised([&] { queue->Poll("", 0); }), "1000 The queue is not open: its folder was not created.");
-  EXPECT_EQ(Raised([&] { queue->Send("a"); }), "1000 The queue is not open: its folder was not created.");
-  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The queue has no message: none was polled.");
+  EXPECT_RAISES(queue->Poll("", 0), 1000, "The queue is not open: its folder was not created.");
+  EXPECT_RAISES(queue->Send("a"), 1000, "The queue is not open: its folder was not created.");
+  EXPECT_RAISES(queue->Package(), 1000, "The queue has no message: none was polled.");
 }
 
 TEST_F(QueueTest, CarriesAMessageFromSenderToServer) {
@@ -156,7 +147,7 @@ TEST_F(QueueTest, CarriesAMessageFromSenderToServer) {
 
   EXPECT_EQ(queue->Poll("", 0), "");
   EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty()) << "the next poll removes it";
-  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The queue has no message: none was polled.");
+  EXPECT_RAISES(queue->Package(), 1000, "The queue has no message: none was polled.");
 }
 
 TEST_F(QueueTest, AnEmptyMessageIsAMessage) {
@@ -168,7 +159,7 @@ TEST_F(QueueTest, AnEmptyMessageIsAMessage) {
 
 TEST_F(QueueTest, SendNeverOverwritesAWaitingMessage) {
   Send(folder_, "a b", "first");
-  EXPECT_EQ(Raised([&] { Send(folder_, "a b", "second"); }), "58 The message \"a%20b\" is waiting already.");
+  EXPECT_RAISES(Send(folder_, "a b", "second"), 58, "The message \"a%20b\" is waiting already.");
   EXPECT_EQ(ReadText(New("a%20b.xml")), "first");
   EXPECT_THAT(NamesIn(folder_ + "/tmp"), IsEmpty());
 }
@@ -180,7 +171,7 @@ TEST_F(QueueTest, SendLeavesNothingBehindWhenItFails) {
     const rlimit small{.rlim_cur = 1000, .rlim_max = 1000};
     setrlimit(RLIMIT_FSIZE, &small);
     queue->SetPackage(std::string(5000, 'x'));
-    Report(pipe, Raised([&] { queue->Send("big"); }));
+    Report(pipe, RaisedText([&] { queue->Send("big"); }));
     Report(pipe, queue->CanSend() ? "smaller ones can be sent" : "nothing can be sent");
     const rlimit none{.rlim_cur = 0, .rlim_max = 0};
     setrlimit(RLIMIT_FSIZE, &none);
@@ -201,7 +192,7 @@ TEST_F(QueueTest, SendNamesTheFolderThatCannotBeWritten) {
   chmod(base_.Path().c_str(), 0755);
   Child other([this](int pipe) {
     if (setuid(65534) != 0) _exit(3);
-    Report(pipe, Raised([this] { Send(folder_, "id", "x"); }));
+    Report(pipe, RaisedText([this] { Send(folder_, "id", "x"); }));
   });
   EXPECT_EQ(other.Line(),
             "1000 The message \"id\" cannot be sent to the queue folder \"" + folder_ + "\": Permission denied");
@@ -252,13 +243,12 @@ TEST_F(QueueTest, CarriesAnyId) {
 }
 
 TEST_F(QueueTest, RefusesIdsThatCannotBeNames) {
-  EXPECT_EQ(Raised([&] { Send(folder_, "", "x"); }),
-            "1000 A message id has 1 to 200 bytes when percent-encoded, this one 0.");
-  EXPECT_EQ(Raised([&] { Send(folder_, std::string(250, 'x'), "x"); }),
-            "1000 A message id has 1 to 200 bytes when percent-encoded, this one 250.");
+  EXPECT_RAISES(Send(folder_, "", "x"), 1000, "A message id has 1 to 200 bytes when percent-encoded, this one 0.");
+  EXPECT_RAISES(Send(folder_, std::string(250, 'x'), "x"), 1000,
+                "A message id has 1 to 200 bytes when percent-encoded, this one 250.");
   const auto queue = Open(folder_);
-  EXPECT_EQ(Raised([&] { queue->Poll(std::string(250, 'x'), 0); }),
-            "1000 A message id has 1 to 200 bytes when percent-encoded, this one 250.");
+  EXPECT_RAISES(queue->Poll(std::string(250, 'x'), 0), 1000,
+                "A message id has 1 to 200 bytes when percent-encoded, this one 250.");
 }
 
 TEST_F(QueueTest, OtherNamesAreLeftAlone) {
@@ -460,7 +450,7 @@ TEST_F(QueueTest, AMessageTooLargeGoesToFailed) {
   SetTime(New("big.xml"), 1000, 0);
   const auto queue = Open(folder_);
   EXPECT_EQ(queue->Poll("", 0), "big");
-  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The message \"big\" is larger than 16777216 bytes.");
+  EXPECT_RAISES(queue->Package(), 1000, "The message \"big\" is larger than 16777216 bytes.");
   EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("big.xml"));
   EXPECT_EQ(queue->Poll("", 0), "fits");
   EXPECT_EQ(queue->Package().size(), 16777216U);
@@ -471,7 +461,7 @@ TEST_F(QueueTest, AMessageThatGrowsAfterItWasTakenIsNotReadBeyondTheLimit) {
   const auto queue = Open(folder_);
   EXPECT_EQ(queue->Poll("", 0), "grows");
   ASSERT_EQ(truncate((folder_ + "/cur/grows.xml").c_str(), 16777217), 0);
-  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The message \"grows\" is larger than 16777216 bytes.");
+  EXPECT_RAISES(queue->Package(), 1000, "The message \"grows\" is larger than 16777216 bytes.");
 }
 
 TEST_F(QueueTest, WhatIsNoPlainFileGoesToFailed) {
@@ -488,7 +478,7 @@ TEST_F(QueueTest, WhatIsNoPlainFileGoesToFailed) {
   const auto queue = Open(folder_);
   for (int i = 0; i < 4; ++i) {
     const std::string id = queue->Poll("", 0);
-    EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The message \"" + id + "\" is not a plain file.");
+    EXPECT_RAISES(queue->Package(), 1000, "The message \"" + id + "\" is not a plain file.");
   }
   EXPECT_EQ(queue->Poll("", 0), "");
   EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("folder.xml", "link.xml", "pipe.xml", "socket.xml"));
@@ -504,7 +494,7 @@ TEST_F(QueueTest, AMessageThatMayNotBeReadGoesToFailed) {
     WriteText(New("locked.xml"), "x");
     chmod(New("locked.xml").c_str(), 0);
     Report(pipe, queue->Poll("", 0));
-    Report(pipe, Raised([&] { (void)queue->Package(); }));
+    Report(pipe, RaisedText([&] { (void)queue->Package(); }));
   });
   EXPECT_EQ(server.Line(), "locked");
   EXPECT_EQ(server.Line(), "1000 The message \"locked\" cannot be read: Permission denied");
@@ -557,8 +547,8 @@ TEST_F(QueueTest, TheThirdDeathGivesAMessageUp) {
   for (int i = 0; i < 3; ++i) DieOverAMessage(folder_);
   const auto queue = Open(folder_);
   EXPECT_EQ(queue->Poll("", 0), "deadly");
-  EXPECT_EQ(Raised([&] { (void)queue->Package(); }),
-            "1000 The message \"deadly\" was given up: the server ended 3 times while it answered it.");
+  EXPECT_RAISES(queue->Package(), 1000,
+                "The message \"deadly\" was given up: the server ended 3 times while it answered it.");
   EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("deadly.xml"));
   EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
   EXPECT_EQ(queue->Poll("", 0), "");
@@ -652,8 +642,8 @@ TEST_F(QueueTest, AMessageInFrontOfAWaitingOneIsGivenUpToo) {
   DieOverAMessage(folder_);
   const auto queue = Open(folder_);
   EXPECT_EQ(queue->Poll("", 0), "a");
-  EXPECT_EQ(Raised([&] { (void)queue->Package(); }),
-            "1000 The message \"a\" was given up: the server ended 3 times while it answered it.");
+  EXPECT_RAISES(queue->Package(), 1000,
+                "The message \"a\" was given up: the server ended 3 times while it answered it.");
   EXPECT_EQ(ReadText(folder_ + "/failed/a.xml"), "old");
   EXPECT_EQ(queue->Poll("a", 0), "a");
   EXPECT_EQ(queue->Package(), "new");
@@ -690,8 +680,8 @@ TEST_F(QueueTest, AnswerThatCannotBeClearedAwayIsNotTakenForWaiting) {
   // Somebody put a folder in the message's place.
   std::filesystem::remove(folder_ + "/cur/a.xml");
   std::filesystem::create_directory(folder_ + "/cur/a.xml");
-  EXPECT_EQ(Raised([&] { queue->Poll("", 0); }),
-            "1000 Unable to remove an answered message from the queue folder \"" + folder_ + "\": Is a directory");
+  EXPECT_RAISES(queue->Poll("", 0), 1000,
+                "Unable to remove an answered message from the queue folder \"" + folder_ + "\": Is a directory");
   std::filesystem::remove(folder_ + "/cur/a.xml");
   EXPECT_EQ(queue->Poll("", 0), "");
 }
@@ -797,7 +787,7 @@ TEST_P(RemovedPartsTest, AreMadeAnewForTheMessageThatFails) {
   RemoveParts();
   if (!std::filesystem::exists(New("folder.xml"))) return;
   EXPECT_EQ(queue->Poll("", 0), "folder");
-  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The message \"folder\" is not a plain file.");
+  EXPECT_EQ(RaisedText([&] { (void)queue->Package(); }), "1000 The message \"folder\" is not a plain file.");
   EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("folder.xml"));
 }
 
@@ -877,7 +867,7 @@ TEST_F(QueueTest, AMessagePutBackWaitsBehindTheOthers) {
   const auto start = Clock::now();
   EXPECT_EQ(queue->Poll("", 0), "a");
   queue->PutBack();
-  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The queue has no message: none was polled.");
+  EXPECT_EQ(RaisedText([&] { (void)queue->Package(); }), "1000 The queue has no message: none was polled.");
   EXPECT_THAT(NamesIn(folder_ + "/new"), ElementsAre("a.xml", "b.xml"));
   EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
   EXPECT_EQ(queue->Poll("", 0), "b");
@@ -959,7 +949,7 @@ TEST_F(QueueTest, AFailedMessageCanBePutBackToo) {
   queue->PutBack();
   EXPECT_EQ(queue->Poll("", 0), "");
   EXPECT_EQ(queue->Poll("", kLong), "folder");
-  EXPECT_EQ(Raised([&] { (void)queue->Package(); }), "1000 The message \"folder\" is not a plain file.");
+  EXPECT_EQ(RaisedText([&] { (void)queue->Package(); }), "1000 The message \"folder\" is not a plain file.");
   EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("folder.xml"));
 }
 
@@ -987,7 +977,7 @@ TEST_F(QueueTest, NothingIsLostOnAFullFileSystem) {
   EXPECT_TRUE(queue->CanSend());
   const std::string filling = test::FillUp(full.Path());
   EXPECT_FALSE(queue->CanSend());
-  EXPECT_EQ(Raised([&] { queue->Send("a"); }),
+  EXPECT_EQ(RaisedText([&] { queue->Send("a"); }),
             "61 The message \"a\" cannot be sent to the queue folder \"" + folder + "\": No space left on device");
   EXPECT_EQ(queue->Poll("", 0), "waiting") << "taking needs no room";
   queue->PutBack();
@@ -1037,7 +1027,7 @@ class SharedQueueTest : public QueueTest {
       }
       umask(mask);
       std::string text;
-      const std::string raised = Raised([&] { text = routine(); });
+      const std::string raised = RaisedText([&] { text = routine(); });
       Report(pipe, raised == "nothing" ? text : raised);
     });
     return other.Line();
@@ -1208,10 +1198,10 @@ TEST_F(AnswerFolderTest, AnAnswerMayBeLargerThanARequest) {
 
 TEST_F(AnswerFolderTest, NamesWhatCannotBeRead) {
   WriteText(folder_, "a file");
-  EXPECT_EQ(Raised([this] { (void)AnswerFolder(folder_).Receive("a", milliseconds(0)); }),
-            "1000 Unable to read the queue folder \"" + folder_ + "\": Not a directory");
-  EXPECT_EQ(Raised([this] { (void)AnswerFolder(folder_).Receive("", milliseconds(0)); }),
-            "1000 The id of the answer cannot be a message id.");
+  EXPECT_RAISES(AnswerFolder(folder_).Receive("a", milliseconds(0)), 1000,
+                "Unable to read the queue folder \"" + folder_ + "\": Not a directory");
+  EXPECT_RAISES(AnswerFolder(folder_).Receive("", milliseconds(0)), 1000,
+                "The id of the answer cannot be a message id.");
   std::filesystem::remove(folder_);
   Open(folder_);
   std::filesystem::create_symlink("/etc/passwd", New("link.xml"));
@@ -1219,14 +1209,14 @@ TEST_F(AnswerFolderTest, NamesWhatCannotBeRead) {
   WriteText(New("huge.xml"), "");
   ASSERT_EQ(truncate(New("huge.xml").c_str(), (std::int64_t{1} << 30) + 1), 0);
   const auto what = [this](const std::string& name) {
-    return "1000 The answer \"" + name + "\" in the queue folder \"" + folder_ + "\" ";
+    return "The answer \"" + name + "\" in the queue folder \"" + folder_ + "\" ";
   };
-  EXPECT_EQ(Raised([this] { (void)AnswerFolder(folder_).Receive("link", milliseconds(0)); }),
-            what("link.xml") + "cannot be read: Too many levels of symbolic links");
-  EXPECT_EQ(Raised([this] { (void)AnswerFolder(folder_).Receive("folder", milliseconds(0)); }),
-            what("folder.xml") + "is not a plain file.");
-  EXPECT_EQ(Raised([this] { (void)AnswerFolder(folder_).Receive("huge", milliseconds(0)); }),
-            what("huge.xml") + "is larger than 1073741824 bytes.");
+  EXPECT_RAISES(AnswerFolder(folder_).Receive("link", milliseconds(0)), 1000,
+                what("link.xml") + "cannot be read: Too many levels of symbolic links");
+  EXPECT_RAISES(AnswerFolder(folder_).Receive("folder", milliseconds(0)), 1000,
+                what("folder.xml") + "is not a plain file.");
+  EXPECT_RAISES(AnswerFolder(folder_).Receive("huge", milliseconds(0)), 1000,
+                what("huge.xml") + "is larger than 1073741824 bytes.");
 }
 
 }  // namespace

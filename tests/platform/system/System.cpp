@@ -1,3 +1,5 @@
+#include "platform/system/System.h"
+
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
@@ -9,8 +11,8 @@
 
 #include "common/Error.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
+#include "support/RaisedErrors.h"
 
 namespace ods {
 namespace {
@@ -24,17 +26,6 @@ using testing::TestFolder;
 using testing::WriteText;
 
 using Clock = std::chrono::steady_clock;
-
-/// The description of the error that a routine raises, with its number.
-template <typename Routine>
-std::string Raised(Routine routine) {
-  try {
-    routine();
-  } catch (const Error& error) {
-    return std::to_string(error.Number()) + " " + error.Description();
-  }
-  return "nothing";
-}
 
 TEST(Guid, IsWrittenInByteOrderWithoutBraces) {
   const std::uint8_t bytes[16] = {0x0A, 0x1B, 0x2C, 0x3D, 0x00, 0x01, 0x00, 0xFF,
@@ -162,18 +153,20 @@ TEST(AppendToPrivateFile, CreatesAppendsAndTellsTheSize) {
 
 TEST(AppendToPrivateFile, NamesThePathThatCannotBeWritten) {
   const TestFolder folder;
-  EXPECT_EQ(Raised([&] { AppendToPrivateFile(folder / "no/log", "x"); }),
-            "1000 Unable to append to file \"" + (folder / "no/log") + "\": No such file or directory");
-  EXPECT_EQ(Raised([] { AppendToPrivateFile("/dev/full", "x"); }),
-            "1000 Unable to append to file \"/dev/full\": No space left on device");
+  EXPECT_RAISES(AppendToPrivateFile(folder / "no/log", "x"), 1000,
+                "Unable to append to file \"" + (folder / "no/log") + "\": No such file or directory");
+  EXPECT_RAISES(AppendToPrivateFile("/dev/full", "x"), 1000,
+                "Unable to append to file \"/dev/full\": No space left on device");
 }
 
 TEST(AppendToPrivateFile, NeverFollowsALinkNorWaitsForAPipe) {
   const TestFolder folder;
   std::filesystem::create_symlink(folder / "victim", folder / "link");
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
-  EXPECT_THROW(AppendToPrivateFile(folder / "link", "x"), Error);
-  EXPECT_THROW(AppendToPrivateFile(folder / "pipe", "x"), Error);
+  EXPECT_RAISES(AppendToPrivateFile(folder / "link", "x"), 1000,
+                "Unable to append to file \"" + (folder / "link") + "\": Too many levels of symbolic links");
+  EXPECT_RAISES(AppendToPrivateFile(folder / "pipe", "x"), 1000,
+                "Unable to append to file \"" + (folder / "pipe") + "\": No such device or address");
   EXPECT_FALSE(CanAppendTo(folder / "link"));
   EXPECT_FALSE(CanAppendTo(folder / "pipe"));
   EXPECT_FALSE(std::filesystem::exists(folder / "victim"));
@@ -187,7 +180,7 @@ TEST(AppendToPrivateFile, TellsThatNoHandleIsLeft) {
     close(next);
     const rlimit none{.rlim_cur = static_cast<rlim_t>(next), .rlim_max = static_cast<rlim_t>(next)};
     setrlimit(RLIMIT_NOFILE, &none);
-    Report(pipe, Raised([&path] { AppendToPrivateFile(path, "x"); }));
+    Report(pipe, test::RaisedText([&path] { AppendToPrivateFile(path, "x"); }));
     Report(pipe, CanAppendTo(path) ? "can" : "cannot");
   });
   EXPECT_EQ(poor.Line(), "1000 Unable to get file handle in function PreLog");
@@ -211,7 +204,7 @@ TEST(FailureSignals, DoNotEndAProcessThatTakesFailuresInstead) {
     Report(pipe, write(ends[1], "x", 1) < 0 && errno == EPIPE ? "no reader" : "written");
     const rlimit small{.rlim_cur = 10, .rlim_max = 10};
     setrlimit(RLIMIT_FSIZE, &small);
-    Report(pipe, Raised([&] { AppendToPrivateFile(folder / "file", std::string(20, 'x')); }));
+    Report(pipe, test::RaisedText([&] { AppendToPrivateFile(folder / "file", std::string(20, 'x')); }));
   });
   EXPECT_EQ(process.Line(), "no reader");
   EXPECT_EQ(process.Line(), "1000 Unable to append to file \"" + (folder / "file") + "\": File too large");

@@ -12,28 +12,11 @@
 #include "common/ComponentRegistry.h"
 #include "common/Error.h"
 #include "database/DataSession.h"
+#include "doubles/RecordingUserInterface.h"
 #include "sqlformat/modTypes.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods::test {
-
-/// A user interface that remembers what it was asked for.
-class RecordingUserInterface final : public UserInterface {
- public:
-  void LetEventsRun() override { ++eventRounds; }
-  void ShowMainWindow() override {}
-  void UnloadMainWindow() override {}
-  void ShowOptionsDialog() override {}
-  void WaitUntilClosed() override {}
-  void MessageBox(const std::string& /*title*/, const std::string& text, BoxStyle /*style*/) override {
-    boxes.push_back(text);
-  }
-  void AddTraceEntry(std::int32_t /*severity*/, const std::string& text) override { entries.push_back(text); }
-
-  int eventRounds = 0;
-  std::vector<std::string> boxes;
-  std::vector<std::string> entries;
-};
 
 using Row = std::vector<Value>;
 
@@ -104,11 +87,13 @@ class FakeSession {
     state.programFolder = folder.Path();
     state.context = &context;
     session.connection = connection;
-    session.kind = kind;
+    Use(kind);
     std::tie(session.QuotePrefix, session.QuoteSuffix) = QuotesOf(kind);
     session.typeTable = CreateTypeTable(kind);
   }
 
+  /// Lets the session be one of another product; quotes and type table stay.
+  void Use(DatabaseKind kind) { session.dialect = &DialectOf(kind); }
   /// Makes the columns of a table known, as if it had been described already.
   void Describe(const std::string& table, const std::vector<Field>& fields) {
     for (const Field& field : fields) {
@@ -132,16 +117,5 @@ class FakeSession {
   std::shared_ptr<FakeConnection> connection = std::make_shared<FakeConnection>();
   DataSession session{state};
 };
-
-/// The number and text of the error that `action` raises; number 0 when it raises none.
-template <typename Action>
-std::pair<std::int32_t, std::string> ErrorOf(Action&& action) {
-  try {
-    action();
-  } catch (const Error& error) {
-    return {error.Number(), error.Description()};
-  }
-  return {0, ""};
-}
 
 }  // namespace ods::test

@@ -1,0 +1,119 @@
+#include "platform/ado/OdbcReader.h"
+
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+#include "common/Error.h"
+#include "platform/ado/OdbcRecordSet.h"
+
+namespace ods::odbc {
+
+namespace {
+
+constexpr std::size_t kMostRows = 256;
+/// Long values are not gathered far beyond this.
+constexpr std::size_t kMostBytes = std::size_t{1} << 20U;
+
+std::size_t BytesOf(const Value& value) {
+  if (const auto* const text = value.GetIf<std::string>()) return text->size();
+  if (const auto* const bytes = value.GetIf<Bytes>()) return bytes->size();
+  return 0;
+}
+
+[[noreturn]] void RaiseNoCurrentRecord() { throw Error(error_number::kNoCurrentRecord, "There is no current record."); }
+
+}  // namespace
+
+struct OdbcReader::Rows {
+  std::shared_ptr<OdbcDatabase> database;
+  std::shared_ptr<Canceller> canceller = std::make_shared<Canceller>();
+  std::unique_ptr<OdbcRecordSet> source;
+  std::vector<std::vector<Value>> values;  ///< kept for their memory
+  std::size_t count = 0;                   ///< of those that are rows
+  std::exception_ptr failure;              ///< met behind them
+  bool mustStep = false;                   ///< the last step failed
+
+  /// Takes the next rows from the source, which stands on the first of them.
+  void Take() {
+    count = 0;
+    std::size_t bytes = 0;
+    try {
+      if (std::exchange(mustStep, false) && !source->AtEnd()) source->MoveNext();
+      while (!source->AtEnd() && count < kMostRows && bytes < kMostBytes) {
+        if (count == values.size()) values.emplace_back();
+        std::vector<Value>& row = values[count++];
+        source->TakeRow(row);
+        for (const Value& value : row) bytes += BytesOf(value);
+        mustStep = true;
+        source->MoveNext();
+        mustStep = false;
+      }
+    } catch (...) {
+      mustStep = true;
+      if (count == 0) throw;
+      failure = std::current_exception();
+    }
+  }
+};
+
+OdbcReader::OdbcReader(std::shared_ptr<DriverThread> thread, std::shared_ptr<OdbcDatabase> database,
+                       const std::string& sql, std::int32_t maxRecords, CallLimit limit)
+    : thread_(std::move(thread)), limit_(std::move(limit)) {
+  auto rows = std::make_shared<Rows>();
+  rows->database = std::move(database);
+  const std::shared_ptr<Canceller> canceller = rows->canceller;
+  // The rows are the thread's until it is done: given up, they stay with it.
+  rows_ = thread_->Ask(
+      [rows = std::move(rows), sql, maxRecords]() mutable {
+        OdbcDatabase& open = *rows->database;
+        open.Watch([&] {
+          rows->source = open.OpenRecordSet(sql, maxRecords, *rows->canceller);
+          rows->Take();
+        });
+        return std::move(rows);
+      },
+      limit_, canceller);
+  fields_ = rows_->source->Fields();
+  atEnd_ = rows_->count == 0;
+}
+
+OdbcReader::~OdbcReader() {
+  if (rows_) thread_->Post([rows = std::move(rows_)]() mutable { rows.reset(); });
+}
+
+void OdbcReader::Read() {
+  try {
+    thread_->Run([rows = rows_] { rows->database->Watch([&] { rows->Take(); }); }, limit_, rows_->canceller);
+  } catch (...) {
+    // The thread may still be at the rows.
+    if (thread_->IsStuck()) atEnd_ = true;
+    throw;
+  }
+}
+
+void OdbcReader::MoveNext() {
+  if (atEnd_) RaiseNoCurrentRecord();
+  if (row_ + 1 < rows_->count) {
+    ++row_;
+    return;
+  }
+  if (rows_->failure) std::rethrow_exception(std::exchange(rows_->failure, nullptr));
+  if (!rows_->source->AtEnd()) {
+    Read();
+    row_ = 0;
+    atEnd_ = rows_->count == 0;
+  } else {
+    atEnd_ = true;
+  }
+}
+
+const Value& OdbcReader::Item(std::size_t index) const {
+  if (index >= fields_.size()) {
+    throw Error(error_number::kItemNotFound, "The record set has no field number " + std::to_string(index) + ".");
+  }
+  if (atEnd_) RaiseNoCurrentRecord();
+  return rows_->values[row_][index];
+}
+
+}  // namespace ods::odbc

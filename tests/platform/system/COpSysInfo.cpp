@@ -1,0 +1,83 @@
+#include "platform/system/COpSysInfo.h"
+
+#include <array>
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace ods {
+namespace {
+
+/// What a shell command prints, without the line break at its end.
+std::string Printed(const char* command) {
+  struct Closer {
+    void operator()(std::FILE* file) const { (void)::pclose(file); }
+  };
+  const std::unique_ptr<std::FILE, Closer> pipe(::popen(command, "r"));
+  std::string text;
+  std::array<char, 256> part{};
+  while (pipe && std::fgets(part.data(), part.size(), pipe.get()) != nullptr) text += part.data();
+  if (text.ends_with('\n')) text.pop_back();
+  return text;
+}
+
+COpSysInfo WithVersion(const char* version) { return {"Linux", version, "x86_64", ""}; }
+
+std::string DistributionOf(std::string_view osRelease) {
+  return COpSysInfo("Linux", "6.1.0", "x86_64", osRelease).Distribution();
+}
+
+TEST(COpSysInfo, SaysWhatTheShellSaysOfThisComputer) {
+  const COpSysInfo info;
+  EXPECT_EQ(info.Name(), Printed("uname -s"));
+  EXPECT_EQ(info.Version(), Printed("uname -r"));
+  EXPECT_EQ(info.Machine(), Printed("uname -m"));
+  EXPECT_EQ(std::to_string(info.MajorVersion()), Printed("uname -r | cut -d. -f1"));
+  EXPECT_EQ(std::to_string(info.MinorVersion()), Printed("uname -r | cut -d. -f2 | sed 's/[^0-9].*//'"));
+  EXPECT_EQ(info.Distribution(),
+            Printed("for f in /etc/os-release /usr/lib/os-release; do [ -r $f ] && . $f && break; done; "
+                    "printf %s \"$PRETTY_NAME\""));
+}
+
+TEST(COpSysInfo, TakesTheNumbersOffTheVersion) {
+  EXPECT_EQ(WithVersion("6.1.0-13-amd64").MajorVersion(), 6);
+  EXPECT_EQ(WithVersion("6.1.0-13-amd64").MinorVersion(), 1);
+  EXPECT_EQ(WithVersion("10.22").MajorVersion(), 10);
+  EXPECT_EQ(WithVersion("10.22").MinorVersion(), 22);
+  EXPECT_EQ(WithVersion("7").MajorVersion(), 7);
+  EXPECT_EQ(WithVersion("7").MinorVersion(), 0);
+  EXPECT_EQ(WithVersion("5-rc.3").MinorVersion(), 0);
+}
+
+TEST(COpSysInfo, AVersionWithoutNumbersIsNone) {
+  for (const char* version : {"", "unknown", "-3.1", ".5", "99999999999"}) {
+    EXPECT_EQ(WithVersion(version).MajorVersion(), 0) << version;
+    EXPECT_EQ(WithVersion(version).Version(), version);
+  }
+}
+
+TEST(COpSysInfo, ReadsTheDistributionAsAShellDoes) {
+  EXPECT_EQ(DistributionOf("NAME=\"Debian\"\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nID=debian\n"),
+            "Debian GNU/Linux 12 (bookworm)");
+  EXPECT_EQ(DistributionOf("PRETTY_NAME='Some \"Linux\" \\ 1'"), "Some \"Linux\" \\ 1");
+  EXPECT_EQ(DistributionOf("PRETTY_NAME=\"A \\\"quoted\\\" \\$name\""), "A \"quoted\" $name");
+  EXPECT_EQ(DistributionOf("PRETTY_NAME=Bare\r\n"), "Bare");
+  EXPECT_EQ(DistributionOf("PRETTY_NAME=first\nPRETTY_NAME=last\n"), "last");
+}
+
+TEST(COpSysInfo, TheDistributionMayBeUntold) {
+  for (const char* release : {"", "ID=debian\n", "#PRETTY_NAME=x\n", "PRETTY_NAME_OTHER=x\n", "PRETTY_NAME\n",
+                              "PRETTY_NAME=\n", "PRETTY_NAME=\"\"\n"}) {
+    EXPECT_EQ(DistributionOf(release), "") << release;
+  }
+  EXPECT_EQ(DistributionOf("PRETTY_NAME=\"never closed"), "never closed");
+  EXPECT_EQ(DistributionOf("PRETTY_NAME=\"\\"), "\\");
+}
+
+TEST(COpSysInfo, DescribesAllThatIsTold) {
+  EXPECT_EQ(COpSysInfo("Linux", "6.1.0", "x86_64", "PRETTY_NAME=Debian").Description(), "Linux 6.1.0, x86_64, Debian");
+  EXPECT_EQ(COpSysInfo("Linux", "6.1.0", "", "").Description(), "Linux 6.1.0");
+}
+
+}  // namespace
+}  // namespace ods
