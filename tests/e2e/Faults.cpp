@@ -40,7 +40,7 @@ class FaultsTest : public ::testing::Test {
 };
 
 TEST_F(FaultsTest, AFullFileSystemOfTheAnswersHoldsUpNobodyAndLosesNothing) {
-  const MountedFolder small("tmpfs", "size=256k");
+  const MountedFolder small("tmpfs", "size=1m");  // all answers of the test fit
   if (!small.Mounted()) GTEST_SKIP() << "nobody may mount a file system here";
   fs::create_directory_symlink(small.Path() + "/results", folders_.Results());
   fs::create_directory(small.Path() + "/results");
@@ -49,7 +49,7 @@ TEST_F(FaultsTest, AFullFileSystemOfTheAnswersHoldsUpNobodyAndLosesNothing) {
   EXPECT_TRUE(IsPong(client.Ask(kPing)));
 
   // An answer that does not fit becomes an error document; others are answered as ever.
-  constexpr std::size_t kTooLarge = 400'000;
+  constexpr std::size_t kTooLarge = 1'500'000;
   const std::string large = client.Send(Large(kTooLarge));
   EXPECT_TRUE(IsPong(client.Ask(kPing)));
   EXPECT_NE(client.Receive(large).find("<Error>61</Error><Message>There is no room for the answer of "),
