@@ -11,6 +11,7 @@
 #include "common/Hex.h"
 #include "log/Trace.h"
 #include "platform/ado/Ado.h"
+#include "platform/ado/OdbcDatabase.h"
 #include "server/modConnect.h"
 #include "tabledata/modTableData.h"
 #include "ui/HeadlessUserInterface.h"
@@ -29,7 +30,7 @@ class LargeTable {
     state_.ui = &ui_;
     state_.tracer = &tracer_;
     state_.components = &components_;
-    database_ = ods::ConnectDatabase(state_, "Driver=SQLite3;Database=" + (folder_ / "bench.db").string());
+    database_ = ods::ConnectDatabase(state_, "Driver=SQLite3;Database=" + File());
     Run("CREATE TABLE t (no INTEGER NOT NULL PRIMARY KEY, name VARCHAR(40), city VARCHAR(40), street VARCHAR(40), "
         "amount DOUBLE, day DATE, flag BOOLEAN, quantity INTEGER)");
     Run("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " + std::to_string(kRows) +
@@ -46,6 +47,7 @@ class LargeTable {
   LargeTable(LargeTable&&) = delete;
   LargeTable& operator=(LargeTable&&) = delete;
 
+  [[nodiscard]] std::string File() const { return (folder_ / "bench.db").string(); }
   void Run(const std::string& sql) { (void)Session().connection->OpenRecordSet(sql, 0); }
   [[nodiscard]] ods::DataSession& Session() { return *database_.session; }
 
@@ -87,15 +89,15 @@ void TableDataHandler(benchmark::State& state) {
   }
 }
 
-void StatementsAlone(benchmark::State& state) {
-  LargeTable table;
+/// The two statements of a page, run by `open` and read.
+template <typename Open>
+void RunStatements(benchmark::State& state, Open open) {
   const auto limit = static_cast<std::int32_t>(state.range(0)) + 1;
-  ods::Connection& connection = *table.Session().connection;
   const std::string middle = std::to_string(kRows / 2);
   for ([[maybe_unused]] auto _ : state) {
-    const auto boundary = connection.OpenRecordSet("SELECT \"no\" FROM \"t\" WHERE (\"no\"=" + middle + ")", 1);
+    const auto boundary = open("SELECT \"no\" FROM \"t\" WHERE (\"no\"=" + middle + ")", 1);
     benchmark::DoNotOptimize(boundary->Item(0));
-    const auto rows = connection.OpenRecordSet(
+    const auto rows = open(
         "SELECT \"no\",\"name\",\"city\",\"street\",\"amount\",\"day\",\"flag\",\"quantity\" FROM \"t\" WHERE ( "
         "((\"no\">" +
             middle + "))) ORDER BY \"no\"",
@@ -106,6 +108,23 @@ void StatementsAlone(benchmark::State& state) {
   }
 }
 
+void StatementsAlone(benchmark::State& state) {
+  LargeTable table;
+  RunStatements(state, [&](const std::string& sql, std::int32_t limit) {
+    return table.Session().connection->OpenRecordSet(sql, limit);
+  });
+}
+
+/// The same without the driver's thread.
+void StatementsOnThisThread(benchmark::State& state) {
+  const LargeTable table;
+  const ods::odbc::OdbcDatabase database("Driver=SQLite3;Database=" + table.File(), {});
+  ods::odbc::Canceller canceller;
+  RunStatements(
+      state, [&](const std::string& sql, std::int32_t limit) { return database.OpenRecordSet(sql, limit, canceller); });
+}
+
+BENCHMARK(StatementsOnThisThread)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(StatementsAlone)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(TableDataHandler)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 

@@ -169,6 +169,16 @@ start_postgresql() {
   (cd / && run_as "$user" "$programs/initdb" --pgdata="$folder/data" --username=sample --pwfile="$folder/password" \
     --auth=scram-sha-256 --encoding=UTF8 --locale=C.UTF-8 --no-sync) >"$folder/init.log" 2>&1 ||
     { tail --lines=20 "$folder/init.log" >&2; return 1; }
+  run_postgresql "$folder" "$port" || return 1
+  postgresql_client "$folder" "$port" postgres --quiet --command='CREATE DATABASE sample' \
+    --command='CREATE DATABASE scratch'
+}
+
+# run_postgresql FOLDER PORT: the server that was made in the folder, once more. Sets STARTED_PID. Fails like the former.
+run_postgresql() {
+  local folder=$1 port=$2 user programs
+  user=$(database_user postgres)
+  programs=$(postgresql_programs)
   (
     cd /
     ODS_DEATH_SIGNAL=INT run_as "$user" "$programs/postgres" -D "$folder/data" -p "$port" \
@@ -180,8 +190,6 @@ start_postgresql() {
   # The answer must come from the server in this folder, not from another one on the same port: so by its socket.
   wait_until_ready "$STARTED_PID" 60 "$programs/pg_isready" --quiet --host="$folder" --port="$port" ||
     { tail --lines=20 "$folder/server.log" >&2; stop_server "$STARTED_PID"; return 1; }
-  postgresql_client "$folder" "$port" postgres --quiet --command='CREATE DATABASE sample' \
-    --command='CREATE DATABASE scratch'
 }
 
 # postgresql_client FOLDER PORT DATABASE [psql argument...]: psql on the server, ending at the first error.
@@ -192,12 +200,16 @@ postgresql_client() {
     --host=127.0.0.1 --port="$port" --username=sample --dbname="$database" "$@"
 }
 
+mariadb_program() {
+  PATH=$PATH:/usr/sbin:/usr/local/sbin command -v mariadbd || die "MariaDB's server is not installed"
+}
+
 # start_mariadb FOLDER PORT: a new server with the empty databases `sample` and `scratch` and a user `sample` who may do
 # everything, whose password goes into FOLDER/password. Sets STARTED_PID. Fails, with the end of the log, when it does not come up.
 start_mariadb() {
-  local folder=$1 port=$2 user password server
+  local folder=$1 port=$2 user password
+  mariadb_program >/dev/null
   user=$(database_user mysql)
-  server=$(PATH=$PATH:/usr/sbin:/usr/local/sbin command -v mariadbd) || die "MariaDB's server is not installed"
   make_server_folder "$folder" "$user"
   random_password >"$folder/password"
   password=$(<"$folder/password")
@@ -206,6 +218,20 @@ start_mariadb() {
     --auth-root-authentication-method=socket --auth-root-socket-user="$(id --user --name)" \
     --innodb-flush-log-at-trx-commit=0) >"$folder/init.log" 2>&1 ||
     { tail --lines=20 "$folder/init.log" >&2; return 1; }
+  run_mariadb "$folder" "$port" || return 1
+  mariadb_administrator "$folder" <<SQL
+CREATE DATABASE sample CHARACTER SET utf8mb4;
+CREATE DATABASE scratch CHARACTER SET utf8mb4;
+CREATE USER sample IDENTIFIED BY '$password';
+GRANT ALL ON *.* TO sample;
+SQL
+}
+
+# run_mariadb FOLDER PORT: the server that was made in the folder, once more. Sets STARTED_PID. Fails like the former.
+run_mariadb() {
+  local folder=$1 port=$2 user server
+  user=$(database_user mysql)
+  server=$(mariadb_program)
   (
     cd /
     ODS_DEATH_SIGNAL=TERM run_as "$user" "$server" --no-defaults --datadir="$folder/data" --tmpdir="$folder" \
@@ -218,12 +244,6 @@ start_mariadb() {
   ODS_SERVER_SIGNALS[$STARTED_PID]=TERM
   wait_until_ready "$STARTED_PID" 60 mariadb_administrator "$folder" --execute='SELECT 1' ||
     { tail --lines=20 "$folder/server.log" >&2; stop_server "$STARTED_PID"; return 1; }
-  mariadb_administrator "$folder" <<SQL
-CREATE DATABASE sample CHARACTER SET utf8mb4;
-CREATE DATABASE scratch CHARACTER SET utf8mb4;
-CREATE USER sample IDENTIFIED BY '$password';
-GRANT ALL ON *.* TO sample;
-SQL
 }
 
 mariadb_administrator() {

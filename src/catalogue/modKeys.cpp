@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <unordered_set>
 
 #include "common/Conversions.h"
 #include "common/Error.h"
+#include "common/Hex.h"
 #include "common/Text.h"
 #include "database/modDescribe.h"
 #include "database/modSelect.h"
@@ -21,13 +21,12 @@ bool IsPlainKeyCharacter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' &&
 
 /// The byte that two hexadecimal digits at the start of `text` denote.
 char UnescapeByte(std::string_view text) {
-  unsigned value = 0;
-  const char* const end = text.data() + std::min<std::size_t>(text.size(), 2);
-  const auto [stop, error] = std::from_chars(text.data(), end, value, 16);
-  if (text.size() < 2 || stop != end || error != std::errc()) {
+  const int high = text.empty() ? -1 : HexDigitValue(text[0]);
+  const int low = text.size() < 2 ? -1 : HexDigitValue(text[1]);
+  if (high < 0 || low < 0) {
     throw Error(error_number::kTypeMismatch, "Type mismatch: a key text has a \"\\\" without two hexadecimal digits.");
   }
-  return static_cast<char>(value);
+  return static_cast<char>(high * 16 + low);
 }
 
 /// The column types that a constructed key may use, all of them of bounded size and comparable.
@@ -119,30 +118,18 @@ std::vector<std::string> ConstructKey(const DataSession& session, const std::str
   return fields;
 }
 
-std::string Join(const std::vector<std::string>& pieces, std::string_view separator) {
-  std::string text;
-  for (const std::string& piece : pieces) {
-    if (&piece != &pieces.front()) text += separator;
-    text += piece;
-  }
-  return text;
-}
-
 std::string_view Flag(bool value) { return value ? "1" : "0"; }
 
 }  // namespace
 
 std::string KeyToText(const std::vector<std::string>& fields) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text;
   for (const char c : Join(fields, std::string_view(&kFieldSeparator, 1))) {
     if (IsPlainKeyCharacter(c)) {
       text += c;
     } else {
-      const auto byte = static_cast<unsigned char>(c);
       text += kEscape;
-      text += kDigits[byte >> 4U];
-      text += kDigits[byte & 0x0FU];
+      AppendHex(text, static_cast<std::uint8_t>(c));
     }
   }
   return text;

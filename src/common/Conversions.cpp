@@ -21,7 +21,6 @@ template <typename... Cases>
 Overloaded(Cases...) -> Overloaded<Cases...>;
 
 constexpr std::int64_t kTenThousand = 10000;
-constexpr std::int64_t kSecondsPerDay = 86400;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -156,7 +155,7 @@ std::optional<std::int32_t> LongOf(const Value& value) {
           [](double number) -> Result { return ToLong(number); },
           [](const Currency& amount) -> Result { return ToLong(DivideRounded(amount.tenThousandths, kTenThousand)); },
           [](const Decimal& decimal) -> Result { return FromNumberText<std::int32_t>(decimal.digits, ToLong); },
-          [](const Date& date) -> Result { return ToLong(DivideRounded(date.seconds, kSecondsPerDay)); },
+          [](const Date& date) -> Result { return ToLong(DivideRounded(date.seconds, Date::kSecondsPerDay)); },
           [](const std::string& text) -> Result { return FromNumberText<std::int32_t>(text, ToLong); },
           [](bool flag) -> Result { return flag ? -1 : 0; },
       },
@@ -346,8 +345,7 @@ std::string FormatDouble(double number) {
 }
 
 std::string FormatDate(const Date& date) {
-  constexpr std::int64_t kSecondsADay = 86400;
-  return date.dateOnly && date.seconds % kSecondsADay == 0 ? FormatDay(date) : FormatMoment(date);
+  return date.dateOnly && date.SecondOfDay() == 0 ? FormatDay(date) : FormatMoment(date);
 }
 
 std::string FormatMoment(const Date& date) {

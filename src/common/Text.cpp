@@ -64,6 +64,26 @@ std::vector<std::string> Split(std::string_view text, std::string_view separator
   return pieces;
 }
 
+std::string Join(const std::vector<std::string>& pieces, std::string_view separator) {
+  std::string text;
+  for (std::size_t i = 0; i < pieces.size(); ++i) {
+    if (i > 0) text += separator;
+    text += pieces[i];
+  }
+  return text;
+}
+
+void AppendToList(std::string& list, std::string_view separator, std::string_view piece) {
+  if (!list.empty()) list += separator;
+  list += piece;
+}
+
+std::string_view WithoutByteOrderMark(std::string_view text) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  return text;
+}
+
 std::string_view Trim(std::string_view text) {
   const std::size_t first = text.find_first_not_of(' ');
   if (first == std::string_view::npos) return {};

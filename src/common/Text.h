@@ -13,6 +13,12 @@ namespace ods {
 [[nodiscard]] std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to);
 /// The pieces of `text` between the occurrences of `separator`; empty pieces are kept, so there is at least one.
 [[nodiscard]] std::vector<std::string> Split(std::string_view text, std::string_view separator);
+/// The pieces with `separator` between them; "" for no piece.
+[[nodiscard]] std::string Join(const std::vector<std::string>& pieces, std::string_view separator);
+/// Appends a piece to a list that is being written, with `separator` before it unless the list is still empty.
+void AppendToList(std::string& list, std::string_view separator, std::string_view piece);
+/// `text` without the UTF-8 byte-order mark that it may begin with.
+[[nodiscard]] std::string_view WithoutByteOrderMark(std::string_view text);
 /// `text` without the blanks (code 32) at both ends.
 [[nodiscard]] std::string_view Trim(std::string_view text);
 /// ASCII letters in upper, lower case; every other byte stays.

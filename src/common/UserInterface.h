@@ -21,6 +21,10 @@ class UserInterface {
   /// Lets pending window events run, and returns at once.
   virtual void LetEventsRun() = 0;
   virtual void ShowMainWindow() = 0;
+  /// From here to `EndLongWork` the server does something that takes long: the windows show its state as it is now, and
+  /// that it waits. Use `LongWork`.
+  virtual void BeginLongWork() {}
+  virtual void EndLongWork() {}
   /// Closes the main window, and the other windows with it.
   virtual void UnloadMainWindow() = 0;
   /// Shows the dialog and returns at once.
@@ -32,6 +36,21 @@ class UserInterface {
   virtual void MessageBox(const std::string& title, const std::string& text, BoxStyle style) = 0;
   /// Adds an entry to the trace-log window. `text` is one line.
   virtual void AddTraceEntry(std::int32_t severity, const std::string& text) = 0;
+};
+
+/// Work that takes long, from here to the end of the object.
+class LongWork {
+ public:
+  /// `ui` outlives the object.
+  explicit LongWork(UserInterface& ui) : ui_(ui) { ui_.BeginLongWork(); }
+  ~LongWork() { ui_.EndLongWork(); }
+  LongWork(const LongWork&) = delete;
+  LongWork& operator=(const LongWork&) = delete;
+  LongWork(LongWork&&) = delete;
+  LongWork& operator=(LongWork&&) = delete;
+
+ private:
+  UserInterface& ui_;
 };
 
 }  // namespace ods

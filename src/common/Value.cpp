@@ -12,7 +12,7 @@ namespace {
 using std::chrono::days;
 using std::chrono::sys_days;
 
-constexpr std::int64_t kSecondsPerDay = 86400;
+constexpr std::int64_t kSecondsPerDay = Date::kSecondsPerDay;
 constexpr int kFirstYear = 1;
 constexpr int kLastYear = 9999;
 
@@ -68,6 +68,11 @@ DateParts Date::Parts() const {
           static_cast<int>(time.hours().count()),
           static_cast<int>(time.minutes().count()),
           static_cast<int>(time.seconds().count())};
+}
+
+int Date::SecondOfDay() const {
+  const std::int64_t rest = seconds % kSecondsPerDay;
+  return static_cast<int>(rest < 0 ? rest + kSecondsPerDay : rest);
 }
 
 double Date::Serial() const { return static_cast<double>(seconds) / static_cast<double>(kSecondsPerDay); }

@@ -30,6 +30,8 @@ struct DateParts {
 /// A moment without time zone, in whole seconds since the zero date 1899-12-30 00:00:00. Fractions of a second do not
 /// exist here. Years 1 to 9999.
 struct Date {
+  static constexpr std::int64_t kSecondsPerDay = 86400;
+
   std::int64_t seconds = 0;
   /// The value comes from a date-only column: its text has no time part when the time is midnight.
   bool dateOnly = false;
@@ -42,6 +44,8 @@ struct Date {
   [[nodiscard]] bool IsInRange() const;
   /// The calendar parts; of a moment out of range those of the nearest one that is in it.
   [[nodiscard]] DateParts Parts() const;
+  /// Seconds since midnight, 0 to 86,399.
+  [[nodiscard]] int SecondOfDay() const;
   /// Days since the zero date, the time as fraction.
   [[nodiscard]] double Serial() const;
 

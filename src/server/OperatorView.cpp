@@ -4,6 +4,18 @@
 
 namespace ods {
 
+namespace {
+
+void Take(const OperatorSettings& settings, Configuration& configuration) {
+  configuration.DSN = settings.DSN;
+  configuration.User = settings.User;
+  configuration.Password = settings.Password;
+  configuration.ConnectionString = settings.ConnectionString;
+  configuration.DebugMode = settings.DebugMode;
+}
+
+}  // namespace
+
 std::string OperatorView::ApplicationTitle() const { return kApplicationTitle; }
 
 std::string OperatorView::ProductName() const { return kProductName; }
@@ -15,20 +27,19 @@ OperatorSettings OperatorView::GetSettings() const {
   return {current.DSN, current.User, current.Password, current.ConnectionString, current.DebugMode};
 }
 
+void OperatorView::SaveSettings(const OperatorSettings& settings) {
+  Configuration changed = settings_.configuration;
+  Take(settings, changed);
+  SaveConfiguration(settings_.config, changed);
+}
+
 void OperatorView::StoreSettings(const OperatorSettings& settings) {
-  Configuration& current = settings_.configuration;
-  current.DSN = settings.DSN;
-  current.User = settings.User;
-  current.Password = settings.Password;
-  current.ConnectionString = settings.ConnectionString;
-  current.DebugMode = settings.DebugMode;
+  Take(settings, settings_.configuration);
   state_.pollingEnabled = true;
   state_.databaseConnectPending = true;
   state_.queueConnectPending = true;
   process_.ServerSessionId.clear();
 }
-
-void OperatorView::SaveSettings() { SaveConfiguration(settings_.config, settings_.configuration); }
 
 std::string OperatorView::DriverPattern() const {
   return GetNodeText(*process_.context, "/Context/DataServer/ODBCDrivers");

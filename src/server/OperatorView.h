@@ -36,9 +36,9 @@ class OperatorView final : public ServerView {
   [[nodiscard]] int ConnectTimeout() const override { return settings_.connecttimeout; }
 
   [[nodiscard]] OperatorSettings GetSettings() const override;
+  void SaveSettings(const OperatorSettings& settings) override;
+  /// The loop sees the saved file change and loads it again, which brings the settings that are there already.
   void StoreSettings(const OperatorSettings& settings) override;
-  /// The loop sees the file change and loads it again, which brings the settings that are there already.
-  void SaveSettings() override;
   [[nodiscard]] std::string DriverPattern() const override;
 
  private:

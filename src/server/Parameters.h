@@ -26,7 +26,7 @@ inline constexpr auto kParameters = std::to_array<ParameterRow>({
     {"connecttimeout", "<seconds>", "longest wait for a connection to the database (default: 15; 0: for ever)"},
     {"querytimeout", "<seconds>", "longest wait for the database's answer to a statement (default: 30; 0: for ever)"},
     {"reconnect", "<seconds>", "connect again when the connection is lost, with pauses up to so many seconds"},
-    {"datafolder", "<folder>", "data folder, with the logs (default: Data beside the program)"},
+    {"datafolder", "<folder>", "data folder, with the logs (default: Data beside the program, or one of the user)"},
     {"configfolder", "<folder>", "configuration folder (default: config in the data folder)"},
     {"context", "<file>", "context document (default: context.xml beside the program)"},
     {"inqueue", "<folder>", "queue that requests come from (default: Requests in the instance's queue folder)"},

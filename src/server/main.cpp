@@ -1,4 +1,5 @@
 // The program: puts the pieces together, and tells on standard error what stopped it.
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -15,7 +16,9 @@
 
 namespace {
 
-void RunServer(int argc, const char* const* argv) {
+void Tell(const std::exception& error) { std::cerr << "odbc-data-server: " << error.what() << std::endl; }
+
+int RunServer(int argc, const char* const* argv) {
   ods::TakeFailuresInsteadOfSignals();
   ods::StopSignals stopSignals;
   ods::SwitchingUserInterface ui;
@@ -28,7 +31,14 @@ void RunServer(int argc, const char* const* argv) {
                       [&](ods::ServerView& view) {
                         ui.SwitchTo(ods::LoadWindows(ods::FolderOf(executable), view, components), view);
                       }});
-  server.Run(ods::RebuildCommandLine(argc, argv));
+  try {
+    server.Run(ods::RebuildCommandLine(argc, argv));
+    return EXIT_SUCCESS;
+  } catch (const std::exception& error) {
+    Tell(error);
+    server.ShowFailure(error.what());
+    return EXIT_FAILURE;
+  }
 }
 
 int Run(int argc, char** argv) {
@@ -36,13 +46,12 @@ int Run(int argc, char** argv) {
     const ods::Information asked = ods::AskedInformation(argc, argv);
     if (asked != ods::Information::kNone) {
       std::cout << ods::InformationText(asked);
-      return 0;
+      return EXIT_SUCCESS;
     }
-    RunServer(argc, argv);
-    return 0;
+    return RunServer(argc, argv);
   } catch (const std::exception& error) {
-    std::cerr << "odbc-data-server: " << error.what() << "\n";
-    return 1;
+    Tell(error);
+    return EXIT_FAILURE;
   }
 }
 

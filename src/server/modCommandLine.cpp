@@ -16,8 +16,6 @@ namespace ods {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
 /// How much of a name is the mark before it: a slash, or one or two hyphens.
 std::size_t PrefixLength(std::string_view name) {
   if (name.starts_with("--")) return 2;
@@ -155,9 +153,8 @@ void ReadParameterFile(const std::string& path, Dictionary& parameters) {
     throw Error(error.Number(), "Error reading parameter file " + path + ". Error " + std::to_string(error.Number()) +
                                     ". " + error.Description());
   }
-  if (text.starts_with(kByteOrderMark)) text.erase(0, kByteOrderMark.size());
   // Where the grammar reads a separator, two blanks are as good as one; inside quotes a CR LF is one blank.
-  text = ReplaceAll(text, "\r\n", " ");
+  text = ReplaceAll(WithoutByteOrderMark(text), "\r\n", " ");
   std::replace_if(
       text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
   const std::shared_ptr<Dictionary> added = ParseCommandLine(text);

@@ -32,9 +32,7 @@ void SaveDefault(const std::string& path) {
 }
 
 /// The document of a file's text, or the default one when it does not parse.
-XmlDocument ParseSettings(std::string_view text) {
-  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+XmlDocument ParseSettings(const std::string& text) {
   XmlDocument document;
   return document.LoadXML(text) ? std::move(document) : CreateDefaultSettings();
 }

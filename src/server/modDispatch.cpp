@@ -4,6 +4,7 @@
 #include "catalogue/modKeys.h"
 #include "catalogue/modTableList.h"
 #include "common/Error.h"
+#include "database/Response.h"
 #include "tabledata/modTableData.h"
 #include "users/modAuthorize.h"
 #include "users/modInitialize.h"
@@ -29,10 +30,6 @@ constexpr DispatchEntry kDispatchTable[] = {
     {"Authorize", &ProcessAuthorize},
     {"UsersAndRoles", &ProcessUsersAndRoles},
 };
-
-std::string ErrorDocumentText(std::int32_t number, const std::string& message) {
-  return "<XML><Error>" + std::to_string(number) + "</Error><Message>" + message + "</Message></XML>";
-}
 
 }  // namespace
 
@@ -61,11 +58,6 @@ void DispatchRequest(const std::string& type, const XmlDocument& request, XmlDoc
   }
   FillErrorDocument(response, error_number::kUnknownMessageType, "");
   response.SelectSingleNode("/XML/Message").SetText("Unknown message type: " + type);
-}
-
-void FillErrorDocument(XmlDocument& response, std::int32_t number, const std::string& description) {
-  if (response.LoadXML(ErrorDocumentText(number, description))) return;
-  response.LoadXML(ErrorDocumentText(number, EscapeXml(description)));
 }
 
 void StampResponse(XmlDocument& response, const std::string& sessionId) {

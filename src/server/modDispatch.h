@@ -1,7 +1,6 @@
-// From a request's type to its handler, and the documents that the server answers with itself.
+// From a request's type to its handler, and what the server adds to every response.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -22,10 +21,6 @@ void Ping(const XmlDocument& request, XmlDocument& response, DataSession& sessio
 /// every type but "Status" gets the error document 1000. Raises what the handler raises.
 void DispatchRequest(const std::string& type, const XmlDocument& request, XmlDocument& response, DataSession* session,
                      HandlerLookup findHandler);
-
-/// Makes `response` an error document. `description` goes in as it is; where that gives no well-formed document, as
-/// text.
-void FillErrorDocument(XmlDocument& response, std::int32_t number, const std::string& description);
 
 /// Sets /XML/DataSession. A response without the root `XML` becomes one with nothing else.
 void StampResponse(XmlDocument& response, const std::string& sessionId);

@@ -14,6 +14,7 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/ToldOnce.h"
+#include "database/Response.h"
 #include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
 #include "platform/system/NamedMutex.h"
@@ -213,6 +214,7 @@ void Loop::ConnectToDatabase() {
   // The old connection goes first: a failure leaves none, and some drivers allow one connection only.
   database_ = Database();
   const auto failure = Attempt([&] {
+    const LongWork shown(*process_.ui);
     database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString, connectFailure_.Stands());
   });
   if (!failure) {
@@ -237,14 +239,18 @@ void Loop::TellNoConnection(const Error& failure) {
   if (first && settings_.Unattended) ReportNoDatabase(failure);
 }
 
-/// Runs while a driver is waited for. A stop gives it a moment to come back: most do.
+/// Runs while a driver is waited for. A stop gives it time to come back: a moment when it comes from outside or nobody
+/// waits for an answer, else what a request takes.
 bool Loop::MustGiveUpDriver() {
-  constexpr double kSeconds = 0.4;
+  constexpr double kMoment = 0.4;
+  constexpr double kRequest = 5;
   process_.ui->LetEventsRun();
   context_.signals.AliveHeartbeat();
   if (!MustStop()) return false;
   if (!stopSeen_) stopSeen_ = SteadyClock::now();
-  gaveUpDriver_ = SecondsSince(*stopSeen_) >= kSeconds;
+  const bool answers = state_.statusText == status_text::kProcessing;
+  const bool fromOutside = context_.stopRequested && context_.stopRequested();
+  gaveUpDriver_ = SecondsSince(*stopSeen_) >= (answers && !fromOutside ? kRequest : kMoment);
   return gaveUpDriver_;
 }
 
@@ -380,7 +386,7 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
   state_.statusText = status_text::kProcessing;
   if (unreadable) {
     // The sender's fault, not a state of the server that a restart could mend.
-    FillErrorDocument(response, unreadable->Number(), unreadable->Description());
+    FillErrorDocument(response, *unreadable);
     return type;
   }
   const auto dispatch = [&] {
@@ -401,7 +407,7 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
   }
   if (gaveUpDriver_) return type;
   if (failure) {
-    FillErrorDocument(response, failure->Number(), failure->Description());
+    FillErrorDocument(response, *failure);
     context_.signals.ReportStatus("Restart", "ErrorProcessingMessage",
                                   "Request a restart of dataserver in order to recover error state. " +
                                       std::to_string(failure->Number()) + " " + failure->Description());
@@ -416,7 +422,7 @@ std::string Loop::StampedText(XmlDocument& response) {
   const auto failure = Attempt([&] {
     StampResponse(response, process_.ServerSessionId);
     text = response.Xml();
-    if (text.size() > kMaxResponseBytes) throw Error(error_number::kOwn, std::string(kResponseTooLarge));
+    RequireResponseBytes(text.size());
   });
   return failure ? ErrorDocumentText(*failure) : text;
 }
@@ -424,7 +430,7 @@ std::string Loop::StampedText(XmlDocument& response) {
 /// The text of an error document with the id of this server in it.
 std::string Loop::ErrorDocumentText(const Error& error) const {
   XmlDocument document;
-  FillErrorDocument(document, error.Number(), error.Description());
+  FillErrorDocument(document, error);
   StampResponse(document, process_.ServerSessionId);
   return document.Xml();
 }

@@ -2,11 +2,13 @@
 
 #include <charconv>
 #include <filesystem>
+#include <iostream>
 #include <memory>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "common/Attempt.h"
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Files.h"
@@ -28,6 +30,10 @@ namespace ods {
 namespace {
 
 constexpr std::int32_t kMaxLogBytes = 100000;
+
+constexpr const char* kNothingToConfigure =
+    "odbc-data-server: The options dialog is not shown: the parameter \"hidden\" is given, too. Leave it out to "
+    "configure the server with mode=config.";
 
 /// A parameter, "" when it is missing.
 std::string Parameter(const Dictionary& parameters, ParameterName name) {
@@ -106,6 +112,8 @@ void Server::Run(const std::string& commandLine) {
 
 void Server::StartUp(const std::string& commandLine) {
   state_.startTime = LocalNow();
+  // Whether somebody is there to read of a failure of what follows.
+  ReadAttendance(*ParseCommandLine(commandLine));
   const auto [parameters, warnings] = ReadGivenParameters(commandLine);
   ReadParameters(*parameters);
   ReadFolders(*parameters);
@@ -126,6 +134,11 @@ void Server::StartUp(const std::string& commandLine) {
   RunMode(signals);
 }
 
+void Server::ReadAttendance(const Dictionary& parameters) {
+  settings_.hidden = parameters.Exists(ParameterName("hidden").Text());
+  settings_.Unattended = settings_.hidden || !Parameter(parameters, "runningmutex").empty();
+}
+
 void Server::ReadParameters(const Dictionary& parameters) {
   settings_.instance = OrDefault(Parameter(parameters, "instance"), std::to_string(CurrentProcessId()));
   settings_.runningmutex = Parameter(parameters, "runningmutex");
@@ -133,19 +146,22 @@ void Server::ReadParameters(const Dictionary& parameters) {
   settings_.messagefile = Parameter(parameters, "messagefile");
   settings_.alivefile = Parameter(parameters, "alivefile");
   settings_.config = Parameter(parameters, "config");
-  settings_.hidden = parameters.Exists(ParameterName("hidden").Text());
+  ReadAttendance(parameters);
   settings_.mode = OrDefault(ToLower(Parameter(parameters, "mode")), "run");
   settings_.connecttimeout = Seconds(parameters, "connecttimeout", 0, settings_.connecttimeout);
   settings_.querytimeout = Seconds(parameters, "querytimeout", 0, settings_.querytimeout);
   settings_.reconnect = Seconds(parameters, "reconnect", 1, settings_.reconnect);
   process_.limits.connectSeconds = settings_.connecttimeout;
   process_.limits.statementSeconds = settings_.querytimeout;
-  settings_.Unattended = !settings_.runningmutex.empty() || settings_.hidden;
 }
 
 void Server::ReadFolders(const Dictionary& parameters) {
-  settings_.datafolder = OrDefault(Parameter(parameters, "datafolder"), DefaultDataFolder(exeFolder_));
-  settings_.configfolder = OrDefault(Parameter(parameters, "configfolder"), JoinPath(settings_.datafolder, "config"));
+  defaults_ = FindDefaultFolders(exeFolder_);
+  const std::string dataFolder = Parameter(parameters, "datafolder");
+  settings_.datafolder = OrDefault(dataFolder, defaults_.data);
+  const bool isConfigElsewhere = dataFolder.empty() && !defaults_.config.empty();
+  settings_.configfolder = OrDefault(Parameter(parameters, "configfolder"),
+                                     isConfigElsewhere ? defaults_.config : JoinPath(settings_.datafolder, "config"));
   // After the default: below a relative data folder the default is relative too, and gets it twice.
   if (!IsAbsolutePath(settings_.configfolder)) {
     settings_.configfolder = JoinPath(settings_.datafolder, settings_.configfolder);
@@ -164,7 +180,16 @@ void Server::OpenLog() {
 }
 
 void Server::OpenWindows() {
-  if (!settings_.hidden && surroundings_.openWindows) surroundings_.openWindows(view_);
+  if (settings_.hidden || windowsTried_) return;
+  windowsTried_ = true;
+  if (surroundings_.openWindows) surroundings_.openWindows(view_);
+}
+
+void Server::ShowFailure(const std::string& text) {
+  if (settings_.Unattended) return;
+  // A start may fail before there are windows. Where none can be had, standard error has told it all.
+  if (Attempt([&] { OpenWindows(); })) return;
+  surroundings_.ui.MessageBox("", text, BoxStyle::kExclamation);
 }
 
 /// A context document that does not load is no error: whoever needs it finds nothing in it.
@@ -186,7 +211,7 @@ void Server::LoadIniFile() {
 void Server::PrepareQueue(const char* caption, ParameterName parameter, const char* defaultName,
                           const Dictionary& parameters, std::string& folder) const {
   folder = Parameter(parameters, parameter);
-  if (folder.empty()) folder = JoinPath(QueueFolder(exeFolder_, settings_.instance), defaultName);
+  if (folder.empty()) folder = JoinPath(QueueFolder(defaults_, settings_.instance), defaultName);
   Trace(caption + folder);
   MkDirRecurse(folder);
 }
@@ -203,6 +228,7 @@ void Server::RequireTwoQueues() const {
 void Server::RunMode(StatusSignals& signals) {
   Trace("Mode: " + settings_.mode);
   if (settings_.mode == "config") {
+    if (settings_.hidden) std::cerr << kNothingToConfigure << std::endl;
     surroundings_.ui.ShowOptionsDialog();
   } else if (settings_.mode == "run") {
     RunServer(signals);
@@ -221,6 +247,9 @@ void Server::RunServer(StatusSignals& signals) {
   state_.databaseConnectPending = true;
   state_.queueConnectPending = true;
   state_.buttonState = button_state::kStop;
+  // What comes first: the window shows it from its first moment.
+  state_.statusText =
+      settings_.configuration.ConnectionString.empty() ? status_text::kConnectToQueue : status_text::kConnectToDatabase;
   if (!settings_.hidden) surroundings_.ui.ShowMainWindow();
   if (settings_.configuration.ConnectionString.empty()) TellNoDataSource(signals);
   surroundings_.ui.LetEventsRun();

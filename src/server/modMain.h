@@ -14,6 +14,7 @@
 #include "server/Parameters.h"
 #include "server/ServerState.h"
 #include "server/Settings.h"
+#include "server/modFolders.h"
 #include "server/modSignal.h"
 
 namespace ods {
@@ -44,6 +45,10 @@ class Server {
   /// log.
   void Run(const std::string& commandLine);
 
+  /// Shows what `Run` raised in a box, for somebody who does not see standard error, and returns when it was closed;
+  /// does nothing for an unattended server and where no window can be shown.
+  void ShowFailure(const std::string& text);
+
   [[nodiscard]] const Settings& GetSettings() const { return settings_; }
   [[nodiscard]] const ServerState& State() const { return state_; }
   /// The context document; an empty one when it did not load.
@@ -52,6 +57,7 @@ class Server {
  private:
   void Trace(std::string_view text) const { surroundings_.tracer.Trace(text); }
   void StartUp(const std::string& commandLine);
+  void ReadAttendance(const Dictionary& parameters);
   void ReadParameters(const Dictionary& parameters);
   void ReadFolders(const Dictionary& parameters);
   void OpenLog();
@@ -68,6 +74,8 @@ class Server {
 
   ServerSurroundings surroundings_;
   std::string exeFolder_;
+  DefaultFolders defaults_;
+  bool windowsTried_ = false;
   Settings settings_;
   ServerState state_;
   ProcessState process_;

@@ -12,11 +12,6 @@ namespace {
 
 constexpr int kHeartbeatSeconds = 5;
 
-int SecondsSinceMidnight(const Date& time) {
-  const DateParts parts = time.Parts();
-  return (parts.hour * 60 + parts.minute) * 60 + parts.second;
-}
-
 /// A driver's text may hold what XML cannot: the report goes out all the same.
 std::string AsXmlText(const std::string& text) {
   if (IsXmlText(text)) return text;
@@ -56,7 +51,7 @@ void StatusSignals::ReportStatus(const std::string& type, const std::string& cod
 void StatusSignals::AliveHeartbeat() {
   if (aliveFile_.path.empty()) return;
   const Date now = clock_();
-  const int seconds = SecondsSinceMidnight(now);
+  const int seconds = now.SecondOfDay();
   if (lastBeat_) {
     const int passed = seconds - *lastBeat_;
     if (passed >= 0 && passed <= kHeartbeatSeconds) return;

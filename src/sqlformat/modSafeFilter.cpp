@@ -6,8 +6,6 @@
 #include "common/Conversions.h"
 #include "common/Text.h"
 #include "database/modSelect.h"
-#include "sqlformat/modSafeVal.h"
-#include "sqlformat/modTypes.h"
 
 namespace ods {
 namespace {
@@ -57,17 +55,22 @@ std::string FillPattern(const std::string& pattern, const std::string& searchStr
   return ReplaceAll(pattern, kPlace, searchString);
 }
 
-std::string FlowFilterEscape(const DataSession& session, const std::string& table, const std::string& field,
-                             const std::string& value) {
-  return "{pred SetFlowFilter, " + SafeVal_String(*session.dialect, GetBareName(table)) + ", " +
-         SafeVal_String(*session.dialect, field) + ", " + SafeVal_String(*session.dialect, value) + "}";
+std::string FlowFilterEscape(const DataSession& session, const Column& column, const std::string& value) {
+  const auto quoted = [&session](const Value& text) { return SafeVal_String(*session.dialect, text); };
+  return "{pred SetFlowFilter, " + quoted(GetBareName(column.Table())) + ", " + quoted(column.Field()) + ", " +
+         quoted(value) + "}";
 }
 
 }  // namespace
 
 std::string SafeFilter(DataSession& session, const std::string& table, const std::string& field, const Value& value) {
-  const TypeEntry& type = GetTypeEntry(session, RequireField(session, table, field).Type);
-  const auto* const normaliser = std::ranges::find(kNormalisers, type.SafeFilterFunction, &Normaliser::name);
+  Column column(session, table, field);
+  return SafeFilter(column, value);
+}
+
+std::string SafeFilter(Column& column, const Value& value) {
+  const std::string& name = column.Type().SafeFilterFunction;
+  const auto* const normaliser = std::ranges::find(kNormalisers, name, &Normaliser::name);
   return normaliser == kNormalisers.end() ? std::string() : normaliser->routine(value);
 }
 
@@ -83,19 +86,20 @@ std::string SafeFilter_Boolean(const Value& value) { return SafeBool(value) ? "1
 
 std::string SafeFilter_Date(const Value& value) { return FormatDate(SafeDate(value)); }
 
-std::string BuildFilterCondition(std::string_view sqlOperator, DataSession& session, const std::string& table,
-                                 const std::string& field, const std::string& values, std::string_view joiner) {
+std::string BuildFilterCondition(std::string_view sqlOperator, const DataSession& session, Column& column,
+                                 const std::string& values, std::string_view joiner) {
   const auto comparison = [&](const std::string& value) {
-    return SafeQuote(session, table, field) + " " + std::string(sqlOperator) + " " +
-           SafeVal(session, table, field, value);
+    const std::string text = column.Expression() + " " + std::string(sqlOperator) + " ";
+    return text + column.Literal(value);
   };
+  const std::string between = " " + std::string(joiner) + " ";
   if (values.empty()) return comparison(values);
   std::string text;
   for (std::size_t start = 0; start <= values.size();) {
     const std::size_t end = std::min(values.find('|', start), values.size());
     const std::string value = values.substr(start, end - start);
-    if (!text.empty()) text.append(" ").append(joiner).append(" ");
-    text += sqlOperator == kFlowFilter ? FlowFilterEscape(session, table, field, value) : comparison(value);
+    AppendToList(text, between,
+                 sqlOperator == kFlowFilter ? FlowFilterEscape(session, column, value) : comparison(value));
     RequireStatementSize(text.size());
     start = end + 1;
   }
@@ -104,19 +108,19 @@ std::string BuildFilterCondition(std::string_view sqlOperator, DataSession& sess
 
 std::string BuildCondition(DataSession& session, const std::string& table, const XmlNode& condition,
                            std::string& step) {
-  const std::string field = GetNodeText(condition, "FieldId");
+  Column column(session, table, GetNodeText(condition, "FieldId"));
   const std::string keyword = GetNodeText(condition, "FilterOp");
   std::string values = GetNodeText(condition, "Filter");
   if (keyword == kFlowFilter) {
     values = SafeFilter_String(values);
   } else {
     step = "Modify filter value";
-    values = SafeFilter(session, table, field, values);
+    values = SafeFilter(column, values);
   }
   const auto* const filterOperator = std::ranges::find(kOperators, keyword, &FilterOperator::keyword);
   std::string text = " AND (";
   if (filterOperator != kOperators.end()) {
-    text += BuildFilterCondition(filterOperator->sqlOperator, session, table, field, values, filterOperator->joiner);
+    text += BuildFilterCondition(filterOperator->sqlOperator, session, column, values, filterOperator->joiner);
   }
   return text + ")";
 }
@@ -139,11 +143,10 @@ std::string BuildSearch(DataSession& session, const std::string& table, const Xm
   for (const XmlNode& node : request.SelectNodes("SearchFields/Field")) {
     const std::string pattern = GetNodeText(node, "SearchString");
     if (pattern.empty()) continue;
-    const std::string field = GetNodeText(node, "Id");
-    const std::string value = SafeFilter(session, table, field, FillPattern(pattern, searchString));
-    if (!terms.empty()) terms += " OR ";
-    terms += "(" + Folded(fold, SafeQuote(session, table, field)) + " LIKE " +
-             Folded(fold, SafeVal(session, table, field, value)) + ")";
+    Column column(session, table, GetNodeText(node, "Id"));
+    const std::string value = SafeFilter(column, FillPattern(pattern, searchString));
+    const std::string folded = Folded(fold, column.Expression());
+    AppendToList(terms, " OR ", "(" + folded + " LIKE " + Folded(fold, column.Literal(value)) + ")");
     RequireStatementSize(terms.size());
   }
   return "(" + terms + ")";

@@ -6,6 +6,7 @@
 
 #include "database/DataSession.h"
 #include "platform/xml/Xml.h"
+#include "sqlformat/modSafeVal.h"
 
 namespace ods {
 
@@ -13,6 +14,7 @@ namespace ods {
 /// table lacks. The normaliser sees the whole text with its "|": alternatives survive for text and binary columns only.
 [[nodiscard]] std::string SafeFilter(DataSession& session, const std::string& table, const std::string& field,
                                      const Value& value);
+[[nodiscard]] std::string SafeFilter(Column& column, const Value& value);
 
 [[nodiscard]] std::string SafeFilter_String(const Value& value);
 [[nodiscard]] std::string SafeFilter_BinaryHex(const Value& value);
@@ -26,8 +28,7 @@ inline constexpr std::string_view kFlowFilter = "flowfilter";
 
 /// The body of one condition: the alternatives of `values`, split at "|", joined by `joiner`. "flowfilter" writes the
 /// flow-filter escape of the driver instead of a comparison.
-[[nodiscard]] std::string BuildFilterCondition(std::string_view sqlOperator, DataSession& session,
-                                               const std::string& table, const std::string& field,
+[[nodiscard]] std::string BuildFilterCondition(std::string_view sqlOperator, const DataSession& session, Column& column,
                                                const std::string& values, std::string_view joiner);
 
 /// One `Condition` of a request as " AND (" ... ")". An unknown operator leaves the parentheses empty, which the

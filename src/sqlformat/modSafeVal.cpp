@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 #include "common/Conversions.h"
 #include "common/Error.h"
@@ -14,13 +15,11 @@
 namespace ods {
 namespace {
 
-using LiteralRoutine = std::string (*)(const DataSession& session, const TypeEntry& type, const Value& value);
-
 std::string Parameter(const TypeEntry& type, std::size_t index) {
   return index < type.SafeValParameters.size() ? SafeStr(type.SafeValParameters[index]) : std::string();
 }
 
-struct Literal {
+struct LiteralRow {
   std::string_view name;
   LiteralRoutine routine;
 };
@@ -29,24 +28,35 @@ constexpr std::string_view kString = "String";
 constexpr std::string_view kBinaryHex = "BinaryHex";
 
 constexpr std::array kLiterals = {
-    Literal{"Boolean", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Boolean(value); }},
-    Literal{kString, [](const DataSession& session, const TypeEntry&,
-                        const Value& value) { return SafeVal_String(*session.dialect, value); }},
-    Literal{"Integer", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Integer(value); }},
-    Literal{"Float", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Float(value); }},
-    Literal{"Date", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Date(value); }},
-    Literal{"Time", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Time(value); }},
-    Literal{"DBTimeStamp",
-            [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_DBTimeStamp(value); }},
-    Literal{kBinaryHex,
-            [](const DataSession&, const TypeEntry& type, const Value& value) {
-              return Parameter(type, 0) + SafeVal_Binary(value) + Parameter(type, 1);
-            }},
+    LiteralRow{"Boolean",
+               [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Boolean(value); }},
+    LiteralRow{kString, [](const DataSession& session, const TypeEntry&,
+                           const Value& value) { return SafeVal_String(*session.dialect, value); }},
+    LiteralRow{"Integer",
+               [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Integer(value); }},
+    LiteralRow{"Float", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Float(value); }},
+    LiteralRow{"Date", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Date(value); }},
+    LiteralRow{"Time", [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_Time(value); }},
+    LiteralRow{"DBTimeStamp",
+               [](const DataSession&, const TypeEntry&, const Value& value) { return SafeVal_DBTimeStamp(value); }},
+    LiteralRow{kBinaryHex,
+               [](const DataSession&, const TypeEntry& type, const Value& value) {
+                 return Parameter(type, 0) + SafeVal_Binary(value) + Parameter(type, 1);
+               }},
 };
 
-const Literal* FindLiteral(std::string_view name) {
-  const auto* const found = std::ranges::find(kLiterals, name, &Literal::name);
-  return found == kLiterals.end() ? nullptr : found;
+/// The routine of a name; nullptr when there is none.
+LiteralRoutine FindLiteral(std::string_view name) {
+  const auto* const found = std::ranges::find(kLiterals, name, &LiteralRow::name);
+  return found == kLiterals.end() ? nullptr : found->routine;
+}
+
+std::string WriteLiteral(LiteralRoutine routine, const DataSession& session, const TypeEntry& type,
+                         const Value& value) {
+  if (routine == nullptr) {
+    throw Error(error_number::kOwn, "Unsupported datatype in SafeVal funciton: " + type.SafeValFunction);
+  }
+  return routine(session, type, value);
 }
 
 }  // namespace
@@ -66,29 +76,52 @@ std::string SafeVal(DataSession& session, const std::string& table, const std::s
     throw Error(error_number::kObjectMissing, "There is no field '" + field + "' in table '" + table + "'.");
   }
   const TypeEntry& type = GetTypeEntry(session, description->Type);
-  const Literal* literal = FindLiteral(type.SafeValFunction);
-  if (literal == nullptr) {
-    throw Error(error_number::kOwn, "Unsupported datatype in SafeVal funciton: " + type.SafeValFunction);
-  }
-  return literal->routine(session, type, value);
+  return WriteLiteral(FindLiteral(type.SafeValFunction), session, type, value);
 }
 
 std::string SafeQuote(DataSession& session, const std::string& table, const std::string& field) {
+  return Column(session, table, field).Expression();
+}
+
+void Column::LookUp() {
+  if (type_ != nullptr) return;
+  const FieldDescription& description = RequireField(*session_, *table_, field_);
+  dataType_ = description.Type;
+  definedSize_ = description.DefinedSize;
+  type_ = &GetTypeEntry(*session_, dataType_);
+  literal_ = FindLiteral(type_->SafeValFunction);
+}
+
+std::int32_t Column::DataType() {
+  LookUp();
+  return dataType_;
+}
+
+const TypeEntry& Column::Type() {
+  LookUp();
+  return *type_;
+}
+
+const std::string& Column::Expression() {
   constexpr std::int64_t kGuidBytes = 16;
-  const FieldDescription& description = RequireField(session, table, field);
-  const TypeEntry& type = GetTypeEntry(session, description.Type);
-  std::string quoted = QuoteIdentifier(session, field);
-  if (FindLiteral(type.SafeValFunction) == nullptr) {
-    throw Error(error_number::kOwn, "Unknown datatype in SafeQuote function: " + type.SafeValFunction);
+  if (expression_) return *expression_;
+  LookUp();
+  std::string quoted = QuoteIdentifier(*session_, field_);
+  if (literal_ == nullptr) {
+    throw Error(error_number::kOwn, "Unknown datatype in SafeQuote function: " + type_->SafeValFunction);
   }
-  if (type.SafeValFunction == kString && session.dialect->trimsTexts) {
-    return "RTRIM(LTRIM(" + quoted + "))";
+  const Dialect& dialect = *session_->dialect;
+  if (dialect.trimsTexts && type_->SafeValFunction == kString) {
+    quoted = "RTRIM(LTRIM(" + quoted + "))";
+  } else if (dialect.castsSixteenBytes && type_->SafeValFunction == kBinaryHex && definedSize_ == kGuidBytes) {
+    quoted = "CAST(" + quoted + " AS BINARY(16))";
   }
-  if (type.SafeValFunction == kBinaryHex && session.dialect->castsSixteenBytes &&
-      description.DefinedSize == kGuidBytes) {
-    return "CAST(" + quoted + " AS BINARY(16))";
-  }
-  return quoted;
+  return expression_.emplace(std::move(quoted));
+}
+
+std::string Column::Literal(const Value& value) {
+  LookUp();
+  return WriteLiteral(literal_, *session_, *type_, value);
 }
 
 std::string SafeVal_String(const Dialect& dialect, const Value& value) {

@@ -1,11 +1,49 @@
 // Values as typed SQL literals and fields as column expressions: the only way of a client's value into a statement.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "database/DataSession.h"
 
 namespace ods {
+
+/// A routine of the type table that writes literals.
+using LiteralRoutine = std::string (*)(const DataSession& session, const TypeEntry& type, const Value& value);
+
+/// A column of a table as a request uses it: looked up at its first use, and only once.
+class Column {
+ public:
+  /// `session` and `table` outlive the column. Nothing is looked up yet.
+  Column(DataSession& session, const std::string& table, std::string field)
+      : session_(&session), table_(&table), field_(std::move(field)) {}
+
+  [[nodiscard]] const DataSession& Session() const { return *session_; }
+  [[nodiscard]] const std::string& Table() const { return *table_; }
+  [[nodiscard]] const std::string& Field() const { return field_; }
+  /// The ADO data type number. Raises as `RequireField` and `GetTypeEntry`, as all that follows.
+  [[nodiscard]] std::int32_t DataType();
+  /// The row of its type in the type table.
+  [[nodiscard]] const TypeEntry& Type();
+  /// As `SafeQuote`.
+  [[nodiscard]] const std::string& Expression();
+  /// As `SafeVal` of a field that the table has.
+  [[nodiscard]] std::string Literal(const Value& value);
+
+ private:
+  void LookUp();
+
+  DataSession* session_;
+  const std::string* table_;
+  std::string field_;
+  const TypeEntry* type_ = nullptr;  ///< nullptr until the column was looked up
+  LiteralRoutine literal_ = nullptr;
+  std::int32_t dataType_ = 0;
+  std::int64_t definedSize_ = 0;
+  std::optional<std::string> expression_;
+};
 
 /// The literal for `value` as a value of a field. Conversions never fail: an unusable value becomes "", 0 or the zero
 /// date. Raises error 1000 "Unsupported datatype in SafeVal funciton: " + routine name for a column type without

@@ -1,12 +1,31 @@
 #include "tabledata/modDecimalFactor.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <string_view>
 
 #include "common/Conversions.h"
 #include "database/modODBC.h"
-#include "sqlformat/modSafeVal.h"
 
 namespace ods {
+
+namespace {
+
+/// The name of what a column of numbers can hold that is no number; "" for a number. A driver gives that of an exact
+/// number as its text.
+std::string_view NameOfNonNumber(const Value& value) {
+  constexpr std::array<std::string_view, 3> kNames = {"NaN", "Infinity", "-Infinity"};
+  if (const auto* text = value.GetIf<std::string>()) {
+    const auto* const name = std::ranges::find(kNames, *text);
+    return name == kNames.end() ? std::string_view() : *name;
+  }
+  const auto* const number = value.GetIf<double>();
+  if (number == nullptr || std::isfinite(*number)) return "";
+  return std::isnan(*number) ? kNames[0] : kNames[*number > 0 ? 1 : 2];
+}
+
+}  // namespace
 
 bool HasDecimals(std::int32_t type) {
   switch (type) {
@@ -36,6 +55,7 @@ void SettleDecimalFactor(const DataSession& session) {
 }
 
 std::string ScaledNumber(const Value& value, double factor) {
+  if (const std::string_view name = NameOfNonNumber(value); !name.empty()) return std::string(name);
   const bool hasExactDigits =
       value.Is<Decimal>() || value.Is<Currency>() || value.Is<std::int32_t>() || value.Is<std::int64_t>();
   if (factor == 1 && hasExactDigits) return SafeStr(value);
@@ -44,15 +64,14 @@ std::string ScaledNumber(const Value& value, double factor) {
   return FormatDouble(factor == kScaledDecimalFactor ? number / std::round(1 / factor) : number * factor);
 }
 
-std::string LiteralOfRead(DataSession& session, const std::string& table, const std::string& field,
-                          const Value& value) {
+std::string LiteralOfRead(const DataSession& session, Column& column, const Value& value) {
   // The factor outlives a connection, so one to another product may find it set.
-  if (session.dialect->mayScaleDecimals && HasDecimals(RequireField(session, table, field).Type)) {
+  if (session.dialect->mayScaleDecimals && HasDecimals(column.DataType())) {
     SettleDecimalFactor(session);
     const double factor = session.process->decimalFactor;
-    if (factor == kScaledDecimalFactor) return SafeVal(session, table, field, ScaledNumber(value, factor));
+    if (factor == kScaledDecimalFactor) return column.Literal(ScaledNumber(value, factor));
   }
-  return SafeVal(session, table, field, value);
+  return column.Literal(value);
 }
 
 }  // namespace ods

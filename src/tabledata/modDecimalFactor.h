@@ -6,6 +6,7 @@
 #include <string>
 
 #include "database/DataSession.h"
+#include "sqlformat/modSafeVal.h"
 
 namespace ods {
 
@@ -23,9 +24,8 @@ void SettleDecimalFactor(const DataSession& session);
 /// The text of `value` multiplied by `factor`: the exact digits for a factor of 1.
 [[nodiscard]] std::string ScaledNumber(const Value& value, double factor);
 
-/// The literal for a value that the driver has given for a field: the number that is kept in the database. Settles the
-/// decimal factor where it matters. Raises like `SafeVal`.
-[[nodiscard]] std::string LiteralOfRead(DataSession& session, const std::string& table, const std::string& field,
-                                        const Value& value);
+/// The literal for a value that the driver has given for a column of the session: the number that is kept in the
+/// database. Settles the decimal factor where it matters. Raises like `Column::Literal`.
+[[nodiscard]] std::string LiteralOfRead(const DataSession& session, Column& column, const Value& value);
 
 }  // namespace ods

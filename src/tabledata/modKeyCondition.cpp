@@ -1,8 +1,8 @@
 #include "tabledata/modKeyCondition.h"
 
+#include "common/Text.h"
 #include "database/modODBC.h"
 #include "database/modSelect.h"
-#include "sqlformat/modSafeVal.h"
 #include "tabledata/modDecimalFactor.h"
 
 namespace ods {
@@ -15,34 +15,32 @@ struct KeyTerm {
 };
 
 /// The total key's values of the row that `position` names, as the database holds them now.
-std::vector<KeyTerm> ReadBoundaryRow(DataSession& session, const std::string& table, const Dictionary& position,
-                                     const std::vector<std::string>& primaryKey,
-                                     const std::vector<std::string>& totalKey) {
+std::vector<KeyTerm> ReadBoundaryRow(const DataSession& session, const std::string& table, const Dictionary& position,
+                                     const ColumnList& primaryKey, const ColumnList& totalKey) {
   std::string where;
-  for (const std::string& field : primaryKey) {
-    if (!where.empty()) where += " AND ";
-    where += SafeQuote(session, table, field) + "=" + LiteralOfRead(session, table, field, position.Item(field));
+  for (Column* column : primaryKey) {
+    const std::string& expression = column->Expression();
+    AppendToList(where, " AND ", expression + "=" + LiteralOfRead(session, *column, position.Item(column->Field())));
   }
   bool fieldsFixed = false;
-  const std::string fieldList = QuotedFieldList(session, table, totalKey);
+  const std::string fieldList = QuotedFieldList(totalKey);
   const std::string sql =
       BuildSelectOne(session, table, {.where = where, .orderBy = "", .fields = fieldList}, fieldsFixed);
   const auto rows = ExecuteSQL(session, sql, 1);
   std::vector<KeyTerm> terms;
   terms.reserve(totalKey.size());
   for (std::size_t i = 0; i < totalKey.size(); ++i) {
-    const std::string& field = totalKey[i];
-    const Value& value = fieldsFixed ? rows->Item(field) : rows->Item(i);
-    terms.push_back({SafeQuote(session, table, field), LiteralOfRead(session, table, field, value)});
+    Column& column = *totalKey[i];
+    const Value& value = fieldsFixed ? rows->Item(column.Field()) : rows->Item(i);
+    terms.push_back({column.Expression(), LiteralOfRead(session, column, value)});
   }
   return terms;
 }
 
 }  // namespace
 
-std::string BuildKeyCondition(DataSession& session, const std::string& table, const Dictionary& position,
-                              const std::vector<std::string>& primaryKey, const std::vector<std::string>& totalKey,
-                              KeyComparison comparison) {
+std::string BuildKeyCondition(const DataSession& session, const std::string& table, const Dictionary& position,
+                              const ColumnList& primaryKey, const ColumnList& totalKey, KeyComparison comparison) {
   const std::vector<KeyTerm> terms = ReadBoundaryRow(session, table, position, primaryKey, totalKey);
   const std::string base = comparison.greater ? ">" : "<";
   const std::size_t last = terms.size() - 1;
@@ -59,11 +57,12 @@ std::string BuildKeyCondition(DataSession& session, const std::string& table, co
   return condition + ")";
 }
 
-std::string QuotedFieldList(DataSession& session, const std::string& table, const std::vector<std::string>& fields) {
+std::string QuotedFieldList(const ColumnList& columns) {
   std::string list;
-  for (const std::string& field : fields) {
-    if (!list.empty()) list += ",";
-    list += SafeQuote(session, table, field);
+  for (Column* column : columns) {
+    // A column without a type of its own (12) is read like any other, though nothing can be compared with it.
+    const bool hasType = column->DataType() != ado_type::kVariant;
+    AppendToList(list, ",", hasType ? column->Expression() : QuoteIdentifier(column->Session(), column->Field()));
   }
   return list;
 }

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -15,7 +15,8 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Hex.h"
-#include "database/RequestHandler.h"
+#include "common/Text.h"
+#include "database/Response.h"
 #include "database/modODBC.h"
 #include "database/modSelect.h"
 #include "sqlformat/modSafeFilter.h"
@@ -59,16 +60,18 @@ const Navigation& FindNavigation(std::string_view name) {
 class NameList {
  public:
   void Add(const std::string& name) {
-    if (seen_.insert(name).second) names_.push_back(name);
+    if (indexes_.emplace(name, names_.size()).second) names_.push_back(name);
   }
   void Add(const std::vector<std::string>& names) {
     for (const std::string& name : names) Add(name);
   }
   [[nodiscard]] const std::vector<std::string>& Names() const { return names_; }
+  /// Where a name that was added stands.
+  [[nodiscard]] std::size_t IndexOf(const std::string& name) const { return indexes_.at(name); }
 
  private:
   std::vector<std::string> names_;
-  std::unordered_set<std::string> seen_;
+  std::unordered_map<std::string, std::size_t> indexes_;
 };
 
 /// The rows of one page, in reading order, and what the record set told besides.
@@ -95,10 +98,11 @@ class TableDataRequest {
   void ReadConditions();
   void ReadPositions();
   void ReadFields();
+  void ResolveColumns(const NameList& fields);
   Page ReadPage();
   Page NavigateOnce();
   [[nodiscard]] std::string KeyCondition(const Navigation& navigation);
-  [[nodiscard]] std::string OrderBy(bool reverse);
+  [[nodiscard]] std::string OrderBy(bool reverse) const;
   [[nodiscard]] static std::string Where(const std::string& filter, const std::string& keyCondition);
   [[nodiscard]] Page ReadRows(RecordSet& rows, bool fieldsFixed);
   void WriteFlags(XmlDocument& response, const Page& page) const;
@@ -120,7 +124,11 @@ class TableDataRequest {
   std::string filter_;
   std::shared_ptr<Dictionary> firstPosition_;
   std::shared_ptr<Dictionary> lastPosition_;
-  std::vector<std::string> fields_;
+  std::vector<std::string> fields_;  ///< of the select list: those asked for, then the rest of the total key
+  std::vector<Column> columns_;      ///< the same, resolved
+  ColumnList primaryColumns_;
+  ColumnList totalColumns_;
+  std::vector<std::size_t> positionFields_;  ///< which of the fields a position holds
   std::string fieldList_;
 };
 
@@ -165,8 +173,7 @@ void TableDataRequest::ReadConditions() {
   filter_ = BuildFilter(session_, table_, root_, step_);
   step_ = "Read filter";
   if (searchString_.empty()) return;
-  if (!filter_.empty()) filter_ += " AND ";
-  filter_ += BuildSearch(session_, table_, root_, searchString_);
+  AppendToList(filter_, " AND ", BuildSearch(session_, table_, root_, searchString_));
 }
 
 void TableDataRequest::ReadPositions() {
@@ -191,7 +198,21 @@ void TableDataRequest::ReadFields() {
   fields.Add(totalKey_);
   fields_ = fields.Names();
   step_ = "Make field list for the select statement";
-  fieldList_ = QuotedFieldList(session_, table_, fields_);
+  ResolveColumns(fields);
+}
+
+/// What the statements and the positions need of the fields, so that nothing is looked up by its name again.
+void TableDataRequest::ResolveColumns(const NameList& fields) {
+  columns_.reserve(fields_.size());
+  ColumnList all;
+  for (const std::string& field : fields_) all.push_back(&columns_.emplace_back(session_, table_, field));
+  fieldList_ = QuotedFieldList(all);
+  for (const std::string& field : totalKey_) totalColumns_.push_back(all[fields.IndexOf(field)]);
+  if (!sortColumn_.empty()) positionFields_.push_back(fields.IndexOf(sortColumn_));
+  for (const std::string& field : primaryKey_) {
+    positionFields_.push_back(fields.IndexOf(field));
+    primaryColumns_.push_back(all[positionFields_.back()]);
+  }
 }
 
 std::string TableDataRequest::KeyCondition(const Navigation& navigation) {
@@ -199,19 +220,15 @@ std::string TableDataRequest::KeyCondition(const Navigation& navigation) {
   if (navigation.from == Navigation::From::kNone) return "";
   KeyComparison comparison = navigation.comparison;
   if (descending_) comparison.greater = !comparison.greater;
-  return BuildKeyCondition(session_, table_, fromFirst ? *firstPosition_ : *lastPosition_, primaryKey_, totalKey_,
-                           comparison);
+  return BuildKeyCondition(session_, table_, fromFirst ? *firstPosition_ : *lastPosition_, primaryColumns_,
+                           totalColumns_, comparison);
 }
 
-std::string TableDataRequest::OrderBy(bool reverse) {
+std::string TableDataRequest::OrderBy(bool reverse) const {
   const std::string direction = descending_ != reverse ? " DESC" : "";
   std::string ordering;
-  const auto add = [&](const std::string& field) {
-    if (!ordering.empty()) ordering += ", ";
-    ordering += SafeQuote(session_, table_, field) + direction;
-  };
   // The sort column, when there is one, is the first field of the total key.
-  std::ranges::for_each(totalKey_, add);
+  for (Column* column : totalColumns_) AppendToList(ordering, ", ", column->Expression() + direction);
   return ordering;
 }
 
@@ -235,8 +252,8 @@ class PageSizeGuard {
   void Add(const std::string& name, const Value& value) {
     constexpr std::size_t kMarkup = std::string_view("<V Id=\"\"></V>").size();
     bytes_ += kMarkup + name.size() + LeastLength(value);
-    if (bytes_ > kMaxResponseBytes) throw Error(error_number::kOwn, std::string(kResponseTooLarge));
-    if (++values_ > kMaxResponseValues) throw Error(error_number::kOwn, std::string(kTooManyValues));
+    RequireResponseBytes(bytes_);
+    RequireResponseValues(++values_);
   }
 
  private:
@@ -310,12 +327,7 @@ void TableDataRequest::WriteFlags(XmlDocument& response, const Page& page) const
 
 std::string TableDataRequest::MakePosition(const std::vector<Value>& row) const {
   const auto position = CreateHalvikDictionary(*session_.process->components);
-  const auto add = [&](const std::string& field) {
-    const auto found = std::ranges::find(fields_, field);
-    position->Set(field, row[static_cast<std::size_t>(found - fields_.begin())]);
-  };
-  if (!sortColumn_.empty()) add(sortColumn_);
-  std::ranges::for_each(primaryKey_, add);
+  for (const std::size_t field : positionFields_) position->Set(fields_[field], row[field]);
   return BytesToHex(position->marshalldictionary());
 }
 
@@ -352,7 +364,7 @@ void TableDataRequest::WritePage(XmlDocument& response, Page& page) {
 void TableDataRequest::Answer(XmlDocument& response) {
   ReadRequest();
   if (!FindPrimaryKey()) {
-    response.LoadXML("<XML><Error>2</Error><Message>No primary key defined</Message></XML>");
+    FillErrorDocument(response, error_number::kNoPrimaryKey, "No primary key defined");
     return;
   }
   CalculateTotalKey();

@@ -67,13 +67,14 @@ class ServerView {
   [[nodiscard]] virtual bool Unattended() const = 0;
 
   /// The longest wait for a connection to a database, in seconds; 0 for ever.
-  [[nodiscard]] virtual int ConnectTimeout() const { return 15; }
+  [[nodiscard]] virtual int ConnectTimeout() const = 0;
 
   [[nodiscard]] virtual OperatorSettings GetSettings() const = 0;
+  /// Writes the configuration file with these settings; the server's own stay as they are. Raises error 1000 naming the
+  /// path.
+  virtual void SaveSettings(const OperatorSettings& settings) = 0;
   /// Takes the settings over: the next round of the loop reconnects with them, under a new id of the data session.
   virtual void StoreSettings(const OperatorSettings& settings) = 0;
-  /// Writes the configuration file. Raises error 1000 naming the path.
-  virtual void SaveSettings() = 0;
   /// The text of the context document's element "/Context/DataServer/ODBCDrivers", "" when there is none.
   [[nodiscard]] virtual std::string DriverPattern() const = 0;
 };

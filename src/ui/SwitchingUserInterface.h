@@ -20,6 +20,8 @@ class SwitchingUserInterface final : public UserInterface {
   void SwitchTo(std::unique_ptr<UserInterface> windows, const ServerView& server);
 
   void LetEventsRun() override { Shown().LetEventsRun(); }
+  void BeginLongWork() override { Shown().BeginLongWork(); }
+  void EndLongWork() override { Shown().EndLongWork(); }
   void ShowMainWindow() override { Shown().ShowMainWindow(); }
   void UnloadMainWindow() override { Shown().UnloadMainWindow(); }
   void ShowOptionsDialog() override { Shown().ShowOptionsDialog(); }

@@ -8,6 +8,28 @@ namespace {
 
 using ::testing::ElementsAre;
 
+TEST(Join, PutsTheSeparatorBetweenThePieces) {
+  EXPECT_EQ(Join({}, ", "), "");
+  EXPECT_EQ(Join({"a"}, ", "), "a");
+  EXPECT_EQ(Join({"a", "b", "c"}, ", "), "a, b, c");
+  EXPECT_EQ(Join({"", "", "x", ""}, "\t"), "\t\tx\t") << "empty pieces count";
+}
+
+TEST(AppendToList, SeparatesFromWhatIsThere) {
+  std::string list;
+  AppendToList(list, " AND ", "a");
+  EXPECT_EQ(list, "a");
+  AppendToList(list, " AND ", "b");
+  EXPECT_EQ(list, "a AND b");
+}
+
+TEST(WithoutByteOrderMark, TakesOneOffTheFront) {
+  EXPECT_EQ(WithoutByteOrderMark("\xEF\xBB\xBFtext"), "text");
+  EXPECT_EQ(WithoutByteOrderMark("text\xEF\xBB\xBF"), "text\xEF\xBB\xBF");
+  EXPECT_EQ(WithoutByteOrderMark("\xEF\xBB"), "\xEF\xBB");
+  EXPECT_EQ(WithoutByteOrderMark(""), "");
+}
+
 TEST(ReplaceAllTest, ReplacesEveryOccurrenceFromTheLeft) {
   EXPECT_EQ(ReplaceAll("a.b.c", ".", "--"), "a--b--c");
   EXPECT_EQ(ReplaceAll("aaa", "aa", "b"), "ba");

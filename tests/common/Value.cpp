@@ -10,6 +10,14 @@
 namespace ods {
 namespace {
 
+TEST(SecondOfDay, CountsFromMidnightBeforeTheZeroDateToo) {
+  EXPECT_EQ((Date{0}).SecondOfDay(), 0);
+  EXPECT_EQ(Date::FromParts({2024, 2, 29, 23, 59, 59})->SecondOfDay(), 86399);
+  EXPECT_EQ(Date::FromParts({2024, 3, 1, 0, 0, 0})->SecondOfDay(), 0);
+  EXPECT_EQ(Date::FromParts({1753, 1, 1, 1, 2, 3})->SecondOfDay(), 3723);
+  EXPECT_EQ((Date{-1}).SecondOfDay(), 86399);
+}
+
 TEST(ValueTest, NamesItsType) {
   EXPECT_EQ(Value().TypeName(), "Empty");
   EXPECT_EQ(Value(Null{}).TypeName(), "Null");

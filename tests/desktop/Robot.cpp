@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QPixmap>
 #include <QScreen>
+#include <QTextEdit>
 #include <stdexcept>
 #include <thread>
 
@@ -75,11 +76,7 @@ std::string Robot::TextOf(const std::string& name) {
 
 std::string Robot::TextOfBox() {
   WaitForWidget("messageBox");
-  return InWindows([] {
-    std::string text;
-    for (const QLabel* label : Find("messageBox")->findChildren<QLabel*>()) text += label->text().toStdString();
-    return text;
-  });
+  return InWindows([] { return Find("messageBox")->findChild<QTextEdit*>()->toPlainText().toStdString(); });
 }
 
 void Robot::Click(const std::string& name) {
@@ -88,7 +85,16 @@ void Robot::Click(const std::string& name) {
     const QWidget* widget = Find(name);
     return widget->mapToGlobal(widget->rect().center());
   });
-  RunTool({"mousemove", std::to_string(middle.x()), std::to_string(middle.y()), "click", "1"});
+  ClickAt(middle);
+}
+
+void Robot::ClickAt(const QPoint& place, int button, int times) {
+  RunTool({"mousemove", std::to_string(place.x()), std::to_string(place.y()), "click", "--repeat",
+           std::to_string(times), "--delay", "50", std::to_string(button)});
+}
+
+void Robot::MoveTo(const QPoint& place) {
+  RunTool({"mousemove", std::to_string(place.x()), std::to_string(place.y()), "mousemove_relative", "1", "1"});
 }
 
 void Robot::Press(const std::vector<std::string>& keys) {
@@ -100,13 +106,16 @@ void Robot::Type(const std::string& text) { RunTool({"type", text}); }
 void Robot::TakePicture(const std::string& windowName, const std::string& file) {
   const bool written = InWindows([&] {
     const QWidget* window = Find(windowName);
-    if (window == nullptr) return false;
-    const QRect frame = window->frameGeometry();
-    return window->screen()
-        ->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height())
-        .save(QString::fromStdString(file), "PNG");
+    return window != nullptr && OnScreen(window->frameGeometry()).save(QString::fromStdString(file), "PNG");
   });
   if (!written) throw std::runtime_error("No picture of " + windowName);
+}
+
+QImage Robot::OnScreen(const QRect& place) {
+  return QGuiApplication::primaryScreen()
+      ->grabWindow(0, place.x(), place.y(), place.width(), place.height())
+      .toImage()
+      .convertToFormat(QImage::Format_RGB32);
 }
 
 QWidget* Robot::Find(const std::string& name) {

@@ -4,6 +4,8 @@
 // A robot has a thread of its own; the windows live in the main thread, which looks at them for it.
 #pragma once
 
+#include <QImage>
+#include <QRect>
 #include <QWidget>
 #include <chrono>
 #include <functional>
@@ -40,11 +42,15 @@ class Robot {
   void WaitForActiveWindow(const std::string& title);
 
   [[nodiscard]] std::string TextOf(const std::string& name);
-  /// Texts of every visible label and button of a message box, which has to be there.
+  /// The text of a message box, which has to be there.
   [[nodiscard]] std::string TextOfBox();
 
   /// Clicks into the middle of a control.
   void Click(const std::string& name);
+  /// Clicks at a place on the screen; button 1 is the left one, 3 the right one.
+  static void ClickAt(const QPoint& place, int button = 1, int times = 1);
+  /// Moves the mouse there, in two steps: it rests only after it was moved.
+  static void MoveTo(const QPoint& place);
   /// Presses keys, one after the other; names as X knows them, "alt+t", "Return", "F1".
   void Press(const std::vector<std::string>& keys);
   void Type(const std::string& text);
@@ -52,6 +58,8 @@ class Robot {
   /// Writes what the screen shows of the window and its frame as a PNG file.
   void TakePicture(const std::string& windowName, const std::string& file);
 
+  /// What the screen shows at a place, with pixels of 32 bits. In the windows' thread only.
+  [[nodiscard]] static QImage OnScreen(const QRect& place);
   /// A visible control of that object name, nullptr when there is none. In the windows' thread only.
   [[nodiscard]] static QWidget* Find(const std::string& name);
 

@@ -1,6 +1,15 @@
 // A server started by hand, with its windows on a real X server, and a robot in front of it.
 #include <QAbstractItemView>
+#include <QApplication>
+#include <QClipboard>
+#include <QCursor>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScreen>
 #include <QSettings>
+#include <QToolTip>
 #include <atomic>
 #include <cstdlib>
 #include <exception>
@@ -8,8 +17,12 @@
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <stdexcept>
+#include <sys/socket.h>
 #include <thread>
+#include <unistd.h>
+#include <vector>
 
 #include "common/ComponentRegistry.h"
 #include "common/Files.h"
@@ -17,11 +30,16 @@
 #include "desktop/XServer.h"
 #include "e2e/ServerProcess.h"
 #include "log/Trace.h"
+#include "platform/ado/Ado.h"
+#include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "server/modMain.h"
 #include "support/OdbcFolder.h"
+#include "support/PlainUser.h"
+#include "support/SilentListener.h"
 #include "ui/SwitchingUserInterface.h"
 #include "ui/windows/DesktopUserInterface.h"
+#include "ui/windows/frmConfigure.h"
 
 namespace ods::test {
 namespace {
@@ -74,6 +92,12 @@ class Windows : public ::testing::Test {
     ui.SetTracer(tracer);
     ComponentRegistry components;
     RegisterComponents(components);
+    if (onConnect_) {
+      components.Register("ADODB.Connection", [this]() -> std::shared_ptr<Object> {
+        onConnect_();
+        return CreateOdbcConnection();
+      });
+    }
     Server server(
         {ui, tracer, components, ExecutablePath(), [&] { return stop.load(); },
          [&](ServerView& view) { ui.SwitchTo(std::make_unique<DesktopUserInterface>(view, components), view); }});
@@ -92,7 +116,15 @@ class Windows : public ::testing::Test {
   static void Picture(Robot& robot, const std::string& window) {
     if (WantsPictures()) robot.TakePicture(window, std::getenv("ODS_TEST_PICTURES") + ("/" + window + ".png"));
   }
+  /// The same in the windows' own thread.
+  static void PictureHere(const std::string& window, const std::string& name) {
+    if (!WantsPictures()) return;
+    const QRect frame = Robot::Find(window)->frameGeometry();
+    Robot::OnScreen(frame).save(QString::fromStdString(std::getenv("ODS_TEST_PICTURES") + ("/" + name + ".png")));
+  }
 
+  /// What happens in the windows' thread when the server, or a test of a connection, begins to connect.
+  std::function<void()> onConnect_;
   ServerFolders folders_;
   XServer screen_;
   EnvironmentValue display_{"DISPLAY", screen_.Display()};
@@ -102,6 +134,25 @@ class Windows : public ::testing::Test {
   OdbcFolder odbc_;  // and the user's settings are in its folder too
   EnvironmentValue settings_{"XDG_CONFIG_HOME", odbc_.Path()};
 };
+
+/// The middle of the description in a row of a list, on the screen.
+QPoint MiddleOf(const char* list, int row) {
+  const auto* view = qobject_cast<QAbstractItemView*>(Robot::Find(list));
+  return view->viewport()->mapToGlobal(view->visualRect(view->model()->index(row, 1)).center());
+}
+
+/// The row of the trace log with a long description, as soon as there is one.
+int LongestRow(Robot& robot) {
+  int found = -1;
+  robot.WaitUntil("A long entry", [&found] {
+    const auto* model = qobject_cast<QAbstractItemView*>(Robot::Find("lvTrace"))->model();
+    for (int row = 0; row < model->rowCount() && found < 0; ++row) {
+      if (model->index(row, 1).data().toString().size() > 1000) found = row;
+    }
+    return found >= 0;
+  });
+  return found;
+}
 
 int Rows(const char* list) {
   const auto* view = qobject_cast<QAbstractItemView*>(Robot::Find(list));
@@ -202,6 +253,45 @@ TEST_F(Windows, TheRequestInHandIsFinishedWhenTheWindowIsClosed) {
   });
 }
 
+TEST_F(Windows, WhileTheServerConnectsItsWindowLivesAndEndsIt) {
+  const SilentListener listener;
+  folders_.Configure("Driver=PostgreSQL Unicode" + listener.Target());
+  RunServer(
+      [&](Robot& robot) {
+        robot.WaitForText("lblStatus", "Connect to Database");
+        robot.WaitForActiveWindow("ODBC Data Server");
+        robot.Press({"alt+t", "l"});
+        robot.WaitForActiveWindow("Trace Log");
+        robot.WaitForText("lblStatus", "Connect to Database");
+        if (WantsPictures()) {
+          robot.TakePicture("frmMain", std::getenv("ODS_TEST_PICTURES") + std::string("/frmMain-connecting.png"));
+        }
+        robot.Click("cmdClose");
+        robot.WaitUntil("The end of the trace log", [] { return Robot::Find("lvTrace") == nullptr; });
+        robot.WaitForActiveWindow("ODBC Data Server");
+        robot.Press({"alt+f", "x"});
+      },
+      "/connecttimeout=0");
+  EXPECT_NE(folders_.LogText().find("'Exit main loop'"), std::string::npos);
+}
+
+TEST_F(Windows, ATestOfAConnectionCanBeCancelled) {
+  const SilentListener listener;
+  folders_.Configure("Driver=PostgreSQL Unicode" + listener.Target());
+  RunServer(
+      [&](Robot& robot) {
+        robot.WaitForActiveWindow("Configure ODBC Data Server");
+        robot.WaitForText("txtConnectionString", "Driver=PostgreSQL Unicode" + listener.Target());
+        robot.Click("cmdTestConnection");
+        robot.WaitUntil("The test", [] {
+          const auto* const dialog = dynamic_cast<frmConfigure*>(Robot::Find("frmConfigure"));
+          return dialog != nullptr && dialog->IsTesting();
+        });
+        robot.Click("cmdCancel");
+      },
+      "/mode=config /connecttimeout=0");
+}
+
 TEST_F(Windows, InModeConfigTheOptionsDialogIsAllThereIs) {
   RunServer(
       [&](Robot& robot) {
@@ -224,6 +314,274 @@ TEST_F(Windows, AnUnknownModeIsToldAndEndsTheServer) {
         robot.Press({"Return"});
       },
       "/mode=dance");
+}
+
+/// What somebody sees of the main window while no window event runs.
+struct SeenMainWindow {
+  std::string status;
+  std::string button;
+  bool isWaitCursor = false;
+  /// The screen shows what the window would paint now.
+  bool isPainted = false;
+
+  static SeenMainWindow Look() {
+    QWidget* window = Robot::Find("frmMain");
+    if (window == nullptr) return {};
+    SeenMainWindow seen;
+    seen.status = window->findChild<QLabel*>("lblStatus")->text().toStdString();
+    seen.button = window->findChild<QPushButton*>("cmdStart")->text().toStdString();
+    const QCursor* cursor = QGuiApplication::overrideCursor();
+    seen.isWaitCursor = cursor != nullptr && cursor->shape() == Qt::WaitCursor;
+    const QImage onScreen = Robot::OnScreen(window->geometry());
+    seen.isPainted = onScreen == window->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    return seen;
+  }
+};
+
+TEST_F(Windows, WhileTheServerConnectsTheMainWindowTellsIt) {
+  folders_.Configure("DSN=Sales");
+  SeenMainWindow seen;
+  onConnect_ = [&] {
+    seen = SeenMainWindow::Look();
+    PictureHere("frmMain", "frmMain-connecting");
+  };
+  RunServer([](Robot& robot) {
+    robot.WaitForText("lblStatus", "Running");
+    EXPECT_EQ(robot.InWindows([] { return QGuiApplication::overrideCursor(); }), nullptr);
+    robot.Click("cmdStart");
+  });
+  EXPECT_EQ(seen.status, "Connect to Database");
+  EXPECT_EQ(seen.button, "&Stop");
+  EXPECT_TRUE(seen.isWaitCursor);
+  EXPECT_TRUE(seen.isPainted);
+}
+
+TEST_F(Windows, TheOptionsDialogIsOffTheScreenWhileTheServerConnects) {
+  SeenMainWindow seen;
+  QRect dialog;
+  bool isUncovered = false;
+  onConnect_ = [&] {
+    seen = SeenMainWindow::Look();
+    // All that is left of the dialog's place is the desktop, of one colour, and the main window.
+    QImage screen = Robot::OnScreen(QGuiApplication::primaryScreen()->geometry());
+    const QRgb desktop = screen.pixel(screen.width() - 2, screen.height() - 2);
+    const QRect window = Robot::Find("frmMain")->frameGeometry();
+    isUncovered = !dialog.isEmpty();
+    for (int y = dialog.top(); y <= dialog.bottom(); ++y) {
+      for (int x = dialog.left(); x <= dialog.right(); ++x) {
+        isUncovered = isUncovered && (window.contains(x, y) || screen.pixel(x, y) == desktop);
+      }
+    }
+  };
+  RunServer([&](Robot& robot) {
+    robot.WaitForActiveWindow("Korvanta");
+    robot.Press({"Return"});
+    robot.WaitForActiveWindow("Configure ODBC Data Server");
+    robot.Click("cmbDSN");
+    robot.Press({"Down"});
+    robot.WaitForText("cmbDSN", "Sales");
+    robot.InWindows([&] {
+      dialog = Robot::Find("frmConfigure")->frameGeometry();
+      return true;
+    });
+    robot.Click("cmdOK");
+    robot.WaitForText("lblStatus", "Running");
+    robot.Click("cmdStart");
+  });
+  EXPECT_EQ(seen.status, "Connect to Database");
+  EXPECT_TRUE(seen.isWaitCursor);
+  EXPECT_TRUE(seen.isPainted);
+  EXPECT_TRUE(isUncovered);
+}
+
+/// A database server that takes connections and never says a word.
+class SilentServer {
+ public:
+  SilentServer() {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto* const name = reinterpret_cast<sockaddr*>(&address);
+    if (bind(socket_.Get(), name, size) != 0 || listen(socket_.Get(), 8) != 0 ||
+        getsockname(socket_.Get(), name, &size) != 0) {
+      throw std::runtime_error("no socket");
+    }
+    port_ = ntohs(address.sin_port);
+  }
+  [[nodiscard]] int Port() const { return port_; }
+  /// Whoever is connected sees the end of it.
+  void End() { (void)socket_.Close(); }
+
+ private:
+  FileHandle socket_{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  int port_ = 0;
+};
+
+TEST_F(Windows, WhileADatabaseDoesNotAnswerTheWindowsLiveAndCancelAnswers) {
+  if (ReadFileText(drivers_).find("[PostgreSQL Unicode]") == std::string::npos) GTEST_SKIP() << "no driver that waits";
+  SilentServer silent;
+  const std::string string = "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=" + std::to_string(silent.Port()) +
+                             ";Database=none;UID=nobody;PWD=none";
+  folders_.Configure(string);
+  const auto start = std::chrono::steady_clock::now();
+  RunServer(
+      [&](Robot& robot) {
+        robot.WaitForText("lblStatus", "Connect to Database");
+        robot.WaitForActiveWindow("ODBC Data Server");
+        robot.Press({"alt+t", "o"});
+        robot.WaitForActiveWindow("Configure ODBC Data Server");
+        Picture(robot, "frmMain");
+        robot.Click("txtUserId");
+        robot.Type("ann");
+        robot.WaitForText("txtUserId", "ann");
+        // The server's own connect waits still; a test of the connection waits beside it.
+        robot.InWindows([&] {
+          qobject_cast<QLineEdit*>(Robot::Find("txtConnectionString"))->setText(QString::fromStdString(string));
+          return true;
+        });
+        robot.Click("cmdTestConnection");
+        robot.Click("cmdCancel");
+        robot.WaitUntil("The end of the dialog", [] { return Robot::Find("frmConfigure") == nullptr; });
+        EXPECT_EQ(robot.TextOf("lblStatus"), "Connect to Database");
+        robot.Click("cmdStart");
+      },
+      "/connecttimeout=300");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(200)) << "nobody waited for the limit";
+  silent.End();
+  for (int tries = 0; tries < 2000 && DriverCallsAreStuck(); ++tries) SleepMilliseconds(10);
+  EXPECT_FALSE(DriverCallsAreStuck());
+}
+
+TEST_F(Windows, ALongConnectionStringIsWholeInTheBox) {
+  std::string connectionString = "DSN=Nowhere;Option=";
+  while (connectionString.size() < 1500) connectionString += "0123456789";
+  folders_.Configure(connectionString);
+  RunServer([&](Robot& robot) {
+    robot.WaitForActiveWindow("Korvanta");
+    EXPECT_NE(robot.TextOfBox().find("Connection string is " + connectionString + "\n-2147467259"), std::string::npos);
+    EXPECT_TRUE(robot.InWindows([] {
+      const QWidget* box = Robot::Find("messageBox");
+      return box->screen()->availableGeometry().contains(box->frameGeometry());
+    }));
+    Picture(robot, "messageBox");
+    robot.Press({"Return"});
+    robot.WaitForActiveWindow("Configure ODBC Data Server");
+    robot.Press({"Escape"});
+    robot.WaitForActiveWindow("ODBC Data Server");
+    robot.Press({"alt+f", "x"});
+  });
+}
+
+TEST_F(Windows, AWholeEntryOfTheTraceLogIsCopiedAndShown) {
+  folders_.Configure("DSN=Sales");
+  RunServer([&](Robot& robot) {
+    robot.WaitForText("lblStatus", "Running");
+    robot.WaitForActiveWindow("ODBC Data Server");
+    robot.Press({"alt+t", "l"});
+    robot.WaitForActiveWindow("Trace Log");
+    QueueClient client(folders_);
+    const std::string type = "<img src='/dev/zero'> " + std::string(1 << 20, 'x');
+    (void)client.Ask("<XML><Type>&lt;img src='/dev/zero'&gt; " + std::string(1 << 20, 'x') + "</Type></XML>");
+    EXPECT_NE(client.Ask(kPing).find("<Ping>OK</Ping>"), std::string::npos);
+    const int row = LongestRow(robot);
+    ASSERT_GE(row, 0) << "the type of the request is traced";
+    // The tool tip, the context menu, the double click.
+    robot.MoveTo(robot.InWindows([row] { return MiddleOf("lvTrace", row); }));
+    robot.WaitUntil("The tool tip", [] { return QToolTip::isVisible(); });
+    EXPECT_LT(robot.InWindows([] { return QToolTip::text().size(); }), 8000);
+    Picture(robot, "qtooltip_label");
+    robot.ClickAt(robot.InWindows([row] { return MiddleOf("lvTrace", row); }), 3);
+    robot.WaitUntil("The context menu", [] { return QApplication::activePopupWidget() != nullptr; });
+    robot.Press({"c"});
+    robot.WaitUntil("The copy",
+                    [&] { return QGuiApplication::clipboard()->text().toStdString().find(type) != std::string::npos; });
+    robot.ClickAt(robot.InWindows([row] { return MiddleOf("lvTrace", row); }), 1, 2);
+    robot.WaitForWidget("txtEntry");
+    EXPECT_NE(
+        robot
+            .InWindows([] {
+              return qobject_cast<QPlainTextEdit*>(Robot::Find("txtEntry"))->toPlainText().remove('\n').toStdString();
+            })
+            .find(type),
+        std::string::npos);
+    Picture(robot, "frmTraceEntry");
+    robot.Press({"Escape"});
+    robot.WaitForActiveWindow("Trace Log");
+    robot.Press({"alt+F4"});
+    robot.WaitForActiveWindow("ODBC Data Server");
+    robot.Press({"alt+f", "x"});
+  });
+}
+
+// The program itself, as a desktop starts it
+
+/// Waits for a window of another program, closes it with Return, and gives the program's exit status.
+int CloseBoxOf(std::future<int>& program, const std::string& title) {
+  EXPECT_EQ(RunProgram({"timeout", "20", "xdotool", "search", "--sync", "--onlyvisible", "--name", title}), 0);
+  // The box may not have the keyboard yet.
+  for (int tries = 0; tries < 100; ++tries) {
+    EXPECT_EQ(RunProgram({"xdotool", "key", "Return"}), 0);
+    if (program.wait_for(std::chrono::milliseconds(200)) == std::future_status::ready) return program.get();
+  }
+  ADD_FAILURE() << "The end of the program did not happen in time";
+  return -1000;
+}
+
+TEST_F(Windows, AStartThatFailsIsToldInABoxToo) {
+  const std::string told = folders_.Root() + "/told";
+  WriteTextFile(folders_.Root() + "/data", "in the way");
+  auto program = std::async(std::launch::async, [&] {
+    return RunProgram({"/bin/sh", "-c", "exec \"$@\" 2> '" + told + "'", "sh", ODS_SERVER_PROGRAM,
+                       "/datafolder=" + folders_.Root() + "/data"});
+  });
+  EXPECT_EQ(CloseBoxOf(program, "^ODBC Data Server$"), 1);
+  EXPECT_NE(ReadFileText(told).find("odbc-data-server: "), std::string::npos);
+  EXPECT_NE(ReadFileText(told).find(folders_.Root() + "/data"), std::string::npos);
+}
+
+bool Exists(const std::string& path) { return std::filesystem::exists(path); }
+
+TEST_F(Windows, InstalledForEverybodyItWorksForAPlainUser) {
+  namespace fs = std::filesystem;
+  const std::string prefix = folders_.Root() + "/prefix";
+  ASSERT_EQ(RunProgram({ODS_CMAKE, "--install", ODS_BINARY_FOLDER, "--prefix", prefix}), 0);
+  EXPECT_TRUE(Exists(prefix + "/share/applications/odbc-data-server.desktop"));
+  EXPECT_TRUE(Exists(prefix + "/share/icons/hicolor/48x48/apps/odbc-data-server.png"));
+  EXPECT_TRUE(Exists(prefix + "/share/icons/hicolor/scalable/apps/odbc-data-server.svg"));
+  EXPECT_TRUE(Exists(prefix + "/bin/odbc-data-client"));
+
+  const std::string home = folders_.Root() + "/home";
+  fs::create_directory(home);
+  for (const std::string& folder : {folders_.Root(), odbc_.Path(), prefix + "/bin"}) {
+    fs::permissions(folder, fs::perms(0555));
+  }
+  std::vector<std::string> command = {"env", "PATH=" + prefix + "/bin:" + EnvironmentVariable("PATH"),
+                                      "odbc-data-server"};  // as the desktop entry has it
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown(home.c_str(), kNobody, kNobody), 0);
+    const std::string nobody = std::to_string(kNobody);
+    command.insert(command.begin(), {"setpriv", "--reuid", nobody, "--regid", nobody, "--clear-groups"});
+  }
+  const EnvironmentValue homeFolder("HOME", home);
+  const EnvironmentValue data("XDG_DATA_HOME", "");
+  const EnvironmentValue config("XDG_CONFIG_HOME", "");
+  const EnvironmentValue temp("TEMP", "");
+  const EnvironmentValue tmp("TMP", "");
+  {
+    ServerProcess server(command);
+    // It asks for a data source, as any server does that has none.
+    EXPECT_EQ(RunProgram({"timeout", "20", "xdotool", "search", "--sync", "--onlyvisible", "--name", "^Korvanta$"}), 0);
+    EXPECT_TRUE(server.IsRunning());
+    EXPECT_TRUE(Exists(home + "/.local/share/Korvanta/Logs"));
+    EXPECT_TRUE(Exists(home + "/.local/share/Korvanta/Temp/" + std::to_string(server.Pid()) + "/Queue/Requests"));
+    EXPECT_TRUE(Exists(home + "/.config/Korvanta/dataserver.xml"));
+    EXPECT_EQ(server.Stop(), 0);
+  }
+  EXPECT_FALSE(Exists(prefix + "/bin/Data"));
+  for (const std::string& folder : {folders_.Root(), odbc_.Path(), prefix + "/bin"}) {
+    fs::permissions(folder, fs::perms(0700));
+  }
 }
 
 }  // namespace

@@ -22,13 +22,15 @@ class FakeServerView final : public ServerView {
   [[nodiscard]] bool StopRequested() const override { return stopRequested; }
   [[nodiscard]] bool Unattended() const override { return unattended; }
   [[nodiscard]] OperatorSettings GetSettings() const override { return settings; }
+  [[nodiscard]] int ConnectTimeout() const override { return connectTimeout; }
+  void SaveSettings(const OperatorSettings& newSettings) override {
+    calls.emplace_back("save");
+    if (!saveFailure.empty()) throw Error(error_number::kOwn, saveFailure);
+    saved = newSettings;
+  }
   void StoreSettings(const OperatorSettings& newSettings) override {
     settings = newSettings;
     calls.emplace_back("store");
-  }
-  void SaveSettings() override {
-    calls.emplace_back("save");
-    if (!saveFailure.empty()) throw Error(error_number::kOwn, saveFailure);
   }
   [[nodiscard]] std::string DriverPattern() const override { return driverPattern; }
 
@@ -40,7 +42,9 @@ class FakeServerView final : public ServerView {
   bool runFlag = true;
   bool stopRequested = false;
   bool unattended = false;
+  int connectTimeout = 15;
   OperatorSettings settings;
+  OperatorSettings saved;
   std::string driverPattern;
   std::string saveFailure;
   std::vector<std::string> calls;

@@ -15,6 +15,7 @@ namespace ods::test {
 class OpeningConnection final : public Connection {
  public:
   explicit OpeningConnection(std::function<void(OpeningConnection&)> open) : open_(std::move(open)) {}
+  void SetLimits(ConnectionLimits newLimits) override { limits = std::move(newLimits); }
   void Open(const std::string& text) override {
     connectionString = text;
     open_(*this);
@@ -28,6 +29,7 @@ class OpeningConnection final : public Connection {
     return nullptr;
   }
 
+  ConnectionLimits limits;
   std::string connectionString;
   std::vector<ConnectionProperty> properties;
 

@@ -120,6 +120,7 @@ class FakeQueue final : public Queue {
 /// What all connections of a test share.
 struct DatabaseScript {
   std::vector<std::string> opened;
+  std::function<void()> onOpen;
   std::deque<std::optional<Error>> openFailures;
   std::deque<std::optional<Error>> schemaFailures;
   std::vector<ConnectionProperty> properties = {{"DBMS Name", "SQLite"}, {"Current Catalog", "main"}};
@@ -129,6 +130,9 @@ struct DatabaseScript {
   std::vector<Schema> schemas;
   std::vector<Value> tableRestrictions;
   int alive = 0;
+  std::vector<ConnectionLimits> limits;  ///< that connections were given
+  int losses = 0;                        ///< so many statements lose their connection
+  bool stuck = false;                    ///< because the driver does not come back
 };
 
 class ScriptedConnection final : public Connection {
@@ -140,8 +144,12 @@ class ScriptedConnection final : public Connection {
   ScriptedConnection(ScriptedConnection&&) = delete;
   ScriptedConnection& operator=(ScriptedConnection&&) = delete;
 
+  void SetLimits(ConnectionLimits limits) override { script_.limits.push_back(std::move(limits)); }
+  [[nodiscard]] bool IsLost() const override { return lost_; }
+  [[nodiscard]] bool IsStuck() const override { return lost_ && script_.stuck; }
   void Open(const std::string& connectionString) override {
     script_.opened.push_back(connectionString);
+    if (script_.onOpen) script_.onOpen();
     EXPECT_EQ(script_.alive, 1) << "the old connection is gone before the new one opens";
     RaiseNext(script_.openFailures);
   }
@@ -157,11 +165,17 @@ class ScriptedConnection final : public Connection {
     return MakeRows(TextColumns({"TABLE_CATALOG", "TABLE_SCHEMA", "TABLE_NAME", "TABLE_TYPE"}), script_.tables);
   }
   [[nodiscard]] std::shared_ptr<RecordSet> OpenRecordSet(const std::string& sql, std::int32_t /*maxRecords*/) override {
-    throw Error(error_number::kGeneralFailure, "unexpected statement: " + sql);
+    if (sql != "SELECT 1") throw Error(error_number::kGeneralFailure, "unexpected statement: " + sql);
+    if (lost_ || script_.losses > 0) {
+      if (!std::exchange(lost_, true)) --script_.losses;
+      throw Error(error_number::kGeneralFailure, "the connection is lost");
+    }
+    return MakeRows(TextColumns({"one"}), {{"1"}});
   }
 
  private:
   DatabaseScript& script_;
+  bool lost_ = false;
 };
 
 inline void RegisterDoubles(ComponentRegistry& components, QueueScript& queues, DatabaseScript& database) {

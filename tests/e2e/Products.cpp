@@ -1,10 +1,10 @@
 // Every database product, as the stand-in driver plays it: whole exchanges with the real executable, compared with the
-// files under products/.
+// transcripts under products/.
 //
-// Each exchange is three files: the request, the statements that reached the driver, each behind the number of rows
-// that it may give where it has one, and the response. In a folder they are numbered in the order in which they are run
-// on one server. With ODS_TEST_REWRITE=1 in the environment the files are written anew, to be read before they are
-// kept.
+// An exchange is the request, the statements that reached the driver, each behind the number of rows that it may give
+// where it has one, and the response. A product's stand in one file (support/Transcript.h), in the order in which they
+// are run on one server. With ODS_TEST_REWRITE=1 in the environment the files are written anew, to be read before they
+// are kept.
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -17,6 +17,7 @@
 #include "common/Text.h"
 #include "e2e/ServerProcess.h"
 #include "e2e/StandIn.h"
+#include "support/Transcript.h"
 
 namespace ods::test {
 namespace {
@@ -80,25 +81,24 @@ std::unique_ptr<StandIn> StandInFor(const ProductCase& product, const std::strin
   return standIn;
 }
 
-/// Runs exchanges one after the other and compares each with its files.
+/// Runs exchanges one after the other and compares each with the product's transcript.
 class Exchanges {
  public:
   explicit Exchanges(const ProductCase& product)
-      : product_(product), standIn_(StandInFor(product)), server_(standIn_->Folders()), client_(standIn_->Folders()) {}
+      : product_(product), standIn_(StandInFor(product)), server_(standIn_->Folders()), client_(standIn_->Folders()) {
+    if (!Rewrites()) kept_ = ReadTranscript(ReadFileText(File()));
+  }
 
-  /// Sends a request; `name` tells what it is, in the file names.
-  void Run(const std::string& name, const std::string& request) {
-    ++count_;
-    const std::string number = (count_ < 10 ? "0" : "") + std::to_string(count_);
-    SCOPED_TRACE(product_.folder + "/" + number + "-" + name);
+  /// Sends a request; `title` tells what it is.
+  void Run(const std::string& title, const std::string& request) {
+    SCOPED_TRACE(product_.folder + ": " + title);
     const XmlDocument response = client_.AskDocument(request);
-    answers_[name] = {GetNodeText(response, "/XML/FirstPosition"), GetNodeText(response, "/XML/LastPosition")};
+    answers_[title] = {GetNodeText(response, "/XML/FirstPosition"), GetNodeText(response, "/XML/LastPosition")};
     XmlDocument fixed;
     ASSERT_TRUE(fixed.LoadXML(response.Xml()));
     fixed.SelectSingleNode("/XML/DataSession").SetText("SESSION");
-    Compare(number + "-" + name + ".request.xml", InLines(request));
-    Compare(number + "-" + name + ".statements.sql", standIn_->NewStatements());
-    Compare(number + "-" + name + ".response.xml", InLines(fixed.Xml()));
+    done_.push_back({title, InLines(request), standIn_->NewStatements(), InLines(fixed.Xml())});
+    if (!Rewrites()) Compare(done_.back());
   }
 
   /// A page of the product's table, with the key where the client must name it.
@@ -118,31 +118,34 @@ class Exchanges {
   }
   void Stop() {
     EXPECT_EQ(server_.Stop(), 0);
-    EXPECT_EQ(CountFiles(), static_cast<std::size_t>(count_) * 3) << "a file belongs to no exchange";
+    if (Rewrites()) {
+      WriteTextFile(File(), WriteTranscript(done_));
+    } else {
+      EXPECT_EQ(kept_.size(), done_.size()) << "exchanges of the transcript that were not run";
+    }
   }
 
  private:
-  [[nodiscard]] std::string Folder() const { return std::string(ODS_PRODUCTS_FOLDER) + "/" + product_.folder; }
-  [[nodiscard]] std::size_t CountFiles() const {
-    std::size_t files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(Folder())) {
-      const std::string file = entry.path().filename().string();
-      if (file != "data.sql" && file != "views.xml") ++files;
-    }
-    return files;
+  static bool Rewrites() { return std::getenv("ODS_TEST_REWRITE") != nullptr; }
+  [[nodiscard]] std::string File() const {
+    return std::string(ODS_PRODUCTS_FOLDER) + "/" + product_.folder + "/exchanges.txt";
   }
-  void Compare(const std::string& file, const std::string& text) const {
-    const std::string path = Folder() + "/" + file;
-    if (std::getenv("ODS_TEST_REWRITE") != nullptr) WriteTextFile(path, text);
-    ASSERT_TRUE(std::filesystem::exists(path)) << path;
-    EXPECT_EQ(ReadFileText(path), text) << file;
+  /// Compares an exchange with the one that has its place in the transcript.
+  void Compare(const Exchange& exchange) const {
+    ASSERT_LE(done_.size(), kept_.size()) << "the transcript has no more exchanges";
+    const Exchange& kept = kept_[done_.size() - 1];
+    EXPECT_EQ(kept.title, exchange.title);
+    EXPECT_EQ(kept.request, exchange.request);
+    EXPECT_EQ(kept.statements, exchange.statements);
+    EXPECT_EQ(kept.response, exchange.response);
   }
 
   const ProductCase& product_;
   std::unique_ptr<StandIn> standIn_;
   ServerProcess server_;
   QueueClient client_;
-  int count_ = 0;
+  std::vector<Exchange> kept_;  ///< as the transcript has them
+  std::vector<Exchange> done_;
   std::map<std::string, std::pair<std::string, std::string>> answers_;
 };
 
@@ -342,7 +345,7 @@ void RunBriefly(Exchanges& exchanges, const ProductCase& product) {
   exchanges.Page("flow-filter", Filter({"Location_Filter", "flowfilter", "BLUE"}));
 }
 
-TEST_P(Products, AnswersAsTheFilesSay) {
+TEST_P(Products, AnswersAsTheTranscriptSays) {
   const ProductCase& product = GetParam();
   Exchanges exchanges(product);
   if (!product.data.empty()) {

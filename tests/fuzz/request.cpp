@@ -11,6 +11,7 @@
 #include "common/Error.h"
 #include "common/Files.h"
 #include "common/Text.h"
+#include "database/Response.h"
 #include "fuzz/Fuzz.h"
 #include "server/modConnect.h"
 #include "server/modDispatch.h"

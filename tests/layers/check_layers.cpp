@@ -1,6 +1,6 @@
-// Checks that the sources keep to their rooms: an include goes only downwards, system headers stand only under
-// src/platform/, and the windows' library only under src/ui/windows/, which nothing outside includes: the server must
-// not need that library.
+// Checks that the sources keep to their rooms: an include goes only downwards and only where the table below allows it,
+// system headers stand only under src/platform/, and the windows' library only under src/ui/windows/, which nothing
+// outside includes: the server must not need that library. What the table allows and no source needs is reported too.
 //
 //   check-layers ROOT            reports every violation in ROOT/src, one a line; exit status 1 when there is one
 //   check-layers ROOT EXPECTED   exit status 0 only when the report is, line for line, the text of the file EXPECTED
@@ -24,27 +24,28 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A folder below src. It lies on a floor and may use itself and the rooms on the floors up to `reach`.
+/// A folder below src, and the rooms above it in the table that it may use besides itself, separated by blanks.
 struct Room {
   std::string_view folder;
-  int floor;
-  int reach;
+  std::string_view mayUse;
 };
 
 constexpr std::array<Room, 13> kRooms{{
-    {"common", 0, -1},
-    {"platform/system", 1, 0},
-    {"platform/ado", 2, 1},
-    {"platform/queue", 2, 1},
-    {"platform/xml", 2, 1},
-    {"log", 3, 2},
-    {"database", 4, 3},
-    {"sqlformat", 5, 4},
-    {"catalogue", 6, 5},
-    {"tabledata", 7, 6},
-    {"users", 8, 7},
-    {"ui", 9, 3},
-    {"server", 10, 9},
+    {"common", ""},
+    {"platform/system", "common"},
+    {"platform/ado", "common"},
+    {"platform/queue", "common platform/system"},
+    {"platform/xml", "common platform/system"},
+    {"log", "common platform/system"},
+    {"database", "common platform/ado platform/xml log"},
+    {"sqlformat", "common platform/xml database"},
+    {"catalogue", "common database"},
+    {"tabledata", "common platform/xml database sqlformat catalogue"},
+    {"users", "common platform/system platform/xml database"},
+    {"ui", "common platform/system platform/ado log"},
+    {"server",
+     "common platform/system platform/ado platform/queue platform/xml log database sqlformat catalogue tabledata users "
+     "ui"},
 }};
 
 /// The corner of the room ui that is a module of its own.
@@ -130,7 +131,7 @@ std::string Violation(const Room& room, std::string_view file, const std::string
   if (name.starts_with(kWindows) && !inWindows) {
     return "only ui/windows may include it";
   }
-  return entered == &room || entered->floor <= room.reach
+  return entered == &room || Holds(room.mayUse, entered->folder)
              ? ""
              : std::string(room.folder) + " may not use " + std::string(entered->folder);
 }
@@ -145,7 +146,13 @@ std::string ReadAll(const fs::path& path) {
   return text.str();
 }
 
-void CheckFile(const fs::path& path, const std::string& name, std::set<std::string>& report) {
+/// Which room uses which, as "user used".
+using Uses = std::set<std::string>;
+
+std::string Use(std::string_view user, std::string_view used) { return std::string(user) + " " + std::string(used); }
+
+/// Adds the violations of a file to `report`, and to `uses` the rooms that it enters.
+void CheckFile(const fs::path& path, const std::string& name, std::set<std::string>& report, Uses& uses) {
   const Room* room = RoomOf(name);
   if (room == nullptr) {
     report.insert(name + ": not in a room");
@@ -158,6 +165,20 @@ void CheckFile(const fs::path& path, const std::string& name, std::set<std::stri
       if (!violation.empty()) {
         report.insert(std::string(name).append(": ").append(*target).append(": ").append(violation));
       }
+      if (const Room* entered = RoomOf(std::string_view(*target).substr(1))) {
+        uses.insert(Use(room->folder, entered->folder));
+      }
+    }
+  }
+}
+
+/// What the table allows and nothing uses, a line each.
+void ReportWhatIsNotNeeded(const Uses& uses, std::set<std::string>& report) {
+  for (const Room& room : kRooms) {
+    for (const Room& used : kRooms) {
+      if (Holds(room.mayUse, used.folder) && !uses.contains(Use(room.folder, used.folder))) {
+        report.insert(std::string(room.folder) + " may use " + std::string(used.folder) + " and does not");
+      }
     }
   }
 }
@@ -166,17 +187,19 @@ void CheckFile(const fs::path& path, const std::string& name, std::set<std::stri
 std::string Report(const fs::path& root) {
   const fs::path sources = root / "src";
   std::set<std::string> report;
+  Uses uses;
   std::size_t files = 0;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(sources)) {
     const std::string extension = entry.path().extension().string();
     if (entry.is_regular_file() && (extension == ".h" || extension == ".cpp")) {
       ++files;
-      CheckFile(entry.path(), entry.path().lexically_relative(sources).generic_string(), report);
+      CheckFile(entry.path(), entry.path().lexically_relative(sources).generic_string(), report, uses);
     }
   }
   if (files == 0) {
     throw std::runtime_error("no sources in " + sources.string());
   }
+  ReportWhatIsNotNeeded(uses, report);
   std::string text;
   for (const std::string& line : report) {
     text += line + "\n";

@@ -6,6 +6,7 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "platform/ado/Ado.h"
+#include "platform/ado/GuardedBuffer.h"
 #include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 
@@ -16,6 +17,8 @@ using ::testing::_;
 
 /// One product that fetches rows in blocks and one that does not.
 constexpr const char* kBothWays[] = {"Microsoft SQL Server", "ACCESS"};
+
+constexpr const char* kBothWaysWithoutSchemas[] = {"Pervasive.SQL", "ACCESS"};
 
 class Driver : public ::testing::Test {
  protected:
@@ -59,6 +62,58 @@ TEST_F(Driver, GivesEveryRowOfALargeTableAndTextsLongerThanAnyBuffer) {
       EXPECT_EQ(count, 200U) << product << ": " << sql;
     }
     EXPECT_EQ(SafeLng(connection->OpenRecordSet("SELECT COUNT(*) FROM t", 5)->Item(0)), 200);
+  }
+}
+
+TEST_F(Driver, IsReadRightWhenItWritesNoIndicatorOfWhatIsNotNull) {
+  for (const char* product : kBothWaysWithoutSchemas) {
+    const auto connection = Open(
+        "CREATE TABLE t (a int, b bit, c float, d ntext, e float); WITH n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n "
+        "WHERE i<199) INSERT INTO t SELECT i, CASE WHEN i/64%2=1 THEN i%2 END, CASE WHEN i%2 THEN i*0.5 END, 'x', "
+        "CASE WHEN i/64%2=1 THEN i*0.5 END FROM n;",
+        product, ";OmitIndicators=1");
+    for (const char* sql : {"SELECT a, b, c, e FROM t ORDER BY a", "SELECT d, a, b, c, e FROM t ORDER BY a"}) {
+      const auto rows = connection->OpenRecordSet(sql, 0);
+      int i = 0;
+      for (; !rows->AtEnd(); rows->MoveNext(), ++i) {
+        const bool inBlock = i / 64 % 2 == 1;
+        EXPECT_EQ(SafeLng(rows->Item("a")), i);
+        EXPECT_EQ(rows->Item("b"), inBlock ? Value(i % 2 == 1) : Value(Null{})) << product << ": " << sql << i;
+        EXPECT_EQ(rows->Item("c"), i % 2 == 1 ? Value(i * 0.5) : Value(Null{})) << product << ": " << sql << i;
+        EXPECT_EQ(rows->Item("e"), inBlock ? Value(i * 0.5) : Value(Null{})) << product << ": " << sql << i;
+      }
+      EXPECT_EQ(i, 200);
+    }
+  }
+}
+
+TEST_F(Driver, IsFoundOutWhenItWritesBeyondABuffer) {
+  if (!odbc::kGuardsBuffers) GTEST_SKIP() << "a release build does not guard its buffers";
+  for (const char* product : kBothWaysWithoutSchemas) {
+    const auto connection = Open("CREATE TABLE t (a int, b nvarchar(10)); INSERT INTO t VALUES (1, 'x'), (2, 'y');",
+                                 product, ";OverrunBuffers=1");
+    try {
+      (void)connection->OpenRecordSet("SELECT b FROM t", 0);
+      ADD_FAILURE() << product << " was not found out";
+    } catch (const Error& error) {
+      EXPECT_EQ(error.Description(),
+                "The database driver 'libproduct-driver.so' wrote beyond the buffer of the field 'b'.");
+    }
+  }
+}
+
+TEST_F(Driver, TellsSqlServersOwnTypes) {
+  const auto rows = Open(
+                        "CREATE TABLE \"dbo.t\" (a time, b datetimeoffset, c xml, d sql_variant); INSERT INTO "
+                        "\"dbo.t\" VALUES ('10:11:12.1234567', '2024-02-29 00:30:00.5 +01:00', '<a>☃</a>', 'ø');",
+                        "Microsoft SQL Server")
+                        ->OpenRecordSet("SELECT a, b, c, d FROM dbo.t", 0);
+  const std::vector<std::int32_t> types = {ado_type::kDBTime, ado_type::kDBTimeStamp, ado_type::kLongVarWChar,
+                                           ado_type::kVariant};
+  const std::vector<std::string> texts = {"1899-12-30 10:11:12", "2024-02-28 23:30:00", "<a>☃</a>", "ø"};
+  for (std::size_t i = 0; i < types.size(); ++i) {
+    EXPECT_EQ(rows->Fields()[i].type, types[i]);
+    EXPECT_EQ(SafeStr(rows->Item(i)), texts[i]);
   }
 }
 

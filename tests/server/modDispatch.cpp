@@ -30,12 +30,6 @@ std::string Dispatched(const std::string& type, DataSession* session) {
   return response.Xml();
 }
 
-std::string ErrorDocument(std::int32_t number, const std::string& description) {
-  XmlDocument response("<XML><Half/></XML>");
-  FillErrorDocument(response, number, description);
-  return response.Xml();
-}
-
 std::string Stamped(const std::string& xml) {
   XmlDocument response(xml);
   StampResponse(response, "ID");
@@ -104,25 +98,6 @@ TEST(Dispatch, TheErrorOfAHandlerIsRaised) {
   const XmlDocument request;
   XmlDocument response;
   EXPECT_RAISES(DispatchRequest("any", request, response, &fake.session, &FindRaise), 7, "handler failed");
-}
-
-TEST(ErrorDocument, HoldsNumberAndDescription) {
-  EXPECT_EQ(ErrorDocument(-2147217865, "no such table: x"),
-            "<XML><Error>-2147217865</Error><Message>no such table: x</Message></XML>");
-}
-
-TEST(ErrorDocument, ADescriptionGoesInAsItIs) {
-  EXPECT_EQ(ErrorDocument(1, "a &amp; <b>c</b>"), "<XML><Error>1</Error><Message>a &amp; <b>c</b></Message></XML>");
-}
-
-TEST(ErrorDocument, ADescriptionThatIsNoXmlGoesInAsText) {
-  for (const std::string text : {"a < b & c", "near \"<\": error", "</Message>", "</XML><XML>", "<!DOCTYPE x>"}) {
-    EXPECT_EQ(GetNodeText(XmlDocument(ErrorDocument(1, text)), "/XML/Message"), text);
-  }
-}
-
-TEST(ErrorDocument, WhatXmlCannotCarryDoesNotSpoilIt) {
-  EXPECT_EQ(ErrorDocument(1, "bad\x01 \xFF"), "<XML><Error>1</Error><Message>bad? ?</Message></XML>");
 }
 
 TEST(Stamp, IsAppendedOrReplaced) {

@@ -1,37 +1,18 @@
 #include "server/modFolders.h"
 
-#include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
-#include <optional>
 #include <string>
 
 #include "platform/system/System.h"
+#include "support/OdbcFolder.h"
+#include "support/PlainUser.h"
+#include "support/TemporaryFolder.h"
 
 namespace ods {
 namespace {
 
-/// Sets an environment variable for as long as the object lives.
-class Environment {
- public:
-  Environment(const char* name, const char* value) : name_(name), before_(EnvironmentVariable(name)) {
-    setenv(name, value, 1);
-  }
-  ~Environment() {
-    if (before_.empty()) {
-      unsetenv(name_);
-    } else {
-      setenv(name_, before_.c_str(), 1);
-    }
-  }
-  Environment(const Environment&) = delete;
-  Environment& operator=(const Environment&) = delete;
-  Environment(Environment&&) = delete;
-  Environment& operator=(Environment&&) = delete;
-
- private:
-  const char* name_;
-  std::string before_;
-};
+using Environment = test::EnvironmentValue;
 
 TEST(Folders, TheFolderOfAFileEndsBeforeTheLastSeparator) {
   EXPECT_EQ(FolderOf("/opt/server/bin/program"), "/opt/server/bin");
@@ -40,28 +21,93 @@ TEST(Folders, TheFolderOfAFileEndsBeforeTheLastSeparator) {
 }
 
 TEST(Folders, DataLiesBesideTheProgramAndLogsInIt) {
-  EXPECT_EQ(DefaultDataFolder("/opt/server"), "/opt/server/Data");
+  const test::TemporaryFolder server;
+  EXPECT_EQ(FindDefaultFolders(server.Path()).data, server.Path() + "/Data");
+  EXPECT_EQ(FindDefaultFolders(server.Path()).config, "") << "in the data folder";
+  EXPECT_EQ(FindDefaultFolders(server.Path()).temp, server.Path() + "/Temp");
   EXPECT_EQ(LogFolder("/data"), "/data/Logs");
 }
 
 TEST(Folders, TheTemporaryFolderFollowsTempThenTmp) {
   const Environment temp("TEMP", "/t1");
   const Environment tmp("TMP", "/t2");
-  EXPECT_EQ(TempFolder("/opt"), "/t1/Korvanta");
+  EXPECT_EQ(TempFolder({"", "", "/opt/Temp"}), "/t1/Korvanta");
   const Environment noTemp("TEMP", "");
-  EXPECT_EQ(TempFolder("/opt"), "/t2/Korvanta");
+  EXPECT_EQ(TempFolder({"", "", "/opt/Temp"}), "/t2/Korvanta");
 }
 
 TEST(Folders, WithNeitherVariableQueuesLieBesideTheProgram) {
   const Environment temp("TEMP", "");
   const Environment tmp("TMP", "");
-  EXPECT_EQ(TempFolder("/opt"), "/opt/Temp");
-  EXPECT_EQ(QueueFolder("/opt", "7"), "/opt/Temp/7/Queue");
+  EXPECT_EQ(TempFolder({"", "", "/opt/Temp"}), "/opt/Temp");
+  EXPECT_EQ(QueueFolder({"", "", "/opt/Temp"}, "7"), "/opt/Temp/7/Queue");
 }
 
 TEST(Folders, EveryInstanceHasItsOwnQueues) {
   const Environment temp("TEMP", "/t1");
-  EXPECT_EQ(QueueFolder("/opt", "sales"), "/t1/Korvanta/sales/Queue");
+  EXPECT_EQ(QueueFolder({"", "", "/opt/Temp"}, "sales"), "/t1/Korvanta/sales/Queue");
+}
+
+/// A folder of programs that a plain user can only read, and that user's home.
+class InstalledForEverybody : public testing::Test {
+ protected:
+  InstalledForEverybody() {
+    namespace fs = std::filesystem;
+    fs::permissions(folder_.Path(), fs::perms(0755));
+    fs::create_directory(programs_);
+    fs::permissions(programs_, fs::perms(0555));
+  }
+  void Prepare(const std::string& name) const {
+    std::filesystem::permissions(programs_, std::filesystem::perms(0755));
+    std::filesystem::create_directory(programs_ + "/" + name);
+    std::filesystem::permissions(programs_ + "/" + name, std::filesystem::perms(0777));
+    std::filesystem::permissions(programs_, std::filesystem::perms(0555));
+  }
+  [[nodiscard]] DefaultFolders Found() const {
+    const test::PlainUser user;
+    return FindDefaultFolders(programs_);
+  }
+
+  test::TemporaryFolder folder_;
+  std::string programs_ = folder_.Path() + "/bin";
+  Environment home_{"HOME", "/home/ann"};
+  Environment data_{"XDG_DATA_HOME", ""};
+  Environment config_{"XDG_CONFIG_HOME", ""};
+};
+
+TEST_F(InstalledForEverybody, AUserHasFoldersOfHisOwn) {
+  EXPECT_EQ(Found().data, "/home/ann/.local/share/Korvanta");
+  EXPECT_EQ(Found().config, "/home/ann/.config/Korvanta");
+  EXPECT_EQ(Found().temp, "/home/ann/.local/share/Korvanta/Temp");
+}
+
+TEST_F(InstalledForEverybody, TheEnvironmentSaysWhereTheyAre) {
+  const Environment data("XDG_DATA_HOME", "/srv/ann");
+  const Environment config("XDG_CONFIG_HOME", "/etc/ann");
+  EXPECT_EQ(Found().data, "/srv/ann/Korvanta");
+  EXPECT_EQ(Found().config, "/etc/ann/Korvanta");
+}
+
+TEST_F(InstalledForEverybody, ARelativePathInTheEnvironmentCountsAsNone) {
+  const Environment data("XDG_DATA_HOME", "ann");
+  const Environment config("XDG_CONFIG_HOME", "./ann");
+  EXPECT_EQ(Found().data, "/home/ann/.local/share/Korvanta");
+  EXPECT_EQ(Found().config, "/home/ann/.config/Korvanta");
+}
+
+TEST_F(InstalledForEverybody, WithoutAHomeInTheEnvironmentTheSystemKnowsIt) {
+  const Environment home("HOME", "");
+  const test::PlainUser user;
+  EXPECT_EQ(FindDefaultFolders(programs_).data, HomeFolder() + "/.local/share/Korvanta");
+}
+
+TEST_F(InstalledForEverybody, FoldersThatWerePreparedBesideTheProgramCount) {
+  Prepare("Data");
+  EXPECT_EQ(Found().data, programs_ + "/Data");
+  EXPECT_EQ(Found().config, "") << "in the data folder";
+  EXPECT_EQ(Found().temp, "/home/ann/.local/share/Korvanta/Temp");
+  Prepare("Temp");
+  EXPECT_EQ(Found().temp, programs_ + "/Temp");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "server/modLoop.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -9,12 +10,15 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "common/Conversions.h"
 #include "common/Files.h"
+#include "database/Response.h"
 #include "doubles/ServerDoubles.h"
 #include "platform/system/System.h"
+#include "server/modReconnect.h"
 #include "support/RaisedErrors.h"
 
 namespace ods {
@@ -43,6 +47,13 @@ void RaiseNoMemory(const XmlDocument& /*request*/, XmlDocument& /*response*/, Da
   throw std::bad_alloc();
 }
 
+/// Takes its time.
+constexpr std::chrono::milliseconds kSlow(50);
+void AnswerSlowly(const XmlDocument& /*request*/, XmlDocument& response, DataSession& /*session*/) {
+  response.LoadXML("<XML/>");
+  std::this_thread::sleep_for(kSlow);
+}
+
 void FillNothing(const XmlDocument& /*request*/, XmlDocument& /*response*/, DataSession& /*session*/) {}
 
 /// Adds one to an entry of the session's cache and answers with it.
@@ -61,12 +72,31 @@ void FillSome(const XmlDocument& /*request*/, XmlDocument& response, DataSession
   response.LoadXML("<XML>" + std::string(1000, 'x') + "</XML>");
 }
 
+/// Reads from the database.
+void ReadOne(const XmlDocument& /*request*/, XmlDocument& response, DataSession& session) {
+  response.LoadXML("<XML><Begun/></XML>");
+  const auto rows = session.connection->OpenRecordSet("SELECT 1", 0);
+  response.LoadXML("<XML><One>" + SafeStr(rows->Item(0)) + "</One></XML>");
+}
+
+/// Reads, and keeps its failure to itself.
+void ReadQuietly(const XmlDocument& request, XmlDocument& response, DataSession& session) {
+  try {
+    ReadOne(request, response, session);
+  } catch (const Error&) {
+    response.LoadXML("<XML><Nothing/></XML>");
+  }
+}
+
 RequestHandler FindTestHandler(std::string_view type) {
+  if (type == "Read") return &ReadOne;
+  if (type == "ReadQuietly") return &ReadQuietly;
   if (type == "DriverError") return &RaiseDriverError;
   if (type == "Markup") return &RaiseMarkup;
   if (type == "NoMemory") return &RaiseNoMemory;
   if (type == "Nothing") return &FillNothing;
   if (type == "Count") return &CountInCache;
+  if (type == "Slow") return &AnswerSlowly;
   if (type == "Large") return &FillMuch;
   if (type == "Medium") return &FillSome;
   return FindHandler(type);
@@ -189,6 +219,89 @@ TEST_F(LoopTest, BeatsTheHeartAtItsEntry) {
   state_.RunFlag = false;
   Run();
   EXPECT_EQ(GetNodeText(XmlDocument(ReadFileText(settings_.alivefile)), "/XML/Type"), "Running");
+}
+
+/// A loop that has what it does besides its work on the record of its queues: "events" each time that it lets them run,
+/// "beat" each time that it looks whether the heart is due.
+class Heartbeat : public LoopTest {
+ protected:
+  Heartbeat() {
+    settings_.alivefile = folder_.Path() + "/alive.xml";
+    ui_.onEvents = [this] {
+      queues_.events.emplace_back("events");
+      StopWhenLost();
+    };
+  }
+  /// The record from the first round on.
+  std::vector<std::string> RoundsOf() {
+    StatusSignals signals(tracer_, "", settings_.alivefile, [this] {
+      queues_.events.emplace_back("beat");
+      return LocalNow();
+    });
+    MainLoop({settings_, state_, process_, signals, stopRequested_, &FindTestHandler});
+    const auto isEntry = std::vector<std::string>{"beat", "events"};
+    std::vector<std::string>& all = queues_.events;
+    EXPECT_TRUE(std::equal(isEntry.begin(), isEntry.end(), all.begin())) << "at the entry";
+    std::vector<std::string> rounds(all.begin() + 2, all.end());
+    std::erase_if(rounds,
+                  [](const std::string& event) { return event.starts_with("create ") || event.starts_with("drop "); });
+    return rounds;
+  }
+};
+
+TEST_F(Heartbeat, FollowsEveryPoll) {
+  queues_.Idle();
+  EXPECT_THAT(RoundsOf(), ElementsAre("poll in", "events", "beat", "poll in", "events", "beat"));
+}
+
+TEST_F(Heartbeat, FollowsEveryMessage) {
+  Request("m1", "Ping");
+  Request("m2", "nonsense");
+  EXPECT_THAT(RoundsOf(), ElementsAre("poll in", "send m1 to out", "answered m1", "events", "beat",  //
+                                      "poll in", "send m2 to out", "answered m2", "events", "beat",  //
+                                      "poll in", "events", "beat"));
+}
+
+TEST_F(Heartbeat, FollowsEverySleepOfAStoppedServer) {
+  state_.pollingEnabled = false;
+  state_.queueConnectPending = false;
+  AtEvents(3, [this] { state_.RunFlag = false; });
+  ui_.onEvents = [this, inner = ui_.onEvents] {
+    queues_.events.emplace_back("events");
+    inner();
+  };
+  EXPECT_THAT(RoundsOf(), ElementsAre("events", "beat", "events", "beat"));
+}
+
+TEST_F(Heartbeat, FollowsTheSleepAfterAFailedPoll) {
+  queues_.polls.emplace_back([]() -> std::string { throw Error(1000, "the folder is gone"); });
+  EXPECT_THAT(RoundsOf(), ElementsAre("poll in", "events", "beat", "poll in", "events", "beat"));
+}
+
+TEST_F(Heartbeat, FollowsTheSleepBeforeAQueueIsTriedAgain) {
+  queues_.createFailures.emplace_back(Error(1000, "no such folder"));
+  EXPECT_THAT(RoundsOf(), ElementsAre("events", "beat", "poll in", "events", "beat"));
+}
+
+TEST_F(LoopTest, TheTraceOfAMessageTellsHowLongItTook) {
+  using std::chrono::milliseconds;
+  using std::chrono::steady_clock;
+  constexpr milliseconds kWait(120);
+  // The time until the message comes is none of it.
+  queues_.packages["m1"] = "<XML><Type>Slow</Type></XML>";
+  queues_.polls.emplace_back([kWait] {
+    std::this_thread::sleep_for(kWait);
+    return "m1";
+  });
+  const auto start = steady_clock::now();
+  Run();
+  const auto most = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start) - kWait;
+  const auto line = std::ranges::find_if(ui_.entries, [](const std::string& e) { return e.starts_with("Slowm1 ("); });
+  ASSERT_NE(line, ui_.entries.end());
+  ASSERT_TRUE(line->ends_with(" ms)")) << *line;
+  const milliseconds told(std::stoll(line->substr(line->find('(') + 1)));
+  EXPECT_GE(told, kSlow) << *line;
+  EXPECT_LE(told, most) << *line;
 }
 
 TEST_F(LoopTest, EveryResponseCarriesTheSameSession) {
@@ -314,6 +427,30 @@ TEST_F(LoopTest, DoesNothingWithoutTheRunFlag) {
   EXPECT_THAT(ui_.entries, ElementsAre("In main loop", "Start conditions: run=False, parentmutex(\"\")=False",
                                        "Stop conditions: run=False, parentmutex(\"\")=False", "Exit main loop"));
   EXPECT_EQ(state_.statusText, "Stopped");
+}
+
+TEST_F(LoopTest, TheWindowsKnowOfItWhileItConnectsAndNoLonger) {
+  bool wasWorking = false;
+  std::string status;
+  database_.onOpen = [&] {
+    wasWorking = ui_.isWorking;
+    status = state_.statusText;
+  };
+  Request("m1", "Ping");
+  Run();
+  EXPECT_TRUE(wasWorking);
+  EXPECT_EQ(status, "Connect to Database");
+  EXPECT_FALSE(ui_.isWorking);
+}
+
+TEST_F(LoopTest, ABoxThatTellsOfAFailedConnectIsNoLongWork) {
+  settings_.Unattended = false;
+  database_.openFailures.emplace_back(Error(error_number::kOwn, "not there"));
+  bool wasWorking = true;
+  ui_.onBox = [&] { wasWorking = ui_.isWorking; };
+  Request("m1", "Ping");
+  Run();
+  EXPECT_FALSE(wasWorking);
 }
 
 TEST_F(LoopTest, FinishesTheMessageInHandBeforeItStops) {
@@ -730,6 +867,118 @@ TEST_F(LoopTest, AStatusFileThatCannotBeWrittenStopsNothing) {
   EXPECT_EQ(std::count_if(ui_.entries.begin(), ui_.entries.end(),
                           [](const std::string& entry) { return entry.starts_with("Error writing status file "); }),
             1);
+}
+
+TEST_F(LoopTest, ALostConnectionStaysWithoutReconnect) {
+  database_.losses = 1;
+  for (const char* id : {"m1", "m2"}) Request(id, "Read");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), "the connection is lost");
+  EXPECT_EQ(AnswerText(1, "/XML/Message"), "the connection is lost");
+  EXPECT_EQ(database_.opened.size(), 1U);
+}
+
+TEST_F(LoopTest, WithReconnectALostConnectionIsOpenedAnewAndTheRequestIsRunAgain) {
+  settings_.reconnect = 1;
+  database_.losses = 1;
+  for (const char* id : {"m1", "m2"}) Request(id, "Read");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/One"), "1");
+  EXPECT_FALSE(Answer(0).SelectSingleNode("/XML/Begun")) << "the answer was begun anew";
+  EXPECT_EQ(AnswerText(1, "/XML/One"), "1");
+  EXPECT_EQ(database_.opened.size(), 2U);
+  EXPECT_EQ(ui_.CountOf("The connection to the database is lost."), 1);
+  EXPECT_EQ(Report("/XML/Code"), "") << "no failure is left to report";
+}
+
+TEST_F(LoopTest, AFailureThatAHandlerKeepsToItselfIsALossAllTheSame) {
+  settings_.reconnect = 1;
+  database_.losses = 1;
+  Request("m1", "ReadQuietly");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/One"), "1");
+}
+
+TEST_F(LoopTest, ARequestIsRunAgainOnlyOnce) {
+  settings_.reconnect = 1;
+  database_.losses = 2;
+  Request("m1", "Read");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), "the connection is lost");
+  EXPECT_EQ(database_.opened.size(), 2U);
+}
+
+TEST_F(LoopTest, UntilTheConnectionIsBackRequestsGetTheirErrorAtOnce) {
+  settings_.reconnect = 1;
+  settings_.Unattended = false;
+  database_.losses = 1;
+  const Error refused(error_number::kGeneralFailure, "refused");
+  database_.openFailures = {std::nullopt, refused, refused};
+  for (const char* id : {"m1", "m2"}) Request(id, "Read");
+  queues_.Idle([] { SleepMilliseconds(120); });  // the first pause
+  queues_.Idle();
+  Request("m3", "Read");
+  queues_.Idle([] { SleepMilliseconds(220); });  // the second
+  queues_.Idle();
+  Request("m4", "Read");
+  Run();
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(AnswerText(i, "/XML/Message"), kNoConnection) << i;
+  EXPECT_EQ(AnswerText(3, "/XML/One"), "1");
+  EXPECT_EQ(database_.opened.size(), 4U);
+  EXPECT_EQ(ui_.CountOf("Error connecting to database. Error -2147467259. refused"), 1) << "told once";
+  EXPECT_THAT(ui_.calls, IsEmpty()) << "and nobody is asked";
+}
+
+TEST_F(LoopTest, AConnectionWhoseDriverIsStuckIsDropped) {
+  database_.losses = 1;
+  database_.stuck = true;
+  for (const char* id : {"m1", "m2"}) Request(id, "Read");
+  Run();
+  EXPECT_EQ(AnswerText(0, "/XML/Message"), "the connection is lost") << "its time is over: it is not run again";
+  EXPECT_EQ(AnswerText(1, "/XML/Message"), kNoConnection);
+  EXPECT_EQ(database_.opened.size(), 1U);
+}
+
+TEST_F(LoopTest, WhileADriverIsWaitedForOthersRunUntilAStop) {
+  process_.limits.connectSeconds = 7;
+  bool stop = false;
+  stopRequested_ = [&] { return stop; };
+  queues_.Idle([&] {
+    ASSERT_EQ(database_.limits.size(), 1U);
+    EXPECT_EQ(database_.limits[0].connectSeconds, 7);
+    const int before = ui_.eventRounds;
+    EXPECT_FALSE(database_.limits[0].giveUp());
+    EXPECT_EQ(ui_.eventRounds, before + 1);
+    stop = true;
+    EXPECT_FALSE(database_.limits[0].giveUp()) << "a moment to come back";
+    SleepMilliseconds(450);
+    EXPECT_TRUE(database_.limits[0].giveUp());
+  });
+  Run();
+  EXPECT_FALSE(process_.limits.giveUp) << "it asked the loop";
+}
+
+TEST(Reconnect, PausesDoubleUpToTheLongest) {
+  using std::chrono::milliseconds;
+  Reconnect reconnect(1);
+  const Reconnect::Clock::time_point now{};
+  EXPECT_FALSE(reconnect.IsDue(now + std::chrono::hours(1))) << "nothing failed";
+  for (const int pause : {100, 200, 400, 800, 1000, 1000}) {
+    reconnect.Failed(now);
+    EXPECT_FALSE(reconnect.IsDue(now + milliseconds(pause - 1)));
+    EXPECT_TRUE(reconnect.IsDue(now + milliseconds(pause)));
+  }
+  reconnect.Settled();
+  EXPECT_FALSE(reconnect.IsDue(now + std::chrono::hours(1)));
+  reconnect.Failed(now);
+  EXPECT_TRUE(reconnect.IsDue(now + milliseconds(100)));
+}
+
+TEST(Reconnect, WithoutTheParameterNothingIsTriedAgain) {
+  Reconnect reconnect(0);
+  reconnect.Failed({});
+  EXPECT_FALSE(reconnect.IsWanted());
+  EXPECT_FALSE(reconnect.IsDue(Reconnect::Clock::time_point::max()));
 }
 
 }  // namespace

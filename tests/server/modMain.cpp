@@ -51,6 +51,12 @@ class ServerTest : public testing::Test {
     return server_.GetSettings();
   }
 
+  /// The text of the error that a run raises, "" for none.
+  [[nodiscard]] std::string FailureOf(const std::string& commandLine) {
+    const auto error = test::ErrorOf([&] { Run(commandLine); });
+    return error ? error->Description() : "";
+  }
+
   test::TemporaryFolder folder_;
   std::string exeFolder_ = folder_.Path() + "/bin";
   test::RecordingUserInterface ui_;
@@ -375,7 +381,71 @@ TEST_F(ServerTest, AConnectionThatFailsAsksAPersonForAnother) {
                           "options dialog", "unload main window", "wait until closed"));
 }
 
+TEST_F(ServerTest, TheConfigModeOfAHiddenServerTellsWhyNothingIsSeen) {
+  testing::internal::CaptureStderr();
+  Run("mode=config hidden");
+  EXPECT_EQ(
+      testing::internal::GetCapturedStderr(),
+      "odbc-data-server: The options dialog is not shown: the parameter \"hidden\" is given, too. Leave it out to "
+      "configure the server with mode=config.\n");
+  testing::internal::CaptureStderr();
+  Run("mode=config");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+// A start that fails
+
+TEST_F(ServerTest, AFailureIsShownToAPersonAlsoBeforeThereAreWindows) {
+  std::ofstream(exeFolder_ + "/Data") << "in the way";
+  const std::string text = FailureOf("");
+  EXPECT_THAT(text, HasSubstr(exeFolder_ + "/Data"));
+  server_.ShowFailure(text);
+  EXPECT_THAT(ui_.calls, ElementsAre("unload main window", "open windows", "warning: : " + text));
+}
+
+TEST_F(ServerTest, AFailureIsShownInTheWindowsThatThereAre) {
+  const std::string text = FailureOf("config=" + folder_.Path() + "/no/such/folder.xml");
+  server_.ShowFailure(text);
+  EXPECT_THAT(ui_.calls, ElementsAre("open windows", "unload main window", "warning: : " + text));
+}
+
+TEST_F(ServerTest, AFailureOfTheParametersIsShown) {
+  const std::string text = FailureOf("parameterfile=" + folder_.Path() + "/missing.par");
+  server_.ShowFailure(text);
+  EXPECT_THAT(ui_.calls, ElementsAre("unload main window", "open windows", "warning: : " + text));
+}
+
+TEST_F(ServerTest, NobodyIsShownTheFailureOfAnUnattendedServer) {
+  std::ofstream(exeFolder_ + "/Data") << "in the way";
+  for (const char* line : {"hidden", "runningmutex=x", "hidden parameterfile=missing.par"}) {
+    const std::string text = FailureOf(line);
+    EXPECT_NE(text, "") << line;
+    server_.ShowFailure(text);
+  }
+  EXPECT_THAT(ui_.calls, testing::Each("unload main window"));
+}
+
+TEST_F(ServerTest, WithoutADisplayAFailureIsNotShown) {
+  noWindow_ = "no display";
+  std::ofstream(exeFolder_ + "/Data") << "in the way";
+  const std::string text = FailureOf("");
+  server_.ShowFailure(text);
+  EXPECT_THAT(ui_.calls, ElementsAre("unload main window"));
+}
+
 // The windows
+
+TEST_F(ServerTest, TheMainWindowIsShownWithWhatTheServerDoesFirst) {
+  for (const auto& [connectionString, status] :
+       {std::pair{"DSN=test", "Connect to Database"}, std::pair{"", "Connect to Queue"}}) {
+    Configure(DefaultIni(), connectionString);
+    std::string shown;
+    ui_.onMainWindow = [&] { shown = view_->StatusText() + ", " + view_->ButtonAction(); };
+    stop_ = false;
+    Run("");
+    EXPECT_EQ(shown, std::string(status) + ", STOP");
+  }
+}
 
 TEST_F(ServerTest, AHiddenServerOpensNoWindows) {
   noWindow_ = "no display";
@@ -473,8 +543,8 @@ TEST_F(ServerTest, SettingsSavedByAWindowConnectOnce) {
   queues_.Idle([&] {
     ui_.onEvents = [&] {
       ui_.onEvents = nullptr;
+      view_->SaveSettings({"Sales", "", "", "DSN=Sales", false});
       view_->StoreSettings({"Sales", "", "", "DSN=Sales", false});
-      view_->SaveSettings();
     };
   });
   queues_.Idle();
@@ -506,7 +576,10 @@ TEST_F(ServerTest, SettingsThatCannotBeSavedAreAnErrorThatNamesTheFile) {
   Configure(DefaultIni());
   Run("mode=config");
   std::filesystem::remove_all(exeFolder_ + "/Data/config");
-  EXPECT_RAISES(view_->SaveSettings(), error_number::kOwn, HasSubstr(DefaultIni()));
+  const OperatorSettings before = view_->GetSettings();
+  EXPECT_RAISES(view_->SaveSettings({"Sales", "", "", "DSN=Sales", false}), error_number::kOwn,
+                HasSubstr(DefaultIni()));
+  EXPECT_EQ(view_->GetSettings(), before);
 }
 
 TEST_F(ServerTest, TheWindowsSeeWhatTheServerIsAndDoes) {

@@ -179,6 +179,9 @@ TEST_F(Filter, SearchesFoldedTextByProduct) {
 }
 
 TEST_F(Filter, NormalisesSearchTextByTheFieldToo) {
+  // Of a time nothing is left, where its literal alone would keep the hour.
+  EXPECT_EQ(Search("<Field><Id>Lunch</Id><SearchString>{0}</SearchString></Field>", "12:30"),
+            "((UPPER([Lunch]) LIKE UPPER({t '00:00:00'})))");
   EXPECT_EQ(Search("<Field><Id>Id</Id><SearchString>{0}</SearchString></Field>", "x"), "((UPPER([Id]) LIKE UPPER(0)))");
 }
 

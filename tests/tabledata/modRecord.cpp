@@ -1,5 +1,6 @@
 #include "tabledata/modRecord.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 
 #include "doubles/FakeSession.h"
@@ -50,6 +51,13 @@ TEST_F(Record, WritesEveryTypeOfColumn) {
       {6, Currency{125000}, "<V>12.5</V>"},
       {14, Decimal{"12.50"}, "<V>12.50</V>"},
       {131, Decimal{"-0.10"}, "<V>-0.10</V>"},
+      {131, "NaN", "<V>NaN</V>"},
+      {131, "-Infinity", "<V>-Infinity</V>"},
+      {4, std::nan(""), "<V>NaN</V>"},
+      {5, std::nan(""), "<V>NaN</V>"},
+      {5, HUGE_VAL, "<V>Infinity</V>"},
+      {5, -HUGE_VAL, "<V>-Infinity</V>"},
+      {131, "", "<V>0</V>"},
       {131, 3, "<V>3</V>"},
       {7, early, "<V>0033-01-02 03:04:05</V>"},
       {12, 2.5, "<V>2.5</V>"},

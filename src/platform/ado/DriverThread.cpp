@@ -56,6 +56,11 @@ void CancelApart(const std::shared_ptr<Canceller>& canceller) {
 
 }  // namespace
 
+Error RanOut(const CallLimit& limit) {
+  return {ErrorNumberOfState("HYT00"), "The database did not answer within " + std::to_string(limit.seconds) +
+                                           " seconds: " + limit.givenUp + " was given up."};
+}
+
 void Canceller::Set(std::function<void()> cancel) {
   const std::lock_guard lock(mutex_);
   cancel_ = std::move(cancel);
@@ -173,10 +178,7 @@ void DriverThread::Run(std::function<void()> call, const CallLimit& limit,
   const std::exception_ptr failure = ending == Ending::kDone ? std::exchange(state_->failure, nullptr) : nullptr;
   const bool late = limit.seconds > 0 && Clock::now() - start >= std::chrono::seconds(limit.seconds);
   const bool ranOut = ending == Ending::kRanOut || (failure && late);
-  if (ranOut) {
-    throw Error(ErrorNumberOfState("HYT00"), "The database did not answer within " + std::to_string(limit.seconds) +
-                                                 " seconds: " + limit.givenUp + " was given up.");
-  }
+  if (ranOut) throw RanOut(limit);
   if (ending == Ending::kGivenUp) {
     throw Error(error_number::kGeneralFailure, "The call of the database driver was given up: " + limit.givenUp + ".");
   }

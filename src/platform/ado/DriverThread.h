@@ -17,6 +17,8 @@
 #include <thread>
 #include <utility>
 
+#include "common/Error.h"
+
 namespace ods::odbc {
 
 /// What a call is allowed, and what it is called in the text of its error.
@@ -24,6 +26,9 @@ struct CallLimit {
   int seconds = 0;      ///< 0 for none
   std::string givenUp;  ///< what "was given up": "connecting", "the statement"
 };
+
+/// The error of a call that was not back within its limit.
+[[nodiscard]] Error RanOut(const CallLimit& limit);
 
 /// What ends a call early. A call sets it when it knows; it may come too late, and then does nothing.
 class Canceller {

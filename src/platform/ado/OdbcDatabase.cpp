@@ -131,6 +131,7 @@ OdbcDatabase::OdbcDatabase(const std::string& connectionString, const DriverLimi
   }
   driverRule_ = &RuleOfDriver(session_->InfoText(SQL_DRIVER_NAME));
   if (driverRule_->formatsErrors) session_->PrepareStatements();
+  if (driverRule_->inventsDates) session_->UseTextDates();
   productRule_ = &RuleOfProduct(properties_.front().value);
   if (productRule_->miscountsWideCells) session_->UseNarrowCells();
   if (productRule_->sessionStatement != nullptr) Statement(session_).Execute(productRule_->sessionStatement);
@@ -155,11 +156,10 @@ std::unique_ptr<OdbcRecordSet> OdbcDatabase::OpenRecordSet(const std::string& sq
   // Forward-only and read-only is what every driver can do best; one that refuses the attributes does it unasked.
   statement->SetAttribute(SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_FORWARD_ONLY);
   statement->SetAttribute(SQL_ATTR_CONCURRENCY, SQL_CONCUR_READ_ONLY);
-  const std::string dbmsName = Property(kDbmsName);
-  if (maxRecords > 0 && !TakesLimitInText(dbmsName)) {
+  if (maxRecords > 0 && productRule_->native.limitClause.empty()) {
     statement->SetAttribute(SQL_ATTR_MAX_ROWS, static_cast<SQLULEN>(maxRecords));
   }
-  const std::string native = NativeStatement(dbmsName, sql, maxRecords);
+  const std::string native = NativeStatement(productRule_->native, sql, maxRecords);
   if (native.size() > longestStatement_) {
     throw Error(error_number::kGeneralFailure, "The statement has " + std::to_string(native.size()) +
                                                    " bytes; the database takes at most " +

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/Error.h"
+#include "platform/ado/ConnectionString.h"
 #include "platform/ado/OdbcText.h"
 
 namespace ods::odbc {
@@ -111,7 +112,7 @@ Session::Session(const std::string& connectionString, const DriverLimits& limits
     throw Error(error_number::kGeneralFailure, "The connection string is too long.");
   }
   SetLimit(SQL_ATTR_LOGIN_TIMEOUT, limits_.connectSeconds);
-  Connect(connectionString);
+  Connect(WithConnectLimit(connectionString, limits_.connectSeconds));
   SetLimit(SQL_ATTR_CONNECTION_TIMEOUT, limits_.statementSeconds);
   SQLSMALLINT ignored = 0;
   if (!SQL_SUCCEEDED(

@@ -65,6 +65,10 @@ class Session {
   [[nodiscard]] bool PreparesStatements() const { return preparesStatements_; }
   /// From here on statements are prepared first, at the price of one more message to the server.
   void PrepareStatements() { preparesStatements_ = true; }
+  /// True when dates and timestamps are fetched as text.
+  [[nodiscard]] bool HasTextDates() const { return textDates_; }
+  /// From here on dates and timestamps are fetched as text.
+  void UseTextDates() { textDates_ = true; }
   /// A text that `SQLGetInfo` gives; "" when the driver does not know it.
   [[nodiscard]] std::string InfoText(SQLUSMALLINT infoType) const;
   /// The catalogue in use; "" when the driver has none.
@@ -98,6 +102,7 @@ class Session {
   bool wide_ = true;
   bool narrowCells_ = false;
   bool preparesStatements_ = false;
+  bool textDates_ = false;
   SQLUINTEGER getDataExtensions_ = 0;
 };
 

@@ -1,8 +1,7 @@
 #include "platform/ado/OdbcReader.h"
 
-#include <type_traits>
+#include <chrono>
 #include <utility>
-#include <variant>
 
 #include "common/Error.h"
 #include "platform/ado/OdbcRecordSet.h"
@@ -33,26 +32,32 @@ struct OdbcReader::Rows {
   std::size_t count = 0;                   ///< of those that are rows
   std::exception_ptr failure;              ///< met behind them
   bool mustStep = false;                   ///< the last step failed
+  CallLimit limit = {};
 
   /// Takes the next rows from the source, which stands on the first of them.
   void Take() {
     count = 0;
-    std::size_t bytes = 0;
+    const auto start = std::chrono::steady_clock::now();
     try {
-      if (std::exchange(mustStep, false) && !source->AtEnd()) source->MoveNext();
-      while (!source->AtEnd() && count < kMostRows && bytes < kMostBytes) {
-        if (count == values.size()) values.emplace_back();
-        std::vector<Value>& row = values[count++];
-        source->TakeRow(row);
-        for (const Value& value : row) bytes += BytesOf(value);
-        mustStep = true;
-        source->MoveNext();
-        mustStep = false;
-      }
-    } catch (...) {
+      database->Watch([&] { TakeAll(); });
+    } catch (const Error&) {
       mustStep = true;
       if (count == 0) throw;
-      failure = std::current_exception();
+      const bool late =
+          limit.seconds > 0 && std::chrono::steady_clock::now() - start >= std::chrono::seconds(limit.seconds);
+      failure = late ? std::make_exception_ptr(RanOut(limit)) : std::current_exception();
+    }
+  }
+
+  void TakeAll() {
+    std::size_t bytes = 0;
+    if (std::exchange(mustStep, false) && !source->AtEnd()) source->MoveNext();
+    while (!source->AtEnd() && count < kMostRows && bytes < kMostBytes) {
+      if (count == values.size()) values.emplace_back();
+      std::vector<Value>& row = values[count++];
+      source->TakeRow(row);
+      for (const Value& value : row) bytes += BytesOf(value);
+      source->MoveNext();
     }
   }
 };
@@ -62,15 +67,14 @@ OdbcReader::OdbcReader(std::shared_ptr<DriverThread> thread, std::shared_ptr<Odb
     : thread_(std::move(thread)), limit_(std::move(limit)) {
   auto rows = std::make_shared<Rows>();
   rows->database = std::move(database);
+  rows->limit = limit_;
   const std::shared_ptr<Canceller> canceller = rows->canceller;
   // The rows are the thread's until it is done: given up, they stay with it.
   rows_ = thread_->Ask(
       [rows = std::move(rows), sql, maxRecords]() mutable {
         OdbcDatabase& open = *rows->database;
-        open.Watch([&] {
-          rows->source = open.OpenRecordSet(sql, maxRecords, *rows->canceller);
-          rows->Take();
-        });
+        rows->source = open.Watch([&] { return open.OpenRecordSet(sql, maxRecords, *rows->canceller); });
+        rows->Take();
         return std::move(rows);
       },
       limit_, canceller);
@@ -84,7 +88,7 @@ OdbcReader::~OdbcReader() {
 
 void OdbcReader::Read() {
   try {
-    thread_->Run([rows = rows_] { rows->database->Watch([&] { rows->Take(); }); }, limit_, rows_->canceller);
+    thread_->Run([rows = rows_] { rows->Take(); }, limit_, rows_->canceller);
   } catch (...) {
     // The thread may still be at the rows.
     if (thread_->IsStuck()) atEnd_ = true;

@@ -72,6 +72,7 @@ void OdbcRecordSet::DescribeColumn(SQLUSMALLINT number) {
   column.kind = type.kind;
   if (field.type == ado_type::kUnsignedBigInt) column.kind = CellKind::kUnsignedBigInteger;
   if (type.kind == CellKind::kText && statement_->Owner().HasNarrowCells()) column.kind = CellKind::kNarrowText;
+  if (statement_->Owner().HasTextDates()) column.kind = AsTextDate(column.kind);
   const CellFormat& format = FormatOf(column.kind);
   column.isLong = type.isLong || (type.fixedSize == 0 && (described.size == 0 || described.size > kLongestBound));
   column.cellBytes = format.size > 0 ? format.size : VariableCellBytes(format, described.size);

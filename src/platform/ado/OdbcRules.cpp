@@ -17,7 +17,7 @@ constexpr std::array<std::string_view, 3> kEndedStates = {"57P01", "57P02", "57P
 // having done nothing.
 constexpr std::array<std::int32_t, 6> kEndedErrors = {1053, 1927, 2006, 2013, 2055, 4031};
 
-constexpr std::array<ProductRule, 4> kProductRules = {{
+constexpr std::array<ProductRule, 5> kProductRules = {{
     {.dbmsName = "MySQL",
      .sessionStatement = kNoBackslashEscapes,
      .longestMessage = kLongestPacket,
@@ -27,14 +27,30 @@ constexpr std::array<ProductRule, 4> kProductRules = {{
      .longestMessage = kLongestPacket,
      .listsAllDatabases = true,
      .miscountsWideCells = true,
-     .endedErrors = kEndedErrors},
-    {.dbmsName = "PostgreSQL", .sessionStatement = "SET standard_conforming_strings = on", .endedStates = kEndedStates},
+     .endedErrors = kEndedErrors,
+     // The driver appends a limit to every statement, also to one that has its own.
+     .native = {.limitClause = "LIMIT ", .nameQuotes = "\"`", .lexis = SqlLexis::kMariaDb}},
+    {.dbmsName = "PostgreSQL",
+     .sessionStatement = "SET standard_conforming_strings = on",
+     .endedStates = kEndedStates,
+     .native = {.limitClause = "LIMIT ",
+                .upperFunction = "UPPER",
+                .binaryPrefix = "'\\x",
+                .binarySuffix = "'::bytea",
+                .nameQuotes = "\"",
+                .lexis = SqlLexis::kPostgreSql}},
+    {.dbmsName = "SQLite",
+     .native = {.upperFunction = "UPPER", .binaryPrefix = "X'", .binarySuffix = "'", .nameQuotes = "\"`["}},
     {.dbmsName = "Microsoft SQL Server", .quotePrefix = "[", .quoteSuffix = "]"},
 }};
 constexpr ProductRule kOtherProduct = {};
 
 /// odbc-mariadb 3.1.15 with libmariadb 10.11: a name has at most 64 characters there, so none that exists is too long.
-constexpr std::array<DriverRule, 1> kDriverRules = {{{.name = "maodbc", .formatsErrors = true, .longestName = 256}}};
+/// And odbc-postgresql 13.02.
+constexpr std::array<DriverRule, 2> kDriverRules = {{
+    {.name = "maodbc", .formatsErrors = true, .connectLimit = "CONN_TIMEOUT", .longestName = 256},
+    {.name = "psqlodbc", .inventsDates = true},
+}};
 constexpr DriverRule kOtherDriver = {};
 
 }  // namespace

@@ -10,7 +10,20 @@
 #include <span>
 #include <string_view>
 
+#include "platform/ado/SqlLexer.h"
+
 namespace ods::odbc {
+
+/// How a product's statements differ from the SQL that the system writes (NativeStatement.h). Without quotes of names
+/// they do not: a statement then goes to the driver as it is.
+struct NativeForm {
+  std::string_view limitClause = {};    ///< stands before the number of records; "" when the driver hands the limit on
+  std::string_view upperFunction = {};  ///< stands for UCASE; "" when the product has that
+  std::string_view binaryPrefix = {};   ///< stands for "0x"; "" when the product knows that
+  std::string_view binarySuffix = {};
+  std::string_view nameQuotes = {};  ///< characters that open a quoted name
+  SqlLexis lexis = SqlLexis::kStandard;
+};
 
 /// What a product's session needs besides what ODBC asks for.
 struct ProductRule {
@@ -32,15 +45,20 @@ struct ProductRule {
   /// The quotes of a name, where they are others than the driver's identifier quote character; "" where not.
   std::string_view quotePrefix = {};
   std::string_view quoteSuffix = {};
+  NativeForm native = {};
 };
 
-/// What a driver must be spared, lest it end the process: clients choose the names in statements, and so what errors
-/// tell.
+/// What a driver does wrong, and must be spared: some of it ends the process, since clients choose the names in
+/// statements, and so what errors tell.
 struct DriverRule {
   std::string_view name;  ///< a part of the file name that the driver tells
   /// The text of an error that SQLExecDirect meets while it prepares is taken for a format of printf: "%n" in the name
   /// of a table ends the process. The error of SQLPrepare is taken as it is.
   bool formatsErrors = false;
+  /// A date that does not fit its structure comes as today's there, and as zeros in a text.
+  bool inventsDates = false;
+  /// What its connection string calls the limit for connecting, where it does not take SQL_ATTR_LOGIN_TIMEOUT.
+  std::string_view connectLimit = {};
   /// SQLStatistics writes beyond its buffers for a longer name of a table, in bytes of UTF-8.
   std::size_t longestName = std::numeric_limits<std::size_t>::max();
 };

@@ -55,7 +55,7 @@ constexpr std::array<ColumnType, 29> kColumnTypes = {{
     // Drivers of ODBC 2 that answer past the driver manager's own mapping.
     {SQL_TIMESTAMP, t::kDBTimeStamp, t::kDBTimeStamp, CellKind::kTimeStamp, 16, false},
     {kSqlServerTime, t::kDBTime, t::kDBTime, CellKind::kTime, 6, false},
-    {kSqlServerTimeStampOffset, t::kDBTimeStamp, t::kDBTimeStamp, CellKind::kOffsetTimeStamp, 16, false},
+    {kSqlServerTimeStampOffset, t::kDBTimeStamp, t::kDBTimeStamp, CellKind::kTextTimeStamp, 16, false},
     {kSqlServerXml, t::kLongVarWChar, t::kLongVarWChar, CellKind::kText, 0, true},
     {kSqlServerVariant, t::kVariant, t::kVariant, CellKind::kText, 0, false},
     {SQL_UNKNOWN_TYPE, t::kVariant, t::kVariant, CellKind::kText, 0, false},
@@ -64,7 +64,7 @@ constexpr std::array<ColumnType, 29> kColumnTypes = {{
 // Integers are fetched at full width whatever their column says: SQLite keeps 64 bits in any integer column. Singles
 // are fetched as doubles: odbc-mariadb writes those of a block 8 bytes apart. Times are fetched as text: drivers refuse
 // the whole row for one that is no time of day, such as MariaDB's 838:59:59.
-constexpr std::array<CellFormat, 14> kCellFormats = {{
+constexpr std::array<CellFormat, 15> kCellFormats = {{
     {SQL_C_SBIGINT, sizeof(std::int64_t), 0, 0},                 // kInteger
     {SQL_C_CHAR, 0, 1, 1},                                       // kUnsignedBigInteger
     {SQL_C_DOUBLE, sizeof(double), 0, 0},                        // kSingle
@@ -78,9 +78,10 @@ constexpr std::array<CellFormat, 14> kCellFormats = {{
     {SQL_C_TYPE_DATE, sizeof(SQL_DATE_STRUCT), 0, 0},            // kDate
     {SQL_C_CHAR, 0, 1, 1},                                       // kTime
     {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT), 0, 0},  // kTimeStamp
-    {SQL_C_CHAR, 0, 1, 1},                                       // kOffsetTimeStamp
+    {SQL_C_CHAR, 0, 1, 1},                                       // kTextDate
+    {SQL_C_CHAR, 0, 1, 1},                                       // kTextTimeStamp
 }};
-static_assert(kCellFormats.size() == static_cast<std::size_t>(CellKind::kOffsetTimeStamp) + 1);
+static_assert(kCellFormats.size() == static_cast<std::size_t>(CellKind::kTextTimeStamp) + 1);
 
 /// The C structure at the beginning of a cell, which need not be aligned for it.
 template <typename T>
@@ -205,9 +206,19 @@ Value TimeValue(std::string_view text) {
   return DateValue(parts, false);
 }
 
-/// "yyyy-mm-dd hh:mm:ss" with any fraction, which is dropped, and "+hh:mm" or "-hh:mm" behind it: that moment in
-/// universal time, which is what a literal without an offset is compared as.
-Value OffsetTimeStampValue(std::string_view text) {
+/// "yyyy-mm-dd" and nothing else.
+Value TextDateValue(std::string_view text) {
+  constexpr std::string_view kForm = "0000-00-00";
+  text = Trim(text);
+  const auto numbers = NumbersIn<3>(text, kForm);
+  if (!numbers || text.size() != kForm.size()) return Null{};
+  const auto [year, month, day] = *numbers;
+  return DateValue({year, month, day, 0, 0, 0}, true);
+}
+
+/// "yyyy-mm-dd hh:mm:ss" with any fraction, which is dropped, and nothing or "+hh:mm" or "-hh:mm" behind it. With that
+/// it is the moment in universal time, which is what the product compares a literal without an offset as.
+Value TextTimeStampValue(std::string_view text) {
   constexpr std::string_view kForm = "0000-00-00 00:00:00";
   constexpr std::string_view kOffsetForm = "00:00";
   text = Trim(text);
@@ -216,13 +227,15 @@ Value OffsetTimeStampValue(std::string_view text) {
   const auto [year, month, day, hour, minute, second] = *numbers;
   std::optional<Date> date = Date::FromParts({year, month, day, hour, minute, second});
   if (!date) return Null{};
-  const std::size_t sign = text.find_first_of("+-", kForm.size());
-  if (sign == std::string_view::npos) return *date;
-  const auto offset = NumbersIn<2>(text.substr(sign + 1), kOffsetForm);
-  if (!offset) return Null{};
+  text.remove_prefix(kForm.size());
+  if (text.starts_with('.')) text.remove_prefix(std::min(text.find_first_not_of("0123456789", 1), text.size()));
+  text = Trim(text);
+  if (text.empty()) return *date;
+  const auto offset = NumbersIn<2>(text.substr(1), kOffsetForm);
+  if ((text[0] != '+' && text[0] != '-') || !offset || text.size() != kOffsetForm.size() + 1) return Null{};
   constexpr int kMinuteSeconds = 60;
   const int seconds = ((*offset)[0] * kMinuteSeconds + (*offset)[1]) * kMinuteSeconds;
-  date->seconds += text[sign] == '+' ? -seconds : seconds;
+  date->seconds += text[0] == '+' ? -seconds : seconds;
   return date->IsInRange() ? Value(*date) : Value(Null{});
 }
 
@@ -232,6 +245,11 @@ const ColumnType& FindColumnType(SQLSMALLINT odbcType) {
   const auto* const found = std::find_if(kColumnTypes.begin(), kColumnTypes.end(),
                                          [&](const ColumnType& row) { return row.odbcType == odbcType; });
   return found == kColumnTypes.end() ? kColumnTypes.back() : *found;
+}
+
+CellKind AsTextDate(CellKind kind) {
+  if (kind == CellKind::kDate) return CellKind::kTextDate;
+  return kind == CellKind::kTimeStamp ? CellKind::kTextTimeStamp : kind;
 }
 
 const CellFormat& FormatOf(CellKind kind) { return kCellFormats[static_cast<std::size_t>(kind)]; }
@@ -268,8 +286,10 @@ Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> 
       return TimeValue(Characters(cell));
     case CellKind::kTimeStamp:
       return TimeStampValue(Load<SQL_TIMESTAMP_STRUCT>(cell));
-    case CellKind::kOffsetTimeStamp:
-      return OffsetTimeStampValue(Characters(cell));
+    case CellKind::kTextDate:
+      return TextDateValue(Characters(cell));
+    case CellKind::kTextTimeStamp:
+      return TextTimeStampValue(Characters(cell));
   }
   return Null{};
 }

@@ -29,7 +29,8 @@ enum class CellKind : std::uint8_t {
   kDate,
   kTime,
   kTimeStamp,
-  kOffsetTimeStamp,  ///< as text, with the distance from universal time behind it
+  kTextDate,       ///< fetched as text
+  kTextTimeStamp,  ///< fetched as text, which may tell a distance from universal time
 };
 
 /// One row of the type table.
@@ -41,6 +42,9 @@ struct ColumnType {
   std::int32_t fixedSize;  ///< ADO's size in bytes; 0 for a type of variable size
   bool isLong;             ///< of no size worth reserving
 };
+
+/// The kind that dates and timestamps have where they are fetched as text; any other kind stays.
+[[nodiscard]] CellKind AsTextDate(CellKind kind);
 
 /// The row of an ODBC type; the row for "anything else" when the table lacks it.
 [[nodiscard]] const ColumnType& FindColumnType(SQLSMALLINT odbcType);

@@ -49,6 +49,16 @@ FileHandle OpenForAppending(const std::string& path) {
       open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, kPrivate));
 }
 
+/// A text of the entry that the system's list of users has for the user of the process; "" when there is none.
+std::string UserFact(char* passwd::*text) {
+  std::vector<char> buffer(1024);
+  passwd entry{};
+  passwd* found = nullptr;
+  while (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE)
+    buffer.resize(buffer.size() * 2);
+  return found != nullptr ? found->*text : "";
+}
+
 }  // namespace
 
 void GiveBackFreeMemory() {
@@ -66,14 +76,7 @@ void EndProcessNow(int status) {
 
 std::uint32_t CurrentProcessId() { return static_cast<std::uint32_t>(getpid()); }
 
-std::string CurrentUserName() {
-  std::vector<char> buffer(1024);
-  passwd entry{};
-  passwd* found = nullptr;
-  while (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE)
-    buffer.resize(buffer.size() * 2);
-  return found != nullptr ? found->pw_name : "";
-}
+std::string CurrentUserName() { return UserFact(&passwd::pw_name); }
 
 std::string ComputerName() {
   std::array<char, 256> name{};  // longer than HOST_NAME_MAX, so it is always terminated
@@ -95,6 +98,17 @@ std::string EnvironmentVariable(const char* name) {
 bool HasDisplay() {
   constexpr auto kVariables = std::to_array<const char*>({"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"});
   return std::ranges::any_of(kVariables, [](const char* name) { return !EnvironmentVariable(name).empty(); });
+}
+
+std::string HomeFolder() {
+  std::string home = EnvironmentVariable("HOME");
+  return home.empty() ? UserFact(&passwd::pw_dir) : home;
+}
+
+bool IsWritableFolder(const std::string& path) {
+  struct stat facts {};
+  return stat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode) &&
+         faccessat(AT_FDCWD, path.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
 std::string SystemTempFolder() {

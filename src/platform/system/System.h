@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,6 +23,11 @@ namespace ods {
 /// True when the environment names a display to show windows on: DISPLAY, WAYLAND_DISPLAY, or a platform of the
 /// windows' library, QT_QPA_PLATFORM.
 [[nodiscard]] bool HasDisplay();
+/// The home folder of the user that the process runs as: what the environment variable HOME says, else the system's
+/// list of users; "" when neither does.
+[[nodiscard]] std::string HomeFolder();
+/// True when the process may make files in a folder that exists.
+[[nodiscard]] bool IsWritableFolder(const std::string& path);
 /// The system's folder for temporary files.
 [[nodiscard]] std::string SystemTempFolder();
 
@@ -59,6 +65,26 @@ std::uint64_t AppendToPrivateFile(const std::string& path, std::string_view text
 /// again, also those that `StopSignals` holds back and `TakeFailuresInsteadOfSignals` ignores. False when it cannot be
 /// executed.
 [[nodiscard]] bool StartProgram(const std::string& path, const std::vector<std::string>& arguments);
+
+/// A program that runs on its own, and of which somebody wants to know whether it failed.
+class WatchedProgram {
+ public:
+  WatchedProgram() = default;
+  virtual ~WatchedProgram() = default;
+  WatchedProgram(const WatchedProgram&) = delete;
+  WatchedProgram& operator=(const WatchedProgram&) = delete;
+  WatchedProgram(WatchedProgram&&) = delete;
+  WatchedProgram& operator=(WatchedProgram&&) = delete;
+
+  /// The exit status with which the program ended, when that was not 0; by the shell's rules 126 or 127 when it could
+  /// not be executed, 128 and the number of the signal that ended it. Nothing while it runs and when it ended well.
+  [[nodiscard]] virtual std::optional<int> FailedStatus() = 0;
+};
+
+/// Starts a program as `StartProgram` does, through the shell. Its standard output goes to standard error. It runs on
+/// when the object goes. Nothing when there is no shell.
+[[nodiscard]] std::unique_ptr<WatchedProgram> StartWatchedProgram(const std::string& path,
+                                                                  const std::vector<std::string>& arguments);
 
 /// From here on a pipe without a reader and a file that may not grow do not end the process: the writing fails.
 void TakeFailuresInsteadOfSignals();

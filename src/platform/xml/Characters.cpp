@@ -112,12 +112,6 @@ std::size_t NamePrefix(std::string_view text) {
   return text.size() - rest.size();
 }
 
-std::string_view WithoutByteOrderMark(std::string_view text) {
-  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
-  return text;
-}
-
 }  // namespace ods::xml
 
 namespace ods {

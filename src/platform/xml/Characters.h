@@ -12,7 +12,4 @@ namespace ods::xml {
 [[nodiscard]] std::size_t NamePrefix(std::string_view text);
 [[nodiscard]] inline bool IsName(std::string_view text) { return !text.empty() && NamePrefix(text) == text.size(); }
 
-/// `text` without the UTF-8 byte-order mark that it may begin with.
-[[nodiscard]] std::string_view WithoutByteOrderMark(std::string_view text);
-
 }  // namespace ods::xml

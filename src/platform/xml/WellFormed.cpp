@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/Hex.h"
 #include "common/Text.h"
 #include "platform/xml/Characters.h"
 #include "platform/xml/Xml.h"
@@ -191,14 +192,12 @@ class Checker {
                        [&](std::string_view name) { return text.starts_with(name); });
   }
   static bool CharacterHolds(std::string_view digits, std::uint32_t base) {
-    constexpr std::string_view kHexDigits = "0123456789abcdef";
     constexpr std::uint32_t kBeyond = 0x110000;
     std::uint32_t character = 0;
     std::size_t i = 0;
     for (; i < digits.size() && digits[i] != ';'; ++i) {
-      const bool isLetter = digits[i] >= 'A' && digits[i] <= 'F';
-      const std::size_t value = kHexDigits.find(isLetter ? static_cast<char>(digits[i] - 'A' + 'a') : digits[i]);
-      if (value >= base) return false;
+      const int value = HexDigitValue(digits[i]);
+      if (value < 0 || static_cast<std::uint32_t>(value) >= base) return false;
       character = std::min(character * base + static_cast<std::uint32_t>(value), kBeyond);
     }
     return i > 0 && i < digits.size() && xml::IsChar(character);
@@ -214,7 +213,7 @@ class Checker {
 }  // namespace
 
 bool IsWellFormed(std::string_view xml) {
-  const std::string_view text = ods::xml::WithoutByteOrderMark(xml);
+  const std::string_view text = WithoutByteOrderMark(xml);
   return IsXmlText(text) && Checker(text).Document();
 }
 

@@ -5,6 +5,7 @@
 
 #include "common/Error.h"
 #include "common/Files.h"
+#include "common/Text.h"
 #include "platform/system/ReplaceFile.h"
 #include "platform/xml/Characters.h"
 
@@ -200,7 +201,7 @@ XmlDocument::XmlDocument(std::string_view xml) : XmlDocument() { LoadXML(xml); }
 bool XmlDocument::LoadXML(std::string_view xml) {
   document_->reset();
   if (!IsWellFormed(xml)) return false;
-  xml = xml::WithoutByteOrderMark(xml);
+  xml = WithoutByteOrderMark(xml);
   // Whether white space counts is known only where xml:space stands; most documents have none, and nothing to look at.
   const bool hasSpaceAttribute = xml.find(kSpaceAttribute) != std::string_view::npos;
   const unsigned whiteSpace = hasSpaceAttribute ? pugi::parse_ws_pcdata : pugi::parse_ws_pcdata_single;

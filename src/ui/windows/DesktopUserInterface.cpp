@@ -1,8 +1,13 @@
 #include "ui/windows/DesktopUserInterface.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
+#include <QWindow>
 #include <algorithm>
+#include <functional>
+#include <utility>
 
+#include "platform/system/System.h"
 #include "ui/windows/Application.h"
 #include "ui/windows/modBox.h"
 
@@ -11,6 +16,10 @@ namespace ods {
 namespace {
 
 constexpr int kStopTestMilliseconds = 100;
+/// How long a desktop may take to show a new window, and to tell what a closed one uncovered.
+constexpr int kShowMilliseconds = 1000;
+constexpr int kUncoverMilliseconds = 100;
+constexpr int kEventPauseMilliseconds = 5;
 
 /// Shows a window, or brings it to the front when it is open already.
 void Present(QWidget& window) {
@@ -18,6 +27,16 @@ void Present(QWidget& window) {
   window.show();
   window.raise();
   window.activateWindow();
+}
+
+/// Lets window events run until `isDone`, or until the time is over.
+void RunEventsUntil(const std::function<bool()>& isDone, int mostMilliseconds) {
+  const QDeadlineTimer end(mostMilliseconds);
+  QCoreApplication::processEvents();
+  while (!isDone() && !end.hasExpired()) {
+    SleepMilliseconds(kEventPauseMilliseconds);
+    QCoreApplication::processEvents();
+  }
 }
 
 bool IsAnyWindowOpen() {
@@ -54,7 +73,21 @@ void DesktopUserInterface::ShowMainWindow() {
                                                                      .showTraceLog = [this] { ShowTraceLog(); },
                                                                      .unloadOthers = [this] { UnloadOthers(); }});
   mainWindow_->show();
+  RunEventsUntil([this] { return !mainWindow_->isVisible() || mainWindow_->windowHandle()->isExposed(); },
+                 kShowMilliseconds);
+  QGuiApplication::sync();
 }
+
+void DesktopUserInterface::BeginLongWork() {
+  waitCursor_.emplace();
+  if (mainWindow_ && mainWindow_->isVisible()) mainWindow_->GUIUpdate();
+  LetEventsRun();
+  // The desktop takes a closed window off the screen in its own time, and only then asks for what lay behind it.
+  if (std::exchange(sawDialogClose_, false)) RunEventsUntil([] { return false; }, kUncoverMilliseconds);
+  QGuiApplication::sync();
+}
+
+void DesktopUserInterface::EndLongWork() { waitCursor_.reset(); }
 
 void DesktopUserInterface::UnloadMainWindow() {
   if (mainWindow_) mainWindow_->close();
@@ -74,14 +107,24 @@ void DesktopUserInterface::ShowTraceLog() {
 }
 
 void DesktopUserInterface::UnloadOthers() {
-  options_.reset();
+  LetGoOfOptions();
   if (traceLog_) traceLog_->Form_Unload();
   traceLog_.reset();
 }
 
 /// A closed options dialog is gone: the next one starts from the settings of that time.
 void DesktopUserInterface::ForgetClosedOptions() {
-  if (options_ && !options_->isVisible()) options_.reset();
+  std::erase_if(testing_, [](const std::unique_ptr<frmConfigure>& options) { return !options->IsTesting(); });
+  if (options_ && !options_->isVisible()) LetGoOfOptions();
+}
+
+/// One that tests a connection, while window events run, is still needed by the test.
+void DesktopUserInterface::LetGoOfOptions() {
+  if (!options_) return;
+  sawDialogClose_ = true;
+  options_->close();
+  if (options_->IsTesting()) testing_.push_back(std::move(options_));
+  options_.reset();
 }
 
 void DesktopUserInterface::WaitUntilClosed() {
@@ -95,6 +138,7 @@ void DesktopUserInterface::MessageBox(const std::string& title, const std::strin
   QWidget* parent = mainWindow_.get();
   if (options_ && options_->isVisible()) parent = options_.get();
   ShowBox(parent, title.empty() ? server_.ApplicationTitle() : title, text, style);
+  sawDialogClose_ = true;
 }
 
 void DesktopUserInterface::AddTraceEntry(std::int32_t severity, const std::string& text) {

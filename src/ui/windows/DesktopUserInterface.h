@@ -4,11 +4,14 @@
 #include <QTimer>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "common/ComponentRegistry.h"
 #include "common/UserInterface.h"
 #include "ui/ServerView.h"
+#include "ui/windows/WaitCursor.h"
 #include "ui/windows/frmConfigure.h"
 #include "ui/windows/frmMain.h"
 #include "ui/windows/frmTraceLog.h"
@@ -29,6 +32,9 @@ class DesktopUserInterface final : public UserInterface {
   DesktopUserInterface& operator=(DesktopUserInterface&&) = delete;
 
   void LetEventsRun() override;
+  void BeginLongWork() override;
+  void EndLongWork() override;
+  /// Returns when the window is on the screen and painted, or the desktop takes too long to show it.
   void ShowMainWindow() override;
   void UnloadMainWindow() override;
   void ShowOptionsDialog() override;
@@ -40,12 +46,16 @@ class DesktopUserInterface final : public UserInterface {
   void ShowTraceLog();
   void UnloadOthers();
   void ForgetClosedOptions();
+  void LetGoOfOptions();
 
   std::unique_ptr<Application> application_;
   ServerView& server_;
   const ComponentRegistry& components_;
   QTimer stopTimer_;
   std::unique_ptr<frmConfigure> options_;
+  std::vector<std::unique_ptr<frmConfigure>> testing_;  ///< closed, but still testing a connection
+  std::optional<WaitCursor> waitCursor_;
+  bool sawDialogClose_ = false;  ///< since the last long work
   std::unique_ptr<frmTraceLog> traceLog_;
   std::unique_ptr<frmMain> mainWindow_;
 };

@@ -4,10 +4,11 @@
 #include <utility>
 
 #include "ui/windows/GeneralDate.h"
+#include "ui/windows/ShownText.h"
 
 namespace ods {
 
-void TraceLogModel::Append(QString description, QString info) {
+void TraceLogModel::Append(std::string description, std::string info) {
   rows_.push_back({QDateTime::currentSecsSinceEpoch(), std::move(description), std::move(info)});
 }
 
@@ -30,11 +31,22 @@ int TraceLogModel::rowCount(const QModelIndex& parent) const { return parent.isV
 
 int TraceLogModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : kColumnCount; }
 
+QString TraceLogModel::Description(int row) const { return QString::fromStdString(RowAt(row).description); }
+
+QString TraceLogModel::Time(int row) const {
+  return GeneralDate(QDateTime::fromSecsSinceEpoch(RowAt(row).time), locale_);
+}
+
+QString TraceLogModel::WholeRow(int row) const {
+  return Time(row) + '\t' + Description(row) + '\t' + QString::fromStdString(RowAt(row).info);
+}
+
 QVariant TraceLogModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= published_) return {};
+  if (role == Qt::DisplayRole) return CellText(index.row(), index.column());
   // The tip shows what a narrow column cuts off.
-  if (role != Qt::DisplayRole && role != Qt::ToolTipRole) return {};
-  return Text(rows_[static_cast<std::size_t>(index.row())], index.column());
+  if (role == Qt::ToolTipRole) return ToolTipOf(CellText(index.row(), index.column()));
+  return {};
 }
 
 QVariant TraceLogModel::headerData(int section, Qt::Orientation orientation, int role) const {
@@ -44,15 +56,9 @@ QVariant TraceLogModel::headerData(int section, Qt::Orientation orientation, int
   return QString(kTitles[section]);
 }
 
-QString TraceLogModel::Text(const Row& row, int column) const {
-  switch (column) {
-    case kTime:
-      return GeneralDate(QDateTime::fromSecsSinceEpoch(row.time), locale_);
-    case kDescription:
-      return row.description;
-    default:
-      return row.info;
-  }
+QString TraceLogModel::CellText(int row, int column) const {
+  if (column == kTime) return Time(row);
+  return ShownText(column == kDescription ? RowAt(row).description : RowAt(row).info);
 }
 
 }  // namespace ods

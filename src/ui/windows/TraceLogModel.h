@@ -1,11 +1,12 @@
-// The rows of the trace-log window. Any number may come: a row is stored at once, cheaply, and shown with the next
-// `Publish`, together with all others that came meanwhile.
+// The rows of the trace-log window. Any number may come, of any length: a row is stored at once, cheaply, and shown
+// with the next `Publish`, together with all others that came meanwhile. Cells show the beginning of a long entry.
 #pragma once
 
 #include <QAbstractTableModel>
 #include <QLocale>
 #include <QString>
 #include <deque>
+#include <string>
 
 namespace ods {
 
@@ -13,12 +14,18 @@ class TraceLogModel final : public QAbstractTableModel {
  public:
   enum Column { kTime, kDescription, kInfo, kColumnCount };
 
-  /// Adds a row of the time now.
-  void Append(QString description, QString info);
+  /// Adds a row of the time now. The texts are UTF-8.
+  void Append(std::string description, std::string info);
   /// Makes the rows added since the last time visible.
   void Publish();
   /// Removes every row, also those not visible yet.
   void Clear();
+
+  /// The whole description of a visible row, and its time as it is shown.
+  [[nodiscard]] QString Description(int row) const;
+  [[nodiscard]] QString Time(int row) const;
+  /// Time, whole description and whole information of a visible row, with tabs between them.
+  [[nodiscard]] QString WholeRow(int row) const;
 
   [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
   [[nodiscard]] int columnCount(const QModelIndex& parent = {}) const override;
@@ -29,11 +36,12 @@ class TraceLogModel final : public QAbstractTableModel {
  private:
   struct Row {
     qint64 time;  ///< seconds since 1970, universal time
-    QString description;
-    QString info;
+    std::string description;
+    std::string info;
   };
 
-  [[nodiscard]] QString Text(const Row& row, int column) const;
+  [[nodiscard]] const Row& RowAt(int row) const { return rows_[static_cast<std::size_t>(row)]; }
+  [[nodiscard]] QString CellText(int row, int column) const;
 
   QLocale locale_;
   std::deque<Row> rows_;

@@ -1,6 +1,6 @@
 #include "ui/windows/frmConfigure.h"
 
-#include <QGuiApplication>
+#include <QCoreApplication>
 #include <exception>
 #include <memory>
 
@@ -11,6 +11,7 @@
 #include "platform/system/Registry.h"
 #include "platform/system/System.h"
 #include "ui/modDatasources.h"
+#include "ui/windows/WaitCursor.h"
 #include "ui/windows/modAdministrator.h"
 #include "ui/windows/modBox.h"
 #include "ui/windows/modTabOrder.h"
@@ -20,8 +21,12 @@ namespace ods {
 namespace {
 
 constexpr int kTickMilliseconds = 1000;
+constexpr int kOpenerTickMilliseconds = 100;
+/// An opener that ends later than this (ticks) has opened something.
+constexpr int kOpenerTicks = 100;
 /// The width of the fields, in characters of a common width.
 constexpr int kFieldCharacters = 34;
+constexpr int kSpareCharacters = 3;
 constexpr const char* kTestConnection = "Test Connection";
 constexpr const char* kDataSources = "HKEY_LOCAL_MACHINE\\Software\\ODBC\\ODBC.INI\\";
 constexpr const char* kColumnLimitName = "\\MaxColSupport";
@@ -58,17 +63,6 @@ void FillRow(QWidget& control) {
   control.setSizePolicy(policy);
 }
 
-/// The cursor shows that the program waits, until the object goes.
-class WaitCursor {
- public:
-  WaitCursor() { QGuiApplication::setOverrideCursor(Qt::WaitCursor); }
-  ~WaitCursor() { QGuiApplication::restoreOverrideCursor(); }
-  WaitCursor(const WaitCursor&) = delete;
-  WaitCursor& operator=(const WaitCursor&) = delete;
-  WaitCursor(WaitCursor&&) = delete;
-  WaitCursor& operator=(WaitCursor&&) = delete;
-};
-
 /// What the operator sees of a text field.
 struct FieldState {
   explicit FieldState(const QLineEdit& field)
@@ -97,29 +91,9 @@ struct FieldState {
   int selectionLength;
 };
 
-/// How a test of a connection ended.
-struct TestResult {
-  std::shared_ptr<Connection> connection;
-  std::optional<std::string> error;
-};
-
 std::string ConnectErrorText(std::int32_t number, const std::string& description) {
   return "An error occured when trying to connect to the database.\n\nError " + std::to_string(number) + ". " +
          description;
-}
-
-TestResult OpenConnection(const ComponentRegistry& components, const std::string& connectionString) {
-  const WaitCursor waiting;
-  TestResult result;
-  try {
-    result.connection = CreateObjectChecked<Connection>(components, "ADODB.Connection");
-    result.connection->Open(connectionString);
-  } catch (const Error& error) {
-    result.error = ConnectErrorText(error.Number(), error.Description());
-  } catch (const std::exception& error) {
-    result.error = ConnectErrorText(error_number::kOwn, error.what());
-  }
-  return result;
 }
 
 }  // namespace
@@ -168,6 +142,7 @@ void frmConfigure::MakeControls() {
   InitButton(cmdCancel, "cmdCancel", "Cancel");
   Timer1.setObjectName("Timer1");
   Timer1.setInterval(kTickMilliseconds);
+  openerTimer_.setInterval(kOpenerTickMilliseconds);
 }
 
 void frmConfigure::Arrange() {
@@ -187,6 +162,9 @@ void frmConfigure::Arrange() {
   connectionLayout_.addWidget(&txtPassword, row, 1, 1, 2);
   connectionLayout_.addWidget(&Label6, ++row, 0);
   connectionLayout_.addWidget(&txtConnectionString, row, 1, 1, 2);
+  // Its text is a long one: some styles leave it no room at all.
+  const int spare = kSpareCharacters * cmdTestConnection.fontMetrics().averageCharWidth();
+  cmdTestConnection.setMinimumWidth(cmdTestConnection.sizeHint().width() + spare);
   connectionLayout_.addWidget(&cmdTestConnection, ++row, 1, 1, 2, Qt::AlignRight);
   connectionLayout_.setColumnStretch(1, 1);
 
@@ -216,7 +194,9 @@ void frmConfigure::Connect() {
   connect(&cmdOK, &QPushButton::clicked, this, [this] { cmdOK_Click(); });
   connect(&cmdCancel, &QPushButton::clicked, this, [this] { close(); });
   connect(&Timer1, &QTimer::timeout, this, [this] { Timer1_Timer(); });
+  connect(&openerTimer_, &QTimer::timeout, this, [this] { openerTimer_Timer(); });
   connect(this, &QDialog::finished, &Timer1, &QTimer::stop);
+  connect(this, &QDialog::finished, &openerTimer_, &QTimer::stop);
   installEventFilter(this);
   for (QWidget* control : findChildren<QWidget*>()) control->installEventFilter(this);
 }
@@ -302,13 +282,59 @@ void frmConfigure::ListDatasources(const Dictionary& dataSources) {
 }
 
 void frmConfigure::cmdNewSource_Click() {
-  if (StartAdministrator(EnvironmentVariable("PATH"))) return;
-  Show({WithoutAdministratorText(), BoxStyle::kInformation});
+  std::optional<StartedAdministrator> started = StartAdministrator(EnvironmentVariable("PATH"));
+  if (!started) {
+    Show({WithoutAdministratorText(), BoxStyle::kInformation});
+    return;
+  }
+  opener_ = std::move(started->opener);
+  openerTicks_ = 0;
+  if (opener_) openerTimer_.start();
+}
+
+/// Tells of an opener that opened nothing, which ends soon and with a status of its own.
+void frmConfigure::openerTimer_Timer() {
+  const std::optional<int> status = opener_->FailedStatus();
+  if (!status && ++openerTicks_ < kOpenerTicks) return;
+  openerTimer_.stop();
+  opener_.reset();
+  if (status) Show({OpenerFailedText(*status), BoxStyle::kExclamation});
 }
 
 void frmConfigure::cmdTestConnection_Click() {
+  if (testing_) return;  // window events may run while the driver connects
+  testing_ = true;
   // The connection closes when its last owner goes, after the box.
-  const TestResult result = OpenConnection(components_, txtConnectionString.text().toStdString());
+  const TestResult result = OpenConnection(txtConnectionString.text().toStdString());
+  // Nobody waits for the result of a dialog that was closed meanwhile.
+  if (isVisible()) Tell(result);
+  testing_ = false;
+}
+
+/// Tries a connection string; any failure is part of the result.
+frmConfigure::TestResult frmConfigure::OpenConnection(const std::string& connectionString) {
+  const WaitCursor waiting;
+  // The screen shows the dialog as it is before the driver takes its time; what the operator does meanwhile waits.
+  QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+  TestResult result;
+  try {
+    result.connection = CreateObjectChecked<Connection>(components_, "ADODB.Connection");
+    result.connection->SetLimits({.connectSeconds = server_.ConnectTimeout(), .giveUp = [this] {
+                                    // The windows live while the driver is waited for, and closing the dialog ends
+                                    // that.
+                                    QCoreApplication::processEvents();
+                                    return !isVisible() || server_.StopRequested();
+                                  }});
+    result.connection->Open(connectionString);
+  } catch (const Error& error) {
+    result.error = ConnectErrorText(error.Number(), error.Description());
+  } catch (const std::exception& error) {
+    result.error = ConnectErrorText(error_number::kOwn, error.what());
+  }
+  return result;
+}
+
+void frmConfigure::Tell(const TestResult& result) {
   if (result.error) {
     Box(kTestConnection, *result.error, BoxStyle::kExclamation);
   } else if (result.connection->Properties().empty()) {  // which every open connection has
@@ -326,9 +352,10 @@ void frmConfigure::cmdOK_Click() {
   settings.ConnectionString = txtConnectionString.text().toStdString();
   settings.DebugMode = chkDebug.isChecked();
   try {
-    server_.StoreSettings(settings);
     RaiseColumnLimit(settings.DSN);
-    server_.SaveSettings();
+    // What cannot be saved is not taken over: then Cancel still leaves everything as it was.
+    server_.SaveSettings(settings);
+    server_.StoreSettings(settings);
   } catch (const Error& error) {
     Show({error.Description(), BoxStyle::kExclamation});
     return;

@@ -18,12 +18,15 @@
 #include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "common/ComponentRegistry.h"
 #include "common/Dictionary.h"
 #include "common/UserInterface.h"
+#include "platform/ado/Ado.h"
+#include "platform/system/System.h"
 #include "ui/ServerView.h"
 
 namespace ods {
@@ -33,6 +36,9 @@ class frmConfigure final : public QDialog {
   /// Loads the dialog from the server's settings; it shows itself when it is told to. `server` and `components` outlive
   /// it. What there is to say about the data sources is said as soon as events run.
   frmConfigure(ServerView& server, const ComponentRegistry& components, QWidget* parent = nullptr);
+
+  /// True while a connection is being tested: the dialog must not go then, also when it was closed meanwhile.
+  [[nodiscard]] bool IsTesting() const { return testing_; }
 
  protected:
   /// Sees the keys of all controls before they do.
@@ -45,6 +51,12 @@ class frmConfigure final : public QDialog {
     BoxStyle style;
   };
 
+  /// How a test of a connection ended.
+  struct TestResult {
+    std::shared_ptr<Connection> connection;
+    std::optional<std::string> error;
+  };
+
   void MakeControls();
   void Arrange();
   void Connect();
@@ -53,9 +65,12 @@ class frmConfigure final : public QDialog {
   bool Form_KeyDown(const QKeyEvent& event);
   void Timer1_Timer();
   void cmdNewSource_Click();
+  void openerTimer_Timer();
   void cmdTestConnection_Click();
   void cmdOK_Click();
 
+  [[nodiscard]] TestResult OpenConnection(const std::string& connectionString);
+  void Tell(const TestResult& result);
   void ComposeConnectionString();
   [[nodiscard]] std::optional<Notice> RefreshDatasources();
   void ListDatasources(const Dictionary& dataSources);
@@ -66,7 +81,10 @@ class frmConfigure final : public QDialog {
   ServerView& server_;
   const ComponentRegistry& components_;
   bool refreshing_ = false;
-  std::string toldError_;  ///< an error of the refresh is told once, not every second
+  bool testing_ = false;
+  std::unique_ptr<WatchedProgram> opener_;  ///< as long as it may still tell that it opened nothing
+  int openerTicks_ = 0;                     ///< since it was started
+  std::string toldError_;                   ///< an error of the refresh is told once, not every second
 
   // What contains comes before what it contains, and so goes after it.
   QVBoxLayout layout_{this};
@@ -91,6 +109,7 @@ class frmConfigure final : public QDialog {
   QPushButton cmdOK{this};
   QPushButton cmdCancel{this};
   QTimer Timer1{this};
+  QTimer openerTimer_{this};
 };
 
 }  // namespace ods

@@ -81,6 +81,7 @@ void frmMain::MakeControls() {
   InitCaption(Label4, "Label4", "Requests:", lblRequests);
   cmdStart.setObjectName("cmdStart");
   cmdStart.setText("&Start");
+  cmdStart.setAutoDefault(true);  // the Return key presses it when it has the keyboard
   // Whatever its caption, the button ends the server. No file is open between two steps of it that would have to be
   // closed here.
   connect(&cmdStart, &QPushButton::clicked, this, [this] { close(); });
@@ -149,6 +150,12 @@ void frmMain::GUIUpdate() {
   SetTextIfOther(lblRequests, std::to_string(server_.RequestCount()));
   SetTextIfOther(cmdStart, server_.ButtonAction() == button_state::kStop ? "&Stop" : "&Start");
   timerGUI.start();
+}
+
+/// The texts of the design are never seen: a server that is busy from the start may not come to a tick for long.
+void frmMain::showEvent(QShowEvent* event) {
+  GUIUpdate();
+  QMainWindow::showEvent(event);
 }
 
 void frmMain::closeEvent(QCloseEvent* event) {

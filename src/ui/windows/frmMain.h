@@ -49,7 +49,11 @@ class frmMain final : public QMainWindow {
   frmMain(ServerView& server, MainWindowActions actions, Clock clock = LocalNow,
           const std::string& debugMutex = kDebugMutex);
 
+  /// Brings the texts up to date, as every tick of the timer does.
+  void GUIUpdate();
+
  protected:
+  void showEvent(QShowEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
 
  private:
@@ -58,7 +62,6 @@ class frmMain final : public QMainWindow {
   void Arrange();
   void Form_Load(const std::string& debugMutex);
   void Form_Unload();
-  void GUIUpdate();
 
   ServerView& server_;
   MainWindowActions actions_;

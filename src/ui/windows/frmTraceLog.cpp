@@ -1,12 +1,20 @@
 #include "ui/windows/frmTraceLog.h"
 
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QEvent>
+#include <QFontMetricsF>
+#include <QGuiApplication>
 #include <QHeaderView>
+#include <QItemSelectionModel>
 #include <QSettings>
+#include <QStringList>
+#include <QStyle>
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
+#include "ui/windows/GeneralDate.h"
 #include "ui/windows/modTabOrder.h"
 
 namespace ods {
@@ -49,7 +57,29 @@ void InitButton(QPushButton& button, const char* name, const char* text, const c
   button.setObjectName(name);
   button.setText(text);
   button.setToolTip(toolTip);
-  button.setAutoDefault(false);
+  button.setAutoDefault(true);  // the Return key presses the button that has the keyboard
+}
+
+constexpr double kSmallestPointSize = 6;
+constexpr double kPointSizeStep = 0.25;
+
+/// The widest text that the general date of a locale can have in a font: as in a date of wide months, with the font's
+/// widest digit for every other one.
+double WidestTime(const QFontMetricsF& metrics, const QLocale& locale) {
+  QChar widest('0');
+  for (QChar digit('1'); digit <= QChar('9'); digit = QChar(digit.unicode() + 1)) {
+    if (metrics.horizontalAdvance(digit) > metrics.horizontalAdvance(widest)) widest = digit;
+  }
+  double width = 0;
+  for (int month = 1; month <= 12; ++month) {
+    for (const int hour : {11, 23}) {  // the two halves of the day
+      QString text = GeneralDate(QDateTime(QDate(2028, month, 28), QTime(hour, 58, 58)), locale);
+      std::replace_if(
+          text.begin(), text.end(), [](QChar c) { return c.isDigit(); }, widest);
+      width = std::max(width, metrics.horizontalAdvance(text));
+    }
+  }
+  return width;
 }
 
 }  // namespace
@@ -90,14 +120,16 @@ void frmTraceLog::Form_Load() {
   InitButton(cmdClear, "cmdClear", "C&lear", "Clear the trace log window");
   InitButton(cmdClose, "cmdClose", "&Close", "Close the window");
   InitButton(cmdHelp, "cmdHelp", "&Help", "Open online help");  // nothing happens at it
+  MakeList();
   MakeColumns();
   const QSize size = this->size();
   SetTabOrder(*this);
   resize(size);
 }
 
-void frmTraceLog::MakeColumns() {
+void frmTraceLog::MakeList() {
   lvTrace.setModel(&model_);
+  lvTrace.setFont(ListFont());
   lvTrace.setSelectionBehavior(QAbstractItemView::SelectRows);
   lvTrace.setEditTriggers(QAbstractItemView::NoEditTriggers);
   lvTrace.setTabKeyNavigation(false);
@@ -109,6 +141,29 @@ void frmTraceLog::MakeColumns() {
   // All rows are equally high, so that none has to be measured.
   lvTrace.verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
   lvTrace.verticalHeader()->setDefaultSectionSize(lvTrace.verticalHeader()->minimumSectionSize());
+  mnuCopy.setObjectName("mnuCopy");
+  mnuCopy.setText("&Copy");
+  mnuCopy.setShortcut(QKeySequence::Copy);
+  mnuCopy.setShortcutContext(Qt::WidgetShortcut);
+  lvTrace.addAction(&mnuCopy);
+  lvTrace.setContextMenuPolicy(Qt::ActionsContextMenu);
+  connect(&mnuCopy, &QAction::triggered, this, [this] { mnuCopy_Click(); });
+  connect(&lvTrace, &QTableView::doubleClicked, this, [this](const QModelIndex& index) { ShowEntry(index.row()); });
+}
+
+/// The largest font, up to the usual one, in which the default width of the column shows the whole time.
+QFont frmTraceLog::ListFont() const {
+  const int margin = lvTrace.style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, &lvTrace) + 1;
+  const double room = PixelsOf(kColumnSettings[TraceLogModel::kTime].defaultTwips) - 2 * margin;
+  QFont font = lvTrace.font();
+  for (double size = font.pointSizeF(); size >= kSmallestPointSize; size -= kPointSizeStep) {
+    font.setPointSizeF(size);
+    if (WidestTime(QFontMetricsF(font, &lvTrace), QLocale()) <= room) break;
+  }
+  return font;
+}
+
+void frmTraceLog::MakeColumns() {
   QSettings settings(organisation_, application_);
   settings.beginGroup(kSection);
   for (int column = 0; column < TraceLogModel::kColumnCount; ++column) {
@@ -121,7 +176,7 @@ void frmTraceLog::MakeColumns() {
 
 void frmTraceLog::AddEntry(const std::string& description, const std::string& info) {
   if (!active_) return;
-  model_.Append(QString::fromStdString(description), QString::fromStdString(info));
+  model_.Append(description, info);
   if (!refresh_.isActive()) refresh_.start();
 }
 
@@ -134,11 +189,17 @@ void frmTraceLog::ClearLog() { model_.Clear(); }
 
 void frmTraceLog::CloseLog() {
   hide();
+  entries_.clear();
   ClearLog();
   active_ = false;
 }
 
 void frmTraceLog::Form_Unload() {
+  SaveColumnWidths();
+  CloseLog();
+}
+
+void frmTraceLog::SaveColumnWidths() {
   QSettings settings(organisation_, application_);
   settings.beginGroup(kSection);
   for (int column = 0; column < TraceLogModel::kColumnCount; ++column) {
@@ -148,7 +209,21 @@ void frmTraceLog::Form_Unload() {
     if (pixels != PixelsOf(twips)) twips = TwipsOf(pixels);
     settings.setValue(kColumnSettings[column].key, twips);
   }
-  CloseLog();
+}
+
+/// Copies the selected rows, whole, one a line.
+void frmTraceLog::mnuCopy_Click() {
+  QModelIndexList selected = lvTrace.selectionModel()->selectedRows();
+  std::ranges::sort(selected, {}, &QModelIndex::row);
+  QStringList rows;
+  for (const QModelIndex& index : selected) rows.append(model_.WholeRow(index.row()));
+  if (!rows.isEmpty()) QGuiApplication::clipboard()->setText(rows.join('\n'));
+}
+
+void frmTraceLog::ShowEntry(int row) {
+  std::erase_if(entries_, [](const std::unique_ptr<frmTraceEntry>& entry) { return !entry->isVisible(); });
+  entries_.push_back(std::make_unique<frmTraceEntry>(model_.Time(row), model_.Description(row), *this));
+  entries_.back()->show();
 }
 
 bool frmTraceLog::event(QEvent* event) {
@@ -163,7 +238,7 @@ void frmTraceLog::showEvent(QShowEvent* event) {
 }
 
 void frmTraceLog::closeEvent(QCloseEvent* event) {
-  CloseLog();
+  Form_Unload();
   event->accept();
 }
 

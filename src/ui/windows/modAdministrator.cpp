@@ -4,14 +4,12 @@
 #include <QStandardPaths>
 #include <QString>
 #include <QStringList>
-#include <algorithm>
 #include <array>
 #include <utility>
 
 #include "common/Value.h"
 #include "platform/system/OdbcFiles.h"
 #include "platform/system/Registry.h"
-#include "platform/system/System.h"
 
 namespace ods {
 
@@ -25,6 +23,14 @@ constexpr auto kManagers =
 /// Opens a file in the program that the desktop has for it.
 constexpr const char* kOpener = "xdg-open";
 constexpr const char* kUserFileKey = "HKEY_CURRENT_USER\\Software\\ODBC\\ODBC.INI\\";
+
+std::string HowToEdit() {
+  return "To create or change a data source, edit the file \"" + FindOdbcFiles().userDataSources +
+         "\". A data source is a section of it:\n\n"
+         "[Name of the data source]\n"
+         "Driver=Name of an installed driver\n\n"
+         "What else it needs depends on the driver.";
+}
 
 }  // namespace
 
@@ -41,24 +47,26 @@ std::vector<Administrator> FindAdministrators(const std::string& searchPath, con
   return found;
 }
 
-bool StartAdministrator(const std::string& searchPath) {
+std::optional<StartedAdministrator> StartAdministrator(const std::string& searchPath) {
   const std::string userFile = FindOdbcFiles().userDataSources;
-  return std::ranges::any_of(FindAdministrators(searchPath, userFile), [](const Administrator& administrator) {
-    // The opener shows a file only when there is one.
-    const bool opensFile = !administrator.arguments.empty();
-    return (!opensFile || RegWrite(kUserFileKey, Value())) &&
-           StartProgram(administrator.program, administrator.arguments);
-  });
+  for (const Administrator& administrator : FindAdministrators(searchPath, userFile)) {
+    if (administrator.arguments.empty()) {
+      if (StartProgram(administrator.program, {})) return StartedAdministrator{};
+    } else if (RegWrite(kUserFileKey, Value())) {  // the opener shows a file only when there is one
+      auto opener = StartWatchedProgram(administrator.program, administrator.arguments);
+      if (opener) return StartedAdministrator{std::move(opener)};
+    }
+  }
+  return std::nullopt;
 }
 
 std::string WithoutAdministratorText() {
-  return "No program that manages ODBC data sources was found on this computer.\n\n"
-         "To create or change a data source, edit the file \"" +
-         FindOdbcFiles().userDataSources +
-         "\". A data source is a section of it:\n\n"
-         "[Name of the data source]\n"
-         "Driver=Name of an installed driver\n\n"
-         "What else it needs depends on the driver.";
+  return "No program that manages ODBC data sources was found on this computer.\n\n" + HowToEdit();
+}
+
+std::string OpenerFailedText(int status) {
+  return "The desktop could not open the file of your ODBC data sources: " + std::string(kOpener) +
+         " ended with the status " + std::to_string(status) + ".\n\n" + HowToEdit();
 }
 
 }  // namespace ods

@@ -126,15 +126,23 @@ TEST(OdbcTypes, TimesStandOnTheZeroDate) {
 }
 
 TEST(OdbcTypes, AMomentWithAnOffsetIsThatMomentInUniversalTime) {
-  const auto kind = CellKind::kOffsetTimeStamp;
+  const auto kind = CellKind::kTextTimeStamp;
   EXPECT_EQ(OfText(kind, "2020-02-29 00:30:12.1234567 +01:00"), Value(DateOf({2020, 2, 28, 23, 30, 12})));
   EXPECT_EQ(OfText(kind, "2020-02-29 10:11:12 -05:30"), Value(DateOf({2020, 2, 29, 15, 41, 12})));
   EXPECT_EQ(OfText(kind, "2020-02-29 10:11:12+00:00"), Value(DateOf({2020, 2, 29, 10, 11, 12})));
   EXPECT_EQ(OfText(kind, "2020-02-29 10:11:12.5"), Value(DateOf({2020, 2, 29, 10, 11, 12})));
   EXPECT_EQ(OfText(kind, "0001-01-01 14:00:00 +14:00"), Value(DateOf({1, 1, 1})));
-  for (const char* text : {"", "2020-02-29", "2020-02-30 10:11:12 +00:00", "2020-02-29 10:11:12 +1", "rubbish",
-                           "0001-01-01 00:00:00 +14:00", "9999-12-31 23:59:59 -00:01"}) {
+  for (const char* text :
+       {"", "2020-02-29", "2020-02-30 10:11:12 +00:00", "2020-02-29 10:11:12 +1", "rubbish", "0044-03-15 10:00:00 BC",
+        "2020-02-29 10:11:12 +01:00 BC", "0001-01-01 00:00:00 +14:00", "9999-12-31 23:59:59 -00:01"}) {
     EXPECT_EQ(OfText(kind, text), Value(Null{})) << text;
+  }
+}
+
+TEST(OdbcTypes, ADateAsTextIsADateOrNull) {
+  EXPECT_EQ(OfText(CellKind::kTextDate, "2020-02-29"), Value(DateOf({2020, 2, 29}, true)));
+  for (const char* text : {"", "0000-00-00", "2021-02-29", "infinity", "0044-03-15 BC", "12345-01-01", "2020-02-2x"}) {
+    EXPECT_EQ(OfText(CellKind::kTextDate, text), Value(Null{})) << text;
   }
 }
 

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <ctime>
 #include <gmock/gmock.h>
+#include <optional>
+#include <pwd.h>
 #include <regex>
 #include <set>
 #include <sys/resource.h>
@@ -12,6 +14,7 @@
 #include "common/Error.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/TestFolder.h"
+#include "support/PlainUser.h"
 #include "support/RaisedErrors.h"
 
 namespace ods {
@@ -78,6 +81,56 @@ TEST(Process, TakesTheTempFolderFromTheEnvironment) {
   unsetenv("TMPDIR");
   EXPECT_EQ(SystemTempFolder(), "/tmp");
   if (!before.empty()) setenv("TMPDIR", before.c_str(), 1);
+}
+
+TEST(Process, TheHomeFolderComesFromTheEnvironmentOrTheListOfUsers) {
+  const std::string before = EnvironmentVariable("HOME");
+  setenv("HOME", "/home/ann", 1);
+  EXPECT_EQ(HomeFolder(), "/home/ann");
+  unsetenv("HOME");
+  EXPECT_EQ(HomeFolder(), getpwuid(geteuid())->pw_dir);
+  if (!before.empty()) setenv("HOME", before.c_str(), 1);
+}
+
+TEST(Folder, IsWritableWhenTheUserMayMakeFilesInIt) {
+  const TestFolder folder;
+  EXPECT_TRUE(IsWritableFolder(folder.Path()));
+  EXPECT_FALSE(IsWritableFolder(folder / "missing"));
+  WriteText(folder / "file", "");
+  EXPECT_FALSE(IsWritableFolder(folder / "file"));
+  ASSERT_EQ(chmod(folder.Path().c_str(), 0555), 0);
+  {
+    const test::PlainUser user;
+    EXPECT_FALSE(IsWritableFolder(folder.Path()));
+  }
+  ASSERT_EQ(chmod(folder.Path().c_str(), 0755), 0);
+}
+
+/// What a watched program ended with, as soon as it is told; nothing when it is not told for a while.
+std::optional<int> FailedStatusOf(const std::string& program, const std::vector<std::string>& arguments) {
+  const auto watched = StartWatchedProgram(program, arguments);
+  std::optional<int> status;
+  for (int tries = 0; tries < 40 && !status; ++tries) {
+    SleepMilliseconds(25);
+    status = watched->FailedStatus();
+  }
+  return status;
+}
+
+TEST(WatchedProgram, TellsTheStatusOfItsFailure) {
+  EXPECT_EQ(FailedStatusOf("/bin/sh", {"-c", "exit 3"}), 3);
+  EXPECT_EQ(FailedStatusOf("/bin/sh", {"-c", "echo 5; exit 255"}), 255) << "what it writes is no status";
+  EXPECT_EQ(FailedStatusOf("/bin/sh", {"-c", "kill -KILL $$"}), 128 + SIGKILL);
+  EXPECT_EQ(FailedStatusOf("/no/such/program", {}), 127);
+}
+
+TEST(WatchedProgram, TellsNothingOfSuccessAndWhileItRuns) {
+  EXPECT_EQ(FailedStatusOf("/bin/sh", {"-c", "echo done"}), std::nullopt);
+  EXPECT_EQ(FailedStatusOf("/bin/sleep", {"3"}), std::nullopt);
+}
+
+TEST(WatchedProgram, GetsItsArgumentsAsTheyAre) {
+  EXPECT_EQ(FailedStatusOf("/bin/sh", {"-c", "test \"$1\" = \"a b'\\\"c\" && exit 9", "sh", "a b'\"c"}), 9);
 }
 
 TEST(Time, IsLocal) {

@@ -191,9 +191,9 @@ std::unique_ptr<Rows> ListIndexes(const Connection& connection, const CatalogueN
                                       std::move(rows));
 }
 
-std::unique_ptr<Rows> ListTypes(SQLSMALLINT odbcType) {
+std::unique_ptr<Rows> ListTypes(const Product& product, SQLSMALLINT odbcType) {
   std::vector<Row> rows;
-  for (const ColumnType& type : AllColumnTypes()) {
+  for (const ColumnType& type : AllColumnTypes(product.hasOwnTypes)) {
     if (odbcType != SQL_ALL_TYPES && odbcType != type.odbcType) continue;
     const bool isText = !IsBinary(type) && type.takesSize && !IsExactNumber(type);
     const bool isTime = type.odbcType >= SQL_TYPE_DATE && type.odbcType <= SQL_TYPE_TIMESTAMP;

@@ -30,7 +30,7 @@ struct CatalogueNames {
                                                 bool uniqueOnly);
 
 /// SQLGetTypeInfo: all types, or those of one number.
-[[nodiscard]] std::unique_ptr<Rows> ListTypes(SQLSMALLINT odbcType);
+[[nodiscard]] std::unique_ptr<Rows> ListTypes(const Product& product, SQLSMALLINT odbcType);
 
 /// True when `name` matches a search pattern.
 [[nodiscard]] bool MatchesPattern(std::string_view name, std::string_view pattern);

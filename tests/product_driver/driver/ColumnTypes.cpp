@@ -45,6 +45,13 @@ constexpr std::array<ColumnType, 30> kTypes = {{
     {"datetime", SQL_TYPE_TIMESTAMP, 19, 0, false, false},
 }};
 
+constexpr std::array<ColumnType, 4> kOwnTypes = {{
+    {"datetimeoffset", -155, 34, 7, false, false},
+    {"time", -154, 16, 7, false, false},
+    {"xml", -152, 0, 0, false, false},
+    {"sql_variant", -150, 8000, 0, false, false},
+}};
+
 constexpr ColumnType kUntyped = {"varchar", SQL_VARCHAR, 255, 0, false, true};
 
 /// The numbers in the parentheses of a declaration; 0 for one that is not there.
@@ -62,11 +69,22 @@ std::array<int, 2> NumbersIn(std::string_view declaration) {
 
 }  // namespace
 
-std::span<const ColumnType> AllColumnTypes() { return kTypes; }
+std::vector<ColumnType> AllColumnTypes(bool ownTypes) {
+  std::vector<ColumnType> types;
+  if (ownTypes) types.assign(kOwnTypes.begin(), kOwnTypes.end());
+  for (const ColumnType& type : kTypes) {
+    if (std::ranges::find(types, type.name, &ColumnType::name) == types.end()) types.push_back(type);
+  }
+  return types;
+}
 
-ColumnType ParseColumnType(std::string_view declaration) {
+ColumnType ParseColumnType(std::string_view declaration, bool ownTypes) {
   const std::string lowered = ToLower(declaration);
   const std::string name = lowered.substr(0, lowered.find_first_of(" ("));
+  if (const auto* const own = std::ranges::find(kOwnTypes, name, &ColumnType::name);
+      ownTypes && own != kOwnTypes.end()) {
+    return *own;
+  }
   const auto* const found = std::ranges::find(kTypes, name, &ColumnType::name);
   if (found == kTypes.end()) return kUntyped;
   ColumnType type = *found;

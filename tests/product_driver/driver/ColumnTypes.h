@@ -2,11 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlucode.h>
 #include <string_view>
+#include <vector>
 
 namespace ods::product_driver {
 
@@ -20,11 +20,12 @@ struct ColumnType {
 };
 
 /// All types, in the order of their ODBC numbers as SQLGetTypeInfo wants them.
-[[nodiscard]] std::span<const ColumnType> AllColumnTypes();
+/// @param ownTypes with those that have numbers of Microsoft SQL Server's own, as its driver tells them (msodbcsql.h)
+[[nodiscard]] std::vector<ColumnType> AllColumnTypes(bool ownTypes);
 
 /// The type of a declaration such as "decimal(18,2)" or "INT UNSIGNED". One that is not known, or none, is a variable
 /// text of 255 characters.
-[[nodiscard]] ColumnType ParseColumnType(std::string_view declaration);
+[[nodiscard]] ColumnType ParseColumnType(std::string_view declaration, bool ownTypes = false);
 
 [[nodiscard]] bool IsExactNumber(const ColumnType& type);
 [[nodiscard]] bool IsBinary(const ColumnType& type);

@@ -41,6 +41,8 @@ constexpr std::array<InfoEntry, 8> kInfoTexts = {{
 
 void Connection::Open(std::string_view connectionString) {
   const ConnectionString settings(connectionString);
+  hang_.Configure(settings);
+  hang_.AtConnect();
   if (settings.Number("FailConnect") != 0) {
     throw DriverError(sql_state::kCannotConnect, "The driver was told to fail to connect.");
   }
@@ -55,10 +57,12 @@ void Connection::Open(std::string_view connectionString) {
   failFetch_ = settings.Number("FailFetch");
   loseStatement_ = settings.Number("LoseStatement");
   exitStatement_ = settings.Number("ExitStatement");
+  omitIndicators_ = settings.Number("OmitIndicators") != 0;
+  overrunBuffers_ = settings.Number("OverrunBuffers") != 0;
   delay_ = settings.Number("DelayStatement");
   statements_ = 0;
   lost_ = false;
-  database_ = std::make_unique<Database>(settings.Text("Database"));
+  database_ = std::make_unique<Database>(settings.Text("Database"), product_->hasOwnTypes);
 }
 
 void Connection::Close() { database_.reset(); }
@@ -92,6 +96,7 @@ void Connection::LogStatement(const std::string& sql, SQLULEN maxRows) const {
 void Connection::MeetFailures() {
   ++statements_;
   if (delay_ > 0) std::this_thread::sleep_for(std::chrono::milliseconds(delay_));
+  hang_.AtStatement(statements_);
   if (statements_ == exitStatement_) _exit(kExitStatus);
   if (statements_ == failStatement_) {
     throw DriverError(sql_state::kGeneral, "The driver was told to fail at this statement.");

@@ -10,6 +10,7 @@
 #include "product_driver/driver/ConnectionString.h"
 #include "product_driver/driver/Database.h"
 #include "product_driver/driver/Handle.h"
+#include "product_driver/driver/Hang.h"
 #include "product_driver/driver/Products.h"
 
 namespace ods::product_driver {
@@ -31,8 +32,13 @@ class Connection final : public Handle {
   /// A text that SQLGetInfo gives; nothing when the driver does not know it.
   [[nodiscard]] std::optional<std::string> InfoText(SQLUSMALLINT infoType) const;
   [[nodiscard]] const std::string& DefaultDatabase() const { return defaultDatabase_; }
+  [[nodiscard]] Hang& Hanging() { return hang_; }
   /// The row of a statement whose fetching fails; 0 for none.
   [[nodiscard]] std::int64_t FailingRow() const { return failFetch_; }
+  /// True when no indicator is written for a value of fixed size that is not null.
+  [[nodiscard]] bool OmitsIndicators() const { return omitIndicators_; }
+  /// True when a byte is written behind each bound buffer.
+  [[nodiscard]] bool OverrunsBuffers() const { return overrunBuffers_; }
 
  private:
   void LogStatement(const std::string& sql, SQLULEN maxRows) const;
@@ -45,6 +51,7 @@ class Connection final : public Handle {
   std::string defaultDatabase_;
   std::string statementFile_;
   bool showMaxRows_ = false;
+  Hang hang_;
   std::unique_ptr<Database> database_;
   double decimalScale_ = 1;
   bool backslashes_ = false;
@@ -55,6 +62,8 @@ class Connection final : public Handle {
   std::int64_t loseStatement_ = 0;
   std::int64_t exitStatement_ = 0;
   std::int64_t delay_ = 0;
+  bool omitIndicators_ = false;
+  bool overrunBuffers_ = false;
 };
 
 }  // namespace ods::product_driver

@@ -11,7 +11,15 @@
 //   FailFetch=<n>            fetching the row of this number of any statement fails
 //   LoseStatement=<n>        the connection breaks with the statement of this number
 //   ExitStatement=<n>        the statement of this number ends the process with the exit status 42
+//   OmitIndicators=1         no indicator is written for a value of fixed size that is not null
+//   OverrunBuffers=1         a byte is written behind each bound buffer, which must therefore be guarded
 //   DelayStatement=<ms>      every statement takes this much longer
+//   HangConnect=1            connecting does not come back
+//   HangStatement=<n>        the statement of this number does not come back before it is cancelled
+//   HangFetch=<n>            nor does fetching the row of this number of any statement
+//   HangMilliseconds=<ms>    what does not come back does so after this time; an hour without it
+//   IgnoreCancel=1           cancelling does nothing
+//   HangCancel=1             cancelling does not come back either
 #pragma once
 
 #include <cstdint>

@@ -122,7 +122,7 @@ bool IsDecimalLiteral(std::string_view name) {
 
 std::string SqliteText(std::string_view text) { return "'" + ReplaceAll(text, "'", "''") + "'"; }
 
-Database::Database(const std::string& file) {
+Database::Database(const std::string& file, bool ownTypes) : ownTypes_(ownTypes) {
   sqlite3* handle = nullptr;
   const int result = sqlite3_open_v2(file.c_str(), &handle, SQLITE_OPEN_READONLY, nullptr);
   handle_.reset(handle);
@@ -155,7 +155,7 @@ std::unique_ptr<Rows> Database::Select(const std::string& sql, double decimalSca
     Column& column = columns.emplace_back();
     column.name = OrEmpty(sqlite3_column_name(statement.get(), i));
     const char* const declared = sqlite3_column_decltype(statement.get(), i);
-    column.type = ParseColumnType(declared != nullptr ? std::string(declared) : ExpressionType(column.name));
+    column.type = ParseColumnType(declared != nullptr ? std::string(declared) : ExpressionType(column.name), ownTypes_);
     column.nullable = NullableOf(handle_.get(), statement.get(), i);
   }
   return std::make_unique<SqliteRows>(std::move(statement), std::move(columns), decimalScale);

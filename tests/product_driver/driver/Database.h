@@ -21,8 +21,8 @@ inline constexpr std::string_view kExpressionTypes = "expression_types";
 
 class Database {
  public:
-  /// Opens the file read-only. Raises 08001.
-  explicit Database(const std::string& file);
+  /// Opens the file read-only. `ownTypes` tells whether columns may have types of the product's own. Raises 08001.
+  Database(const std::string& file, bool ownTypes);
 
   /// Prepares a statement in SQLite's form; the rows live no longer than the database. Exact numbers come multiplied by
   /// `decimalScale`. Raises 42S02, 42S22 and 42000.
@@ -41,6 +41,7 @@ class Database {
   [[nodiscard]] std::string ExpressionType(const std::string& column);
 
   std::unique_ptr<sqlite3, Closer> handle_;
+  bool ownTypes_;
   std::vector<FlowFilter> flowFilters_;
 };
 

@@ -284,7 +284,7 @@ ODS_ENTRY SQLStatisticsW(SQLHSTMT statement, SQLWCHAR* /*catalogue*/, SQLSMALLIN
 ODS_ENTRY SQLGetTypeInfoW(SQLHSTMT statement, SQLSMALLINT type) {
   return Call<Statement>(statement, [&](Statement& object) {
     (void)object.Owner().File();
-    object.SetRows(ListTypes(type), true);
+    object.SetRows(ListTypes(object.Owner().DrivenProduct(), type), true);
     return SQL_SUCCESS;
   });
 }
@@ -336,6 +336,12 @@ ODS_ENTRY SQLBindCol(SQLHSTMT statement, SQLUSMALLINT number, SQLSMALLINT cType,
     object.Bind(number, {.cType = cType, .buffer = buffer, .size = size, .indicator = indicator});
     return SQL_SUCCESS;
   });
+}
+
+/// Comes from another thread, beside a call on the same statement: it leaves no diagnostics.
+ODS_ENTRY SQLCancel(SQLHSTMT statement) {
+  As<Statement>(statement).Owner().Hanging().Cancel();
+  return SQL_SUCCESS;
 }
 
 ODS_ENTRY SQLFetch(SQLHSTMT statement) {

@@ -31,6 +31,7 @@ inline constexpr const char* kSyntax = "42000";
 inline constexpr const char* kNoTable = "42S02";
 inline constexpr const char* kNoColumn = "42S22";
 inline constexpr const char* kGeneral = "HY000";
+inline constexpr const char* kCancelled = "HY008";
 inline constexpr const char* kWrongValue = "HY024";
 inline constexpr const char* kNotImplemented = "HYC00";
 }  // namespace sql_state

@@ -14,6 +14,7 @@ constexpr std::array<Product, 10> kProducts = {{
      .hasUpper = true,
      .openers = "[\"",
      .quote = "\"",
+     .hasOwnTypes = true,
      .hasSchemas = true,
      .hasComments = true,
      .plusJoinsTexts = true,

@@ -20,6 +20,7 @@ struct Product {
   bool hasUcase = false;             ///< knows UCASE()
   std::string_view openers = {};     ///< characters that open a quoted name; a " that does not opens a text
   std::string_view quote = {};       ///< what the driver tells as identifier quote character; " " for none
+  bool hasOwnTypes = false;          ///< tells of some columns by type numbers of its own
   bool hasSchemas = false;           ///< tables are named schema.table, with the schema dbo when none is given
   bool hasComments = false;          ///< knows -- and /* */
   bool plusJoinsTexts = false;       ///< 'a'+'b' is 'ab'

@@ -8,9 +8,12 @@ namespace ods::product_driver {
 namespace {
 
 /// A cell is null, or goes into the buffer from byte `offset` on; true when all of it is there.
-bool WriteCell(const Cell& cell, const ColumnType& type, const CellTarget& target, std::size_t& offset) {
-  if (!std::holds_alternative<std::monostate>(cell))
-    return CopyCell(RenderCell(cell, type, target.cType), target, offset);
+bool WriteCell(const Cell& cell, const ColumnType& type, CellTarget target, std::size_t& offset, bool omitsIndicators) {
+  if (!std::holds_alternative<std::monostate>(cell)) {
+    const RenderedCell rendered = RenderCell(cell, type, target.cType);
+    if (omitsIndicators && rendered.unit == 0) target.indicator = nullptr;
+    return CopyCell(rendered, target, offset);
+  }
   if (target.indicator == nullptr) throw DriverError("22002", "A null needs an indicator.");
   *target.indicator = SQL_NULL_DATA;
   return true;
@@ -133,6 +136,7 @@ bool Statement::ReadRow() {
   Row row;
   if (!rows_->Next(row)) return false;
   ++rowsRead_;
+  if (!ofCatalogue_) connection_.Hanging().AtRow(static_cast<std::int64_t>(rowsRead_));
   if (!ofCatalogue_ && static_cast<std::int64_t>(rowsRead_) == connection_.FailingRow()) {
     throw DriverError(sql_state::kGeneral, "The driver was told to fail at this row.");
   }
@@ -153,7 +157,10 @@ bool Statement::WriteRow(std::size_t index) {
     cell.buffer = static_cast<std::uint8_t*>(target.buffer) + static_cast<SQLLEN>(index) * Stride(target);
     if (target.indicator != nullptr) cell.indicator = target.indicator + index;
     std::size_t offset = 0;
-    whole = WriteCell(block_[index][number - 1U], column.type, cell, offset) && whole;
+    whole = WriteCell(block_[index][number - 1U], column.type, cell, offset, connection_.OmitsIndicators()) && whole;
+    if (connection_.OverrunsBuffers()) {
+      static_cast<std::uint8_t*>(target.buffer)[static_cast<SQLLEN>(blockSize_) * Stride(target)] = 0;
+    }
   }
   return whole;
 }
@@ -209,7 +216,8 @@ SQLRETURN Statement::GetData(SQLUSMALLINT number, const CellTarget& target) {
     throw DriverError(sql_state::kWrongColumn, "The column is bound.");
   }
   if (finished_[number]) return SQL_NO_DATA;
-  const bool whole = WriteCell(block_[current_ - 1][number - 1U], column.type, target, given_[number]);
+  const bool whole =
+      WriteCell(block_[current_ - 1][number - 1U], column.type, target, given_[number], connection_.OmitsIndicators());
   finished_[number] = whole;
   if (whole) return SQL_SUCCESS;
   AddDiagnostic(sql_state::kTruncated, "There is more of the value.");

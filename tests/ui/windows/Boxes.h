@@ -2,20 +2,27 @@
 #pragma once
 
 #include <QApplication>
-#include <QMessageBox>
+#include <QDialogButtonBox>
 #include <QPushButton>
 #include <QTimer>
 #include <string>
 #include <vector>
+
+#include "ui/windows/modBox.h"
 
 namespace ods::test {
 
 struct SeenBox {
   std::string title;
   std::string text;
-  QMessageBox::Icon icon = QMessageBox::NoIcon;
+  BoxStyle style = BoxStyle::kInformation;
   int buttons = 0;
 };
+
+/// The box that is open, nullptr when there is none.
+inline Box* OpenBox() { return dynamic_cast<Box*>(QApplication::activeModalWidget()); }
+
+inline QDialogButtonBox& ButtonsOf(const Box& box) { return *box.findChild<QDialogButtonBox*>(); }
 
 class Boxes {
  public:
@@ -28,11 +35,12 @@ class Boxes {
 
  private:
   void ReadAndClose() {
-    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    const Box* box = OpenBox();
     if (box == nullptr) return;
-    seen.push_back({box->windowTitle().toStdString(), box->text().toStdString(), box->icon(),
-                    static_cast<int>(box->buttons().size())});
-    box->button(QMessageBox::Ok)->click();
+    const QDialogButtonBox& buttons = ButtonsOf(*box);
+    seen.push_back({box->windowTitle().toStdString(), box->Text().toStdString(), box->Style(),
+                    static_cast<int>(buttons.buttons().size())});
+    buttons.button(QDialogButtonBox::Ok)->click();
   }
 
   QTimer timer_;

@@ -2,15 +2,17 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QCursor>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QPointer>
 #include <QTableView>
+#include <QWindow>
 #include <gtest/gtest.h>
 #include <string>
 
 #include "doubles/FakeServerView.h"
 #include "support/OdbcFolder.h"
+#include "ui/windows/EventCounter.h"
 #include "ui/windows/Widgets.h"
 
 namespace ods {
@@ -57,6 +59,68 @@ TEST_F(DesktopTest, LettingEventsRunKeepsTheWindowsLive) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   while (requests.text() != "42" && std::chrono::steady_clock::now() < end) ui_.LetEventsRun();
   EXPECT_EQ(requests.text(), "42");
+}
+
+TEST_F(DesktopTest, TheMainWindowIsOnTheScreenAndRightWhenItWasShown) {
+  server_.statusText = "Connect to Database";
+  ui_.ShowMainWindow();
+  EXPECT_TRUE(OpenWindow("frmMain")->windowHandle()->isExposed());
+  EXPECT_EQ(test::LabelText(*OpenWindow("frmMain"), "lblStatus"), "Connect to Database");
+}
+
+TEST_F(DesktopTest, LongWorkShowsTheStateOfItsBeginAndAWaitCursor) {
+  server_.statusText = "Running";
+  ui_.ShowMainWindow();
+  server_.statusText = "Connect to Database";
+  test::EventCounter paints(test::Find(*OpenWindow("frmMain"), "lblStatus"), QEvent::Paint);
+  {
+    const LongWork work(ui_);
+    EXPECT_EQ(test::LabelText(*OpenWindow("frmMain"), "lblStatus"), "Connect to Database");
+    EXPECT_GT(paints.count, 0);
+    ASSERT_NE(QGuiApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::WaitCursor);
+  }
+  EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(DesktopTest, AClosedDialogIsGoneBeforeLongWork) {
+  ui_.ShowMainWindow();
+  ui_.ShowOptionsDialog();
+  const QPointer<QWidget> dialog = OpenWindow("frmConfigure");
+  dialog->close();
+  const LongWork work(ui_);
+  EXPECT_TRUE(dialog.isNull());
+}
+
+TEST_F(DesktopTest, LongWorkGoesOnWithoutAMainWindow) {
+  { const LongWork work(ui_); }
+  ui_.ShowMainWindow();
+  OpenWindow("frmMain")->close();
+  { const LongWork work(ui_); }
+  EXPECT_EQ(OpenWindow("frmMain"), nullptr);
+  EXPECT_FALSE(server_.runFlag);
+}
+
+TEST_F(DesktopTest, ADialogThatTestsAConnectionOutlivesItsClosing) {
+  for (const bool closesMainWindow : {false, true}) {
+    QPointer<QWidget> dialog;
+    components_.Register("ADODB.Connection", [&]() -> std::shared_ptr<Object> {
+      if (closesMainWindow) {
+        OpenWindow("frmMain")->close();
+      } else {
+        dialog->close();
+      }
+      ui_.LetEventsRun();  // as where the driver is waited for
+      EXPECT_FALSE(dialog.isNull());
+      throw Error(error_number::kOwn, "not there");
+    });
+    ui_.ShowMainWindow();
+    ui_.ShowOptionsDialog();
+    dialog = OpenWindow("frmConfigure");
+    test::Click(*dialog, "cmdTestConnection");
+    ui_.LetEventsRun();
+    EXPECT_TRUE(dialog.isNull());
+  }
 }
 
 TEST_F(DesktopTest, UnloadingTheMainWindowClosesIt) {

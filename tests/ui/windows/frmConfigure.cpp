@@ -1,6 +1,8 @@
 #include "ui/windows/frmConfigure.h"
 
 #include <QAbstractItemView>
+#include <QCursor>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QTimer>
 #include <cstdlib>
@@ -19,6 +21,7 @@
 #include "platform/system/System.h"
 #include "support/OdbcFolder.h"
 #include "ui/windows/Boxes.h"
+#include "ui/windows/EventCounter.h"
 #include "ui/windows/Programs.h"
 #include "ui/windows/Widgets.h"
 
@@ -27,6 +30,7 @@ namespace {
 
 using test::Boxes;
 using test::Click;
+using test::EventCounter;
 using test::FakeServerView;
 using test::Find;
 using test::LabelText;
@@ -151,6 +155,8 @@ TEST_F(FrmConfigure, NoTextIsCutOffAndTheControlsOfARowBeginAtOneLine) {
       EXPECT_GE(label->height(), label->heightForWidth(label->width())) << name.toStdString();
     }
   }
+  const auto& test = Find<QPushButton>(dialog, "cmdTestConnection");
+  EXPECT_GE(test.width(), test.sizeHint().width() + 2 * test.fontMetrics().averageCharWidth());
   const auto& explanation = Find<QLabel>(dialog, "Label2");
   EXPECT_LT(dialog.width(), explanation.fontMetrics().horizontalAdvance(explanation.text())) << "it takes two lines";
   EXPECT_EQ(DataSources().y(), Find(dialog, "cmdNewSource").y());
@@ -395,7 +401,7 @@ TEST_F(FrmConfigure, ThatNoDriverIsAppropriateIsToldAtEveryRefresh) {
   ASSERT_TRUE(QTest::qWaitFor([&] { return boxes.seen.size() == 1; }, 60'000)) << "at load, behind the dialog";
   EXPECT_EQ(boxes.seen[0].title, "ODBC Data Server");
   EXPECT_EQ(boxes.seen[0].text, kNoDriverText);
-  EXPECT_EQ(boxes.seen[0].icon, QMessageBox::Information);
+  EXPECT_EQ(boxes.seen[0].style, BoxStyle::kInformation);
   EXPECT_EQ(boxes.seen[0].buttons, 1);
   EXPECT_THAT(List(), IsEmpty());
   ASSERT_TRUE(QTest::qWaitFor([this] { return QApplication::activeModalWidget() == nullptr && Timer().isActive(); }));
@@ -428,7 +434,7 @@ TEST_F(FrmConfigure, AnInvalidPatternIsToldOnceAndLeavesTheList) {
   Tick();
   Tick();
   ASSERT_EQ(boxes.seen.size(), 1U);
-  EXPECT_EQ(boxes.seen[0].icon, QMessageBox::Warning);
+  EXPECT_EQ(boxes.seen[0].style, BoxStyle::kExclamation);
   EXPECT_THAT(boxes.seen[0].text, ::testing::StartsWith("Invalid regular expression \"(\": "));
   EXPECT_THAT(boxes.seen[0].text, ::testing::EndsWith(" GetDatasources[Get driver files]"));
   EXPECT_THAT(List(), ElementsAre("Sales", "Accounts"));
@@ -464,8 +470,35 @@ TEST_F(FrmConfigure, WithoutAnAdministratorNewTellsWhatToDo) {
   Click(*dialog_, "cmdNewSource");
   ASSERT_EQ(boxes.seen.size(), 1U);
   EXPECT_EQ(boxes.seen[0].title, "ODBC Data Server");
-  EXPECT_EQ(boxes.seen[0].icon, QMessageBox::Information);
+  EXPECT_EQ(boxes.seen[0].style, BoxStyle::kInformation);
   EXPECT_THAT(boxes.seen[0].text, ::testing::HasSubstr(odbc_.UserFile()));
+}
+
+TEST_F(FrmConfigure, AnEditorThatOpensNothingIsTold) {
+  const test::TemporaryFolder programs;
+  test::WriteProgram(programs.Path() + "/xdg-open", "exit 3\n");
+  const test::EnvironmentValue path("PATH", programs.Path());
+  Open();
+  Boxes boxes;
+  Click(*dialog_, "cmdNewSource");
+  EXPECT_THAT(boxes.seen, IsEmpty()) << "it is not waited for";
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !boxes.seen.empty(); }, 60'000));
+  EXPECT_EQ(boxes.seen[0].style, BoxStyle::kExclamation);
+  EXPECT_THAT(boxes.seen[0].text, ::testing::HasSubstr("xdg-open ended with the status 3."));
+  EXPECT_THAT(boxes.seen[0].text, ::testing::HasSubstr(odbc_.UserFile()));
+  QTest::qWait(300);
+  EXPECT_EQ(boxes.seen.size(), 1U) << "once";
+}
+
+TEST_F(FrmConfigure, AnEditorThatOpensTheFileIsNotSpokenOf) {
+  const test::TemporaryFolder programs;
+  test::WriteProgram(programs.Path() + "/xdg-open", "exit 0\n");
+  const test::EnvironmentValue path("PATH", programs.Path());
+  Open();
+  Boxes boxes;
+  Click(*dialog_, "cmdNewSource");
+  QTest::qWait(500);
+  EXPECT_THAT(boxes.seen, IsEmpty());
 }
 
 // ----------------------------------------------------------------------------------------------------- test connection
@@ -476,20 +509,94 @@ TEST_F(FrmConfigure, AConnectionThatOpensIsOkAndIsClosedAgain) {
   TypeInto(Field("txtConnectionString"), "DSN=Typed");
   bool open = false;
   std::string connectionString;
-  QTimer::singleShot(0, [&] {
+  QTimer look;
+  QObject::connect(&look, &QTimer::timeout, &look, [&] {
+    if (test::OpenBox() == nullptr) return;
     open = !connection_.expired();
     if (open) connectionString = connection_.lock()->connectionString;
+    look.stop();
   });
+  look.start(0);
   Boxes boxes;
   Click(*dialog_, "cmdTestConnection");
   ASSERT_EQ(boxes.seen.size(), 1U);
   EXPECT_EQ(boxes.seen[0].title, "Test Connection");
   EXPECT_EQ(boxes.seen[0].text, "Connection is ok!");
-  EXPECT_EQ(boxes.seen[0].icon, QMessageBox::Information);
+  EXPECT_EQ(boxes.seen[0].style, BoxStyle::kInformation);
   EXPECT_TRUE(open) << "until the box is closed";
   EXPECT_EQ(connectionString, "DSN=Typed") << "the string as it stands in the field";
   EXPECT_TRUE(connection_.expired());
   EXPECT_THAT(server_.calls, IsEmpty());
+}
+
+TEST_F(FrmConfigure, WhileItConnectsTheCursorWaits) {
+  std::optional<Qt::CursorShape> shape;
+  RegisterConnection([&](OpeningConnection&) {
+    if (QGuiApplication::overrideCursor() != nullptr) shape = QGuiApplication::overrideCursor()->shape();
+    throw Error(error_number::kGeneralFailure, "not there");
+  });
+  Open();
+  Boxes boxes;
+  Click(*dialog_, "cmdTestConnection");
+  EXPECT_EQ(shape, Qt::WaitCursor);
+  EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(FrmConfigure, BeforeItConnectsTheDialogIsPainted) {
+  EventCounter paints(QEvent::Paint);
+  RegisterConnection([&](OpeningConnection&) { EXPECT_GT(paints.count, 0); });
+  Open();
+  Boxes boxes;
+  Find(*dialog_, "txtUserId").installEventFilter(&paints);
+  Find(*dialog_, "txtUserId").update();  // as when something that covered it has gone
+  Click(*dialog_, "cmdTestConnection");
+  EXPECT_EQ(boxes.seen.size(), 1U);
+}
+
+TEST_F(FrmConfigure, WhereEventsRunWhileItConnectsASecondClickDoesNothing) {
+  int opened = 0;
+  RegisterConnection([&](OpeningConnection&) {
+    if (++opened > 3) return;
+    Click(*dialog_, "cmdTestConnection");
+  });
+  Open();
+  Boxes boxes;
+  Click(*dialog_, "cmdTestConnection");
+  EXPECT_EQ(opened, 1);
+  EXPECT_EQ(boxes.seen.size(), 1U);
+}
+
+TEST_F(FrmConfigure, WhileTheDriverIsWaitedForTheDialogLivesAndCancelGivesItUp) {
+  server_.connectTimeout = 7;
+  RegisterConnection([&](OpeningConnection& connection) {
+    EXPECT_EQ(connection.limits.connectSeconds, 7);
+    bool isAlive = false;
+    QTimer::singleShot(0, dialog_.get(), [&] { isAlive = true; });
+    EXPECT_FALSE(connection.limits.giveUp());
+    EXPECT_TRUE(isAlive);
+    server_.stopRequested = true;
+    EXPECT_TRUE(connection.limits.giveUp());
+    server_.stopRequested = false;
+    Click(*dialog_, "cmdCancel");
+    EXPECT_TRUE(connection.limits.giveUp());
+    throw Error(error_number::kGeneralFailure, "given up");
+  });
+  Open();
+  Boxes boxes;
+  Click(*dialog_, "cmdTestConnection");
+  EXPECT_THAT(boxes.seen, IsEmpty());
+}
+
+TEST_F(FrmConfigure, TheTestOfADialogThatWasClosedMeanwhileIsNotTold) {
+  RegisterConnection([&](OpeningConnection&) {
+    Click(*dialog_, "cmdCancel");
+    EXPECT_TRUE(dialog_->IsTesting());
+  });
+  Open();
+  Boxes boxes;
+  Click(*dialog_, "cmdTestConnection");
+  EXPECT_THAT(boxes.seen, IsEmpty());
+  EXPECT_FALSE(dialog_->IsTesting());
 }
 
 TEST_F(FrmConfigure, AConnectionThatFailsIsToldWithItsError) {
@@ -503,7 +610,7 @@ TEST_F(FrmConfigure, AConnectionThatFailsIsToldWithItsError) {
   EXPECT_EQ(boxes.seen[0].text,
             "An error occured when trying to connect to the database.\n\n"
             "Error -2147467259. Data source name not found");
-  EXPECT_EQ(boxes.seen[0].icon, QMessageBox::Warning);
+  EXPECT_EQ(boxes.seen[0].style, BoxStyle::kExclamation);
   EXPECT_TRUE(connection_.expired());
 }
 
@@ -515,7 +622,7 @@ TEST_F(FrmConfigure, AConnectionThatIsNotOpenWithoutAnErrorIsTold) {
   ASSERT_EQ(boxes.seen.size(), 1U);
   EXPECT_EQ(boxes.seen[0].title, "Test Connection");
   EXPECT_EQ(boxes.seen[0].text, "The connection failed without an error.");
-  EXPECT_EQ(boxes.seen[0].icon, QMessageBox::Warning);
+  EXPECT_EQ(boxes.seen[0].style, BoxStyle::kExclamation);
 }
 
 TEST_F(FrmConfigure, AMissingConnectionComponentIsTold) {
@@ -550,7 +657,8 @@ TEST_F(FrmConfigure, OkStoresTheSettingsSavesThemAndCloses) {
   Find<QCheckBox>(*dialog_, "chkDebug").setChecked(true);
   Click(*dialog_, "cmdOK");
   EXPECT_EQ(server_.settings, (OperatorSettings{"Stock", "me", "p w", "Driver=Own", true}));
-  EXPECT_THAT(server_.calls, ElementsAre("store", "save"));
+  EXPECT_EQ(server_.saved, server_.settings);
+  EXPECT_THAT(server_.calls, ElementsAre("save", "store"));
   EXPECT_FALSE(dialog_->isVisible());
 }
 
@@ -560,8 +668,29 @@ TEST_F(FrmConfigure, ReturnAccepts) {
   Field("txtUserId").setFocus();
   QTest::keyClick(&Field("txtUserId"), Qt::Key_Return);
   EXPECT_THAT(boxes.seen, IsEmpty());
-  EXPECT_THAT(server_.calls, ElementsAre("store", "save"));
+  EXPECT_THAT(server_.calls, ElementsAre("save", "store"));
   EXPECT_FALSE(dialog_->isVisible());
+}
+
+TEST_F(FrmConfigure, ReturnPressesTheButtonThatHasTheKeyboard) {
+  int opened = 0;
+  RegisterConnection([&](OpeningConnection&) { ++opened; });
+  Open();
+  Boxes boxes;
+  const auto press = [this](const char* name) {
+    Find(*dialog_, name).setFocus();
+    QTest::keyClick(&Find(*dialog_, name), Qt::Key_Return);
+  };
+  press("cmdTestConnection");
+  EXPECT_EQ(opened, 1);
+  const test::TemporaryFolder empty;
+  const test::EnvironmentValue path("PATH", empty.Path());
+  press("cmdNewSource");
+  ASSERT_EQ(boxes.seen.size(), 2U);
+  EXPECT_THAT(boxes.seen[1].text, ::testing::HasSubstr(odbc_.UserFile()));
+  press("cmdCancel");
+  EXPECT_FALSE(dialog_->isVisible());
+  EXPECT_THAT(server_.calls, IsEmpty());
 }
 
 TEST_F(FrmConfigure, AColumnLimitOf255Becomes5000) {
@@ -570,7 +699,7 @@ TEST_F(FrmConfigure, AColumnLimitOf255Becomes5000) {
   Click(*dialog_, "cmdOK");
   EXPECT_EQ(ContentOf(odbc_.SystemFile()),
             "; sales\n[Sales]\nDriver=SQLite3\nMaxColSupport = 5000\n[Accounts]\nMaxColSupport=255\n");
-  EXPECT_THAT(server_.calls, ElementsAre("store", "save"));
+  EXPECT_THAT(server_.calls, ElementsAre("save", "store"));
 }
 
 TEST_F(FrmConfigure, WithoutAColumnLimitNothingIsWritten) {
@@ -605,7 +734,7 @@ TEST_F(FrmConfigure, AnEmptyOrUnknownDataSourceIsAcceptedWithoutAMessage) {
     Boxes boxes;
     Click(*dialog_, "cmdOK");
     EXPECT_THAT(boxes.seen, IsEmpty());
-    EXPECT_THAT(server_.calls, ElementsAre("store", "save"));
+    EXPECT_THAT(server_.calls, ElementsAre("save", "store"));
   }
 }
 
@@ -617,12 +746,25 @@ TEST_F(FrmConfigure, AFailedSaveIsToldAndTheDialogStays) {
   ASSERT_EQ(boxes.seen.size(), 1U);
   EXPECT_EQ(boxes.seen[0].title, "ODBC Data Server");
   EXPECT_EQ(boxes.seen[0].text, server_.saveFailure);
-  EXPECT_EQ(boxes.seen[0].icon, QMessageBox::Warning);
+  EXPECT_EQ(boxes.seen[0].style, BoxStyle::kExclamation);
   EXPECT_TRUE(dialog_->isVisible());
   EXPECT_TRUE(Timer().isActive());
+  EXPECT_THAT(server_.calls, ElementsAre("save")) << "what was not saved is not taken over";
   server_.saveFailure = "";
   Click(*dialog_, "cmdOK");
   EXPECT_FALSE(dialog_->isVisible());
+}
+
+TEST_F(FrmConfigure, AfterAFailedSaveCancelLeavesEverythingAsItWas) {
+  const OperatorSettings before = server_.settings;
+  server_.saveFailure = "Unable to write file";
+  Open();
+  Field("txtUserId").setText("other");
+  Boxes boxes;
+  Click(*dialog_, "cmdOK");
+  Click(*dialog_, "cmdCancel");
+  EXPECT_EQ(server_.settings, before);
+  EXPECT_THAT(server_.calls, ElementsAre("save"));
 }
 
 TEST_F(FrmConfigure, CancelAndEscapeStoreNothing) {

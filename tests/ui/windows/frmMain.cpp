@@ -12,28 +12,16 @@
 #include <vector>
 
 #include "doubles/FakeServerView.h"
+#include "ui/windows/EventCounter.h"
 #include "ui/windows/Widgets.h"
 
 namespace ods {
 namespace {
 
+using test::EventCounter;
 using test::Find;
 using test::LabelText;
 using testing::ElementsAre;
-
-/// Counts the events of a kind that come to an object.
-class EventCounter final : public QObject {
- public:
-  EventCounter(QObject& watched, QEvent::Type type) : type_(type) { watched.installEventFilter(this); }
-  bool eventFilter(QObject* watched, QEvent* event) override {
-    if (event->type() == type_) ++count;
-    return QObject::eventFilter(watched, event);
-  }
-  int count = 0;
-
- private:
-  QEvent::Type type_;
-};
 
 class MainWindowTest : public testing::Test {
  protected:
@@ -74,7 +62,7 @@ class MainWindowTest : public testing::Test {
 
 // What it shows
 
-TEST_F(MainWindowTest, HasTheTextsOfItsDesignUntilTheFirstTick) {
+TEST_F(MainWindowTest, HasTheTextsOfItsDesignUntilItIsShown) {
   const frmMain& window = Load();
   EXPECT_EQ(window.objectName(), "frmMain");
   EXPECT_EQ(window.windowTitle(), "ODBC Data Server");
@@ -86,6 +74,16 @@ TEST_F(MainWindowTest, HasTheTextsOfItsDesignUntilTheFirstTick) {
   EXPECT_EQ(LabelText(window, "Label4"), "Requests:");
   EXPECT_EQ(LabelText(window, "lblRequests"), "0");
   EXPECT_EQ(ButtonText(), "&Start");
+}
+
+TEST_F(MainWindowTest, ShownItIsRightFromItsFirstMoment) {
+  server_.statusText = "Connect to Database";
+  server_.requestCount = 7;
+  Load().show();  // and no event runs
+  EXPECT_EQ(LabelText(*window_, "lblStatus"), "Connect to Database");
+  EXPECT_EQ(LabelText(*window_, "lblUptime"), "0 d 0:00");
+  EXPECT_EQ(LabelText(*window_, "lblRequests"), "7");
+  EXPECT_EQ(ButtonText(), "&Stop");
 }
 
 TEST_F(MainWindowTest, ShowsTheTitleAndTheVersionOfTheApplication) {
@@ -265,6 +263,14 @@ TEST_F(MainWindowTest, TheButtonEndsTheServer) {
   Tick();
   ASSERT_EQ(ButtonText(), "&Stop");
   test::Click(*window_, "cmdStart");
+  ExpectEnded();
+}
+
+TEST_F(MainWindowTest, ReturnPressesTheButtonThatHasTheKeyboard) {
+  test::Show(Load());
+  auto& button = Find<QPushButton>(*window_, "cmdStart");
+  button.setFocus();
+  QTest::keyClick(&button, Qt::Key_Return);
   ExpectEnded();
 }
 

@@ -1,7 +1,10 @@
 #include "ui/windows/frmTraceLog.h"
 
+#include <QAction>
 #include <QApplication>
+#include <QClipboard>
 #include <QHeaderView>
+#include <QPlainTextEdit>
 #include <QSettings>
 #include <QTableView>
 #include <gmock/gmock.h>
@@ -12,6 +15,7 @@
 
 #include "doubles/FakeServerView.h"
 #include "ui/windows/GeneralDate.h"
+#include "ui/windows/ShownText.h"
 #include "ui/windows/Widgets.h"
 
 namespace ods {
@@ -56,6 +60,21 @@ class TraceLogTest : public testing::Test {
   [[nodiscard]] std::vector<std::string> DescriptionsLater() const {
     QTest::qWait(200);
     return Descriptions(Rows());
+  }
+  [[nodiscard]] QString Tip(int row, int column) const {
+    return List().model()->index(row, column).data(Qt::ToolTipRole).toString();
+  }
+  void DoubleClick(int row) const {
+    const QPoint middle = List().visualRect(List().model()->index(row, 1)).center();
+    QTest::mouseClick(List().viewport(), Qt::LeftButton, Qt::NoModifier, middle);
+    QTest::mouseDClick(List().viewport(), Qt::LeftButton, Qt::NoModifier, middle);
+  }
+  /// A window of an entry, nullptr when none is open.
+  static QWidget* OpenEntry() {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+      if (window->objectName() == "frmTraceEntry" && window->isVisible()) return window;
+    }
+    return nullptr;
   }
   [[nodiscard]] int WidthInTwips(int column) const {
     return static_cast<int>(std::lround(List().columnWidth(column) * 1440.0 / window_->logicalDpiX()));
@@ -156,6 +175,35 @@ TEST_F(TraceLogTest, StoredNonsenseCountsAsNothing) {
   EXPECT_EQ(List().columnWidth(2), Pixels(1000));
 }
 
+TEST_F(TraceLogTest, TheDefaultWidthShowsTheWholeTime) {
+  const QLocale usual;
+  for (const char* name : {"C", "en_GB", "de_DE", "da_DK"}) {
+    QLocale::setDefault(QLocale(name));
+    window_.reset();
+    Open();
+    window_->AddEntry("entry", "0");
+    (void)Descriptions(1);
+    const QModelIndex cell = List().model()->index(0, 0);
+    const QFontMetrics metrics(List().font(), &List());
+    QStyleOptionViewItem option;
+    option.initFrom(&List());
+    option.font = List().font();
+    EXPECT_LE(List().itemDelegate()->sizeHint(option, cell).width(), List().columnWidth(0)) << name;
+    const QDateTime wide(QDate(2028, 12, 28), QTime(20, 58, 58));
+    EXPECT_LT(metrics.horizontalAdvance(GeneralDate(wide, QLocale())), List().columnWidth(0)) << name;
+    EXPECT_GE(List().font().pointSizeF(), 6) << name;
+  }
+  QLocale::setDefault(usual);
+}
+
+TEST_F(TraceLogTest, ChangedWidthsAreSavedWhenTheWindowIsClosedByItsTitleBar) {
+  Open();
+  List().setColumnWidth(1, 300);
+  window_->close();
+  EXPECT_EQ(Settings().value(kDescriptionWidth).toInt(),
+            static_cast<int>(std::lround(300 * 1440.0 / window_->logicalDpiX())));
+}
+
 TEST_F(TraceLogTest, ChangedWidthsAreSavedWhenTheWindowIsUnloaded) {
   Open();
   List().setColumnWidth(1, 300);
@@ -220,12 +268,93 @@ TEST_F(TraceLogTest, HoldsAHundredThousandRows) {
   EXPECT_EQ(texts.back(), "99999");
 }
 
-TEST_F(TraceLogTest, ALongEntryIsShownWholeByItsTip) {
+TEST_F(TraceLogTest, TheTipShowsWhatANarrowColumnCutsOffAndNeverAsMarkup) {
   Open();
-  const std::string text = "SQL: " + std::string(2000, 'x');
+  const std::string text = "SQL: <img src='/dev/zero'> " + std::string(200, 'x');
+  window_->AddEntry(text, "<b>0</b>");
+  (void)Descriptions(1);
+  EXPECT_EQ(Cell(0, 1), text);
+  EXPECT_EQ(Tip(0, 1), ToolTipOf(QString::fromStdString(text)));
+  EXPECT_FALSE(Tip(0, 1).contains("<img"));
+  EXPECT_FALSE(Tip(0, 2).contains("<b>"));
+}
+
+TEST_F(TraceLogTest, OfALongEntryCellAndTipShowTheBeginning) {
+  Open();
+  window_->AddEntry("SQL: " + std::string(1 << 20, 'x'), std::string(1 << 20, 'y'));
+  (void)Descriptions(1);
+  for (const int column : {1, 2}) {
+    const QString cell = List().model()->index(0, column).data().toString();
+    EXPECT_EQ(cell.size(), 1001);
+    EXPECT_TRUE(cell.endsWith(QChar(0x2026)));
+    EXPECT_EQ(Tip(0, column), ToolTipOf(cell));
+  }
+}
+
+// The whole entry
+
+TEST_F(TraceLogTest, CopyOfTheContextMenuPutsTheWholeEntryIntoTheClipboard) {
+  Open();
+  EXPECT_EQ(List().contextMenuPolicy(), Qt::ActionsContextMenu);
+  ASSERT_EQ(List().actions().size(), 1);
+  EXPECT_EQ(List().actions()[0]->text(), "&Copy");
+  const std::string text = "SQL: <b>" + std::string(1 << 20, 'x');
+  window_->AddEntry(text, "2");
+  (void)Descriptions(1);
+  QGuiApplication::clipboard()->setText("before");
+  Find<QAction>(List(), "mnuCopy").trigger();
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), "before") << "no row is selected";
+  List().selectRow(0);
+  Find<QAction>(List(), "mnuCopy").trigger();
+  EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), Cell(0, 0) + "\t" + text + "\t2");
+}
+
+TEST_F(TraceLogTest, TheKeyThatCopiesCopiesEverySelectedRow) {
+  Open();
+  for (const char* text : {"one", "two", "three"}) window_->AddEntry(text, "0");
+  (void)Descriptions(3);
+  window_->activateWindow();
+  List().setFocus();
+  List().selectAll();
+  QTest::keyClick(&List(), Qt::Key_C, Qt::ControlModifier);
+  const std::string text = QGuiApplication::clipboard()->text().toStdString();
+  EXPECT_EQ(text, Cell(0, 0) + "\tone\t0\n" + Cell(1, 0) + "\ttwo\t0\n" + Cell(2, 0) + "\tthree\t0");
+}
+
+TEST_F(TraceLogTest, ADoubleClickShowsTheWholeEntryToRead) {
+  Open();
+  const std::string text = "SQL: <b>" + std::string(1 << 20, 'x');
   window_->AddEntry(text, "0");
   (void)Descriptions(1);
-  EXPECT_EQ(List().model()->index(0, 1).data(Qt::ToolTipRole).toString().toStdString(), text);
+  DoubleClick(0);
+  const QWidget* entry = OpenEntry();
+  ASSERT_NE(entry, nullptr);
+  EXPECT_EQ(entry->windowTitle().toStdString(), "Trace Log - " + Cell(0, 0));
+  auto& field = Find<QPlainTextEdit>(*entry, "txtEntry");
+  EXPECT_EQ(field.toPlainText().remove('\n').toStdString(), text);
+  field.selectAll();
+  field.copy();
+  EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), text) << "as it was, however it is shown";
+  EXPECT_TRUE(field.isReadOnly());
+  EXPECT_FALSE(entry->isModal());
+  test::Click(*entry, "cmdCloseEntry");
+  EXPECT_EQ(OpenEntry(), nullptr);
+  DoubleClick(0);
+  ASSERT_NE(OpenEntry(), nullptr);
+  QTest::keyClick(OpenEntry(), Qt::Key_Escape);
+  EXPECT_EQ(OpenEntry(), nullptr);
+}
+
+TEST_F(TraceLogTest, TheWindowsOfEntriesGoWithTheLog) {
+  Open();
+  for (const char* text : {"one", "two"}) window_->AddEntry(text, "0");
+  (void)Descriptions(2);
+  DoubleClick(0);
+  DoubleClick(1);
+  EXPECT_EQ(window_->findChildren<QWidget*>("frmTraceEntry").size(), 2);
+  window_->close();
+  EXPECT_EQ(OpenEntry(), nullptr);
+  EXPECT_EQ(window_->findChildren<QWidget*>("frmTraceEntry").size(), 0);
 }
 
 TEST_F(TraceLogTest, TextsThatAreNotUtf8AreShownAllTheSame) {
@@ -303,6 +432,18 @@ TEST_F(TraceLogTest, ClosingTheWindowIsTheSameAsItsButton) {
   window_->AddEntry("unseen", "0");
   Open();
   EXPECT_THAT(DescriptionsLater(), IsEmpty());
+}
+
+TEST_F(TraceLogTest, ReturnPressesTheButtonThatHasTheKeyboard) {
+  Open();
+  window_->AddEntry("one", "0");
+  (void)Descriptions(1);
+  Find<QPushButton>(*window_, "cmdClear").setFocus();
+  QTest::keyClick(&Find<QPushButton>(*window_, "cmdClear"), Qt::Key_Return);
+  EXPECT_EQ(Rows(), 0);
+  Find<QPushButton>(*window_, "cmdClose").setFocus();
+  QTest::keyClick(&Find<QPushButton>(*window_, "cmdClose"), Qt::Key_Enter);
+  EXPECT_FALSE(window_->isVisible());
 }
 
 TEST_F(TraceLogTest, HelpDoesNothing) {

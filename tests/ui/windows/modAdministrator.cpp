@@ -1,10 +1,12 @@
 #include "ui/windows/modAdministrator.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <gmock/gmock.h>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <vector>
 
 #include "platform/system/System.h"
@@ -113,6 +115,21 @@ TEST_F(ModAdministrator, TheUsersFileIsMadeForTheEditorAndHandedToIt) {
   EXPECT_EQ(kill(pid, SIGKILL), 0);
   EXPECT_EQ(told, std::to_string(pid) + "\n" + odbc_.UserFile() + "\n");
   EXPECT_TRUE(std::filesystem::exists(odbc_.UserFile()));
+}
+
+TEST_F(ModAdministrator, AnOpenerThatOpensNothingIsSeenToFail) {
+  WriteProgram(InPrograms("xdg-open"), "exit 4\n");
+  const auto started = StartAdministrator(programs_.Path());
+  ASSERT_TRUE(started && started->opener);
+  std::optional<int> status;
+  for (int tries = 0; tries < 3000 && !status; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    status = started->opener->FailedStatus();
+  }
+  EXPECT_EQ(status, 4);
+  EXPECT_THAT(OpenerFailedText(4), ::testing::StartsWith("The desktop could not open the file of your ODBC data "
+                                                         "sources: xdg-open ended with the status 4.\n\nTo create"));
+  EXPECT_THAT(OpenerFailedText(4), ::testing::HasSubstr("edit the file \"" + odbc_.UserFile() + "\""));
 }
 
 TEST_F(ModAdministrator, AFileThatCannotBeMadeIsNotHandedToTheEditor) {

@@ -1,6 +1,0 @@
--- max rows 1
-SELECT "No" FROM "Customer" WHERE ("No"=1)
--- max rows 3
-SELECT "No","Name","City","Balance","Blocked","Created","Modified","Opens","Code" FROM "Customer" WHERE ( (("No"<1))) ORDER BY "No" DESC
--- max rows 3
-SELECT "No","Name","City","Balance","Blocked","Created","Modified","Opens","Code" FROM "Customer" ORDER BY "No"

@@ -1,4 +1,0 @@
--- max rows 1
-SELECT TOP 1 * FROM [dbo].[Customer] WHERE (1=2)
--- max rows 3
-SELECT TOP 3 [No],[Name],[City],[Balance],[Blocked],[Created],[Modified],[Opens],[Code],[Id],[Term] FROM [dbo].[Customer] ORDER BY [No]

@@ -1,2 +1,0 @@
--- max rows 3
-SELECT TOP 3 [No],[Name],[City],[Balance],[Blocked],[Created],[Modified],[Opens],[Code],[Id],[Term] FROM [dbo].[Customer] ORDER BY [No] DESC

@@ -1,4 +1,0 @@
--- max rows 1
-SELECT TOP 1 [Name],[No] FROM [dbo].[Customer] WHERE ([No]=3)
--- max rows 3
-SELECT TOP 3 [No],[Name],[City],[Balance],[Blocked],[Created],[Modified],[Opens],[Code],[Id],[Term] FROM [dbo].[Customer] WHERE ( (([Name]>'Smith & Sons') OR ([Name]>='Smith & Sons' AND [No]>3))) ORDER BY [Name], [No]

@@ -1,4 +1,0 @@
--- max rows 1
-SELECT TOP 1 [Name],[No] FROM (SELECT [No], [Name], [Balance] FROM [dbo].[Customer] WHERE [Balance] > -2000) AS [KORVANTASUBQUERYNAME] WHERE ([No]=3)
--- max rows 3
-SELECT TOP 3 [No],[Name],[Balance] FROM (SELECT [No], [Name], [Balance] FROM [dbo].[Customer] WHERE [Balance] > -2000) AS [KORVANTASUBQUERYNAME] WHERE ((([Name] <> 'Ann')) AND (([Name]>'Smith & Sons') OR ([Name]>='Smith & Sons' AND [No]>3))) ORDER BY [Name], [No]

@@ -1,4 +1,0 @@
--- max rows 1
-SELECT TOP 1 * FROM [dbo].[Customer] WHERE (1=2) ORDER BY [Name] ASC
--- max rows 3
-SELECT TOP 3 [No],[Name],[Balance] FROM [dbo].[Customer] WHERE ((([Name] <> 'Ann'))) ORDER BY [Name], [No]

@@ -1,6 +1,0 @@
--- max rows 1
-SELECT TOP 1 `No` FROM `Customer` WHERE (`No`=5)
--- max rows 3
-SELECT TOP 3 `No`,`Name`,`City`,`Balance`,`Blocked`,`Modified`,`Code`,`Id` FROM `Customer` WHERE ( ((`No`>5))) ORDER BY `No`
--- max rows 3
-SELECT TOP 3 `No`,`Name`,`City`,`Balance`,`Blocked`,`Modified`,`Code`,`Id` FROM `Customer` ORDER BY `No` DESC

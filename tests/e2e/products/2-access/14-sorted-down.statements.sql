@@ -1,2 +1,0 @@
--- max rows 3
-SELECT TOP 3 `No`,`Name`,`City`,`Balance`,`Blocked`,`Modified`,`Code`,`Id` FROM `Customer` ORDER BY `Name` DESC, `No` DESC

@@ -1,4 +1,0 @@
--- max rows 1
-SELECT RTRIM(LTRIM("No")) FROM "Customer" WHERE (RTRIM(LTRIM("No"))='C3')
--- max rows 3
-SELECT RTRIM(LTRIM("No")),RTRIM(LTRIM("Name")),RTRIM(LTRIM("City")),"Balance","Created" FROM "Customer" WHERE ( ((RTRIM(LTRIM("No"))<'C3'))) ORDER BY RTRIM(LTRIM("No")) DESC

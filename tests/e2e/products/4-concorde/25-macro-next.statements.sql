@@ -1,4 +1,0 @@
--- max rows 1
-SELECT RTRIM(LTRIM("Name")),RTRIM(LTRIM("No")) FROM "Customer" WHERE (RTRIM(LTRIM("No"))='C3') ORDER BY "Name" ASC
--- max rows 3
-SELECT RTRIM(LTRIM("No")),RTRIM(LTRIM("Name")),"Balance" FROM "Customer" WHERE (((RTRIM(LTRIM("Name")) <> 'Ann')) AND ((RTRIM(LTRIM("Name"))>'Smith & Sons') OR (RTRIM(LTRIM("Name"))>='Smith & Sons' AND RTRIM(LTRIM("No"))>'C3'))) ORDER BY RTRIM(LTRIM("Name")), RTRIM(LTRIM("No"))

@@ -1,1 +1,0 @@
-SELECT `Name`, `No` FROM `Customer` WHERE (1=2) ORDER BY `Name` ASC LIMIT 1

@@ -1,1 +1,0 @@
-SELECT `No`,`Name`,`City`,`Balance`,`Blocked`,`Created`,`Modified`,`Opens`,`Code` FROM `Customer` WHERE (((`City` = 'Oslo' OR `City` = 'Rome') AND (`Name` <> 'C:\') AND (`Balance` <= 2.5))) ORDER BY `No` LIMIT 3

@@ -1,1 +1,0 @@
-SELECT `No`,`Name`,`City`,`Balance`,`Blocked`,`Created`,`Modified`,`Opens`,`Code` FROM `Customer` WHERE (((`Created` > {d '2024-01-31'}) AND (`Modified` <= {ts '2024-03-01 12:00:00'}) AND (`Code` = 0x0A1B0002 OR `Code` = 0xFF))) ORDER BY `No` LIMIT 3

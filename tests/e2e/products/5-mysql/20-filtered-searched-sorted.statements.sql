@@ -1,1 +1,0 @@
-SELECT `No`,`Name`,`City`,`Balance`,`Blocked`,`Created`,`Modified`,`Opens`,`Code` FROM `Customer` WHERE (((`Name` > 'A') AND ((UCASE(`Name`) LIKE UCASE('%n%'))))) ORDER BY `Name`, `No` LIMIT 3

@@ -1,2 +1,0 @@
-SELECT * FROM (SELECT `No`, `Name`, `Balance` FROM `Customer` WHERE `Balance` > -2000) AS `KORVANTASUBQUERYNAME` WHERE (1=2) LIMIT 1
-SELECT `No`,`Name`,`Balance` FROM (SELECT `No`, `Name`, `Balance` FROM `Customer` WHERE `Balance` > -2000) AS `KORVANTASUBQUERYNAME` WHERE (((`Name` <> 'Ann'))) ORDER BY `Name`, `No` LIMIT 3

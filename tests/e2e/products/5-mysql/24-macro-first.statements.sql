@@ -1,2 +1,0 @@
-SELECT * FROM `Customer` WHERE (1=2) ORDER BY `Name` ASC LIMIT 1
-SELECT `No`,`Name`,`Balance` FROM `Customer` WHERE (((`Name` <> 'Ann'))) ORDER BY `Name`, `No` LIMIT 3

@@ -1,1 +1,0 @@
-SELECT * FROM `[dbo].[Customer]` WHERE (1=2) LIMIT 1

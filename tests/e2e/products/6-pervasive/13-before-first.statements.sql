@@ -1,6 +1,0 @@
--- max rows 1
-SELECT TOP 1 "No" FROM "Customer" WHERE ("No"=1)
--- max rows 3
-SELECT TOP 3 "No","Name","City","Balance","Blocked","Created","Modified","Opens","Code",CAST("Id" AS BINARY(16)),"Mark" FROM "Customer" WHERE ( (("No"<1))) ORDER BY "No" DESC
--- max rows 3
-SELECT TOP 3 "No","Name","City","Balance","Blocked","Created","Modified","Opens","Code",CAST("Id" AS BINARY(16)),"Mark" FROM "Customer" ORDER BY "No"

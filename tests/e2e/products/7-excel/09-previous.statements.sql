@@ -1,4 +1,0 @@
--- max rows 1
-SELECT `No` FROM `Customer$` WHERE (`No`=3)
--- max rows 3
-SELECT `No`,`Name`,`City`,`Balance`,`Blocked`,`Modified` FROM `Customer$` WHERE ( ((`No`<3))) ORDER BY `No` DESC

@@ -1,4 +1,0 @@
--- max rows 1
-SELECT `Name`,`No` FROM `Customer$` WHERE (`No`=4)
--- max rows 3
-SELECT `No`,`Name`,`City`,`Balance`,`Blocked`,`Modified` FROM `Customer$` WHERE ( ((`Name`<'{curly}') OR (`Name`<='{curly}' AND `No`<4))) ORDER BY `Name` DESC, `No` DESC

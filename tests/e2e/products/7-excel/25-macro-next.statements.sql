@@ -1,4 +1,0 @@
--- max rows 1
-SELECT `Name`,`No` FROM `Customer$` WHERE (`No`=3) ORDER BY `Name` ASC
--- max rows 3
-SELECT `No`,`Name`,`Balance` FROM `Customer$` WHERE (((`Name` <> 'Ann')) AND ((`Name`>'Smith & Sons') OR (`Name`>='Smith & Sons' AND `No`>3))) ORDER BY `Name`, `No`

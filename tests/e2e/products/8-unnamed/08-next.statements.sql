@@ -1,4 +1,0 @@
--- max rows 1
-SELECT "No_" FROM "Customer_Card" WHERE ("No_"=2)
--- max rows 3
-SELECT "No_","Name","City","Balance","Blocked","Created" FROM "Customer_Card" WHERE ( (("No_">2))) ORDER BY "No_"

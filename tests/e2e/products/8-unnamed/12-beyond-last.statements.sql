@@ -1,6 +1,0 @@
--- max rows 1
-SELECT "No_" FROM "Customer_Card" WHERE ("No_"=5)
--- max rows 3
-SELECT "No_","Name","City","Balance","Blocked","Created" FROM "Customer_Card" WHERE ( (("No_">5))) ORDER BY "No_"
--- max rows 3
-SELECT "No_","Name","City","Balance","Blocked","Created" FROM "Customer_Card" ORDER BY "No_" DESC

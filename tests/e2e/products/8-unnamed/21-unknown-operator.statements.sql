@@ -1,2 +1,0 @@
--- max rows 3
-SELECT "No_","Name","City","Balance","Blocked","Created" FROM "Customer_Card" WHERE ((())) ORDER BY "No_"

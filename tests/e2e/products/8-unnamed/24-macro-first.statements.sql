@@ -1,4 +1,0 @@
--- max rows 1
-SELECT * FROM "Customer_Card" WHERE (1=2) ORDER BY "Name" ASC
--- max rows 3
-SELECT "No_","Name","Balance" FROM "Customer_Card" WHERE ((("Name" <> 'Ann'))) ORDER BY "Name", "No_"
