@@ -123,9 +123,14 @@ void StatementsOnThisThread(benchmark::State& state) {
       state, [&](const std::string& sql, std::int32_t limit) { return database.OpenRecordSet(sql, limit, canceller); });
 }
 
-BENCHMARK(StatementsOnThisThread)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
-BENCHMARK(StatementsAlone)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
-BENCHMARK(TableDataHandler)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(StatementsOnThisThread)
+    ->Arg(100)
+    ->Arg(1000)
+    ->Unit(benchmark::kMicrosecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+BENCHMARK(StatementsAlone)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond)->MeasureProcessCPUTime()->UseRealTime();
+BENCHMARK(TableDataHandler)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond)->MeasureProcessCPUTime()->UseRealTime();
 
 }  // namespace
 

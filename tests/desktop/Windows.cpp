@@ -17,9 +17,7 @@
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <stdexcept>
-#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -31,7 +29,6 @@
 #include "e2e/ServerProcess.h"
 #include "log/Trace.h"
 #include "platform/ado/Ado.h"
-#include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "server/modMain.h"
 #include "support/OdbcFolder.h"
@@ -385,7 +382,8 @@ TEST_F(Windows, TheOptionsDialogIsOffTheScreenWhileTheServerConnects) {
       return true;
     });
     robot.Click("cmdOK");
-    robot.WaitForText("lblStatus", "Running");
+    // It said "Running" before, too: that means that requests are taken.
+    robot.WaitUntil("The connect", [&] { return !seen.status.empty(); });
     robot.Click("cmdStart");
   });
   EXPECT_EQ(seen.status, "Connect to Database");
@@ -394,44 +392,18 @@ TEST_F(Windows, TheOptionsDialogIsOffTheScreenWhileTheServerConnects) {
   EXPECT_TRUE(isUncovered);
 }
 
-/// A database server that takes connections and never says a word.
-class SilentServer {
- public:
-  SilentServer() {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto* const name = reinterpret_cast<sockaddr*>(&address);
-    if (bind(socket_.Get(), name, size) != 0 || listen(socket_.Get(), 8) != 0 ||
-        getsockname(socket_.Get(), name, &size) != 0) {
-      throw std::runtime_error("no socket");
-    }
-    port_ = ntohs(address.sin_port);
-  }
-  [[nodiscard]] int Port() const { return port_; }
-  /// Whoever is connected sees the end of it.
-  void End() { (void)socket_.Close(); }
-
- private:
-  FileHandle socket_{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
-  int port_ = 0;
-};
-
 TEST_F(Windows, WhileADatabaseDoesNotAnswerTheWindowsLiveAndCancelAnswers) {
-  if (ReadFileText(drivers_).find("[PostgreSQL Unicode]") == std::string::npos) GTEST_SKIP() << "no driver that waits";
-  SilentServer silent;
-  const std::string string = "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=" + std::to_string(silent.Port()) +
-                             ";Database=none;UID=nobody;PWD=none";
+  // Longer than the robot needs, and no longer: the driver's threads have to be gone at the end.
+  const std::string string =
+      "Driver=" ODS_PRODUCT_DRIVER ";Product=Slow;HangConnect=1;HangMilliseconds=12000;Database=" + Database();
   folders_.Configure(string);
-  const auto start = std::chrono::steady_clock::now();
   RunServer(
       [&](Robot& robot) {
         robot.WaitForText("lblStatus", "Connect to Database");
+        Picture(robot, "frmMain");
+        robot.Click("lblVersion");
         robot.WaitForActiveWindow("ODBC Data Server");
         robot.Press({"alt+t", "o"});
-        robot.WaitForActiveWindow("Configure ODBC Data Server");
-        Picture(robot, "frmMain");
         robot.Click("txtUserId");
         robot.Type("ann");
         robot.WaitForText("txtUserId", "ann");
@@ -447,9 +419,7 @@ TEST_F(Windows, WhileADatabaseDoesNotAnswerTheWindowsLiveAndCancelAnswers) {
         robot.Click("cmdStart");
       },
       "/connecttimeout=300");
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(200)) << "nobody waited for the limit";
-  silent.End();
-  for (int tries = 0; tries < 2000 && DriverCallsAreStuck(); ++tries) SleepMilliseconds(10);
+  for (int tries = 0; tries < 3000 && DriverCallsAreStuck(); ++tries) SleepMilliseconds(10);
   EXPECT_FALSE(DriverCallsAreStuck());
 }
 
@@ -530,14 +500,14 @@ int CloseBoxOf(std::future<int>& program, const std::string& title) {
 
 TEST_F(Windows, AStartThatFailsIsToldInABoxToo) {
   const std::string told = folders_.Root() + "/told";
-  WriteTextFile(folders_.Root() + "/data", "in the way");
+  WriteTextFile(folders_.Root() + "/file", "in the way");
   auto program = std::async(std::launch::async, [&] {
     return RunProgram({"/bin/sh", "-c", "exec \"$@\" 2> '" + told + "'", "sh", ODS_SERVER_PROGRAM,
-                       "/datafolder=" + folders_.Root() + "/data"});
+                       "/datafolder=" + folders_.Root() + "/file"});
   });
   EXPECT_EQ(CloseBoxOf(program, "^ODBC Data Server$"), 1);
   EXPECT_NE(ReadFileText(told).find("odbc-data-server: "), std::string::npos);
-  EXPECT_NE(ReadFileText(told).find(folders_.Root() + "/data"), std::string::npos);
+  EXPECT_NE(ReadFileText(told).find(folders_.Root() + "/file"), std::string::npos);
 }
 
 bool Exists(const std::string& path) { return std::filesystem::exists(path); }

@@ -1,5 +1,6 @@
 // Drivers that do not come back, seen through the system's own connection.
 #include <chrono>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <thread>
@@ -7,6 +8,7 @@
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "platform/ado/Ado.h"
+#include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods {
@@ -38,14 +40,7 @@ class Hanging : public ::testing::Test {
     connection->Open("DRIVER=" ODS_PRODUCT_DRIVER ";Product=Other;Database=" + File() + more);
     return connection;
   }
-  static Error ErrorOf(const std::function<void()>& action) {
-    try {
-      action();
-    } catch (const Error& error) {
-      return error;
-    }
-    return {0, ""};
-  }
+  static Error ErrorOf(const std::function<void()>& action) { return test::ErrorOf(action).value_or(Error(0, "")); }
   static bool NothingIsStuck() {
     for (int i = 0; i < 500 && DriverCallsAreStuck(); ++i) std::this_thread::sleep_for(milliseconds(20));
     return !DriverCallsAreStuck();
@@ -55,7 +50,7 @@ class Hanging : public ::testing::Test {
 };
 
 TEST_F(Hanging, AConnectIsGivenUpAndItsThreadCleansUpByItself) {
-  const Error error = ErrorOf([&] { (void)Open(";HangConnect=1;HangMilliseconds=1800"); });
+  const Error error = ErrorOf([&] { (void)Open(";HangConnect=1;HangMilliseconds=3000"); });
   EXPECT_EQ(error.Number(), kTimeOut);
   EXPECT_EQ(error.Description(), "The database did not answer within 1 seconds: connecting was given up.");
   EXPECT_TRUE(DriverCallsAreStuck());
@@ -86,7 +81,7 @@ TEST_F(Hanging, AFetchIsCancelledToo) {
 
 TEST_F(Hanging, ADriverThatIgnoresTheCancelLosesTheConnection) {
   for (const char* stubborn : {";IgnoreCancel=1", ";HangCancel=1"}) {
-    const auto connection = Open(std::string(";HangStatement=1;HangMilliseconds=4800") + stubborn);
+    const auto connection = Open(std::string(";HangStatement=1;HangMilliseconds=6500") + stubborn);
     EXPECT_EQ(ErrorOf([&] { (void)connection->OpenRecordSet("SELECT a FROM t", 0); }).Number(), kTimeOut);
     EXPECT_TRUE(connection->IsLost());
     EXPECT_TRUE(connection->IsStuck());
@@ -97,7 +92,7 @@ TEST_F(Hanging, ADriverThatIgnoresTheCancelLosesTheConnection) {
 }
 
 TEST_F(Hanging, ARecordSetWhoseFetchIsStuckIsAtItsEnd) {
-  const auto connection = Open(";HangFetch=600;HangMilliseconds=4800;IgnoreCancel=1");
+  const auto connection = Open(";HangFetch=600;HangMilliseconds=6500;IgnoreCancel=1");
   const auto rows = connection->OpenRecordSet("SELECT a FROM t ORDER BY a", 0);
   EXPECT_EQ(ErrorOf([&] {
               for (; !rows->AtEnd(); rows->MoveNext()) {

@@ -78,8 +78,8 @@ TEST_P(Limits, AServerThatIsSilentIsGivenUpAfterTheLimit) {
   const auto connection = CreateOdbcConnection();
   connection->SetLimits({.connectSeconds = 1});
   const double took = SecondsOf([&] {
-    ExpectError([&] { connection->Open(std::string("Driver=") + GetParam().driver + listener.Target()); },
-                Hex(kTimeOut), "The database did not answer within 1 seconds: connecting was given up.");
+    EXPECT_RAISES(connection->Open(std::string("Driver=") + GetParam().driver + listener.Target()), Hex(kTimeOut),
+                  "The database did not answer within 1 seconds: connecting was given up.");
   });
   EXPECT_GE(took, 1);
   EXPECT_LT(took, 10);
@@ -89,8 +89,8 @@ TEST_P(Limits, AServerThatIsSilentIsGivenUpAfterTheLimit) {
 
 TEST_P(Limits, AStatementThatRunsOutIsEndedInTheDatabaseAndTheSessionGoesOn) {
   const auto connection = Open({.statementSeconds = 1});
-  ExpectError([&] { (void)connection->OpenRecordSet(GetParam().sleep, 0); }, Hex(kTimeOut),
-              "The database did not answer within 1 seconds: the statement was given up.");
+  EXPECT_RAISES(connection->OpenRecordSet(GetParam().sleep, 0), Hex(kTimeOut),
+                "The database did not answer within 1 seconds: the statement was given up.");
   EXPECT_TRUE(SleepEnds());
   EXPECT_FALSE(connection->IsLost());
   EXPECT_EQ(SafeLng(ReadOne(*connection, "SELECT 7")), 7);
@@ -99,8 +99,8 @@ TEST_P(Limits, AStatementThatRunsOutIsEndedInTheDatabaseAndTheSessionGoesOn) {
 TEST_P(Limits, WithoutALimitOfTheDriverTheStatementIsCancelledAllTheSame) {
   int asked = 0;
   const auto connection = Open({.statementSeconds = 0, .giveUp = [&] { return ++asked > 20; }});
-  ExpectError([&] { (void)connection->OpenRecordSet(GetParam().sleep, 0); }, error_number::kGeneralFailure,
-              "The call of the database driver was given up: the statement.");
+  EXPECT_RAISES(connection->OpenRecordSet(GetParam().sleep, 0), error_number::kGeneralFailure,
+                "The call of the database driver was given up: the statement.");
   EXPECT_GT(asked, 20);
   EXPECT_TRUE(SleepEnds());
 }
