@@ -2,7 +2,6 @@
 // readers, users who share a queue.
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <set>
 #include <sys/resource.h>
