@@ -69,27 +69,6 @@ TEST(FolderLevelsTest, TheRootIsNoLevel) {
   for (const char* path : {"C:", "C:\\", "C:/", "\\"}) EXPECT_THAT(FolderLevels(path, '\\'), IsEmpty()) << path;
 }
 
-TEST_F(FilesTest, MkDirRecurseCreatesWhatIsMissing) {
-  MkDirRecurse(Path("a/b/c/"));
-  EXPECT_TRUE(fs::is_directory(Path("a/b/c")));
-  const auto before = fs::last_write_time(Path("a/b"));
-  MkDirRecurse(Path("a/b/c"));
-  EXPECT_EQ(fs::last_write_time(Path("a/b")), before);
-  MkDirRecurse(Path("a/x"));
-  EXPECT_TRUE(fs::is_directory(Path("a/x")));
-}
-
-TEST_F(FilesTest, MkDirRecurseTellsTheStepThatFailed) {
-  const std::string file = Write("file", "");
-  EXPECT_RAISES(MkDirRecurse(file), 1000,
-                "Error creating folder path " + file + ": File exists. Create folder '" + file + "'.");
-  EXPECT_RAISES(MkDirRecurse(file + "/a"), 1000,
-                "Error creating folder path " + file + "/a: File exists. Create folder '" + file + "'.");
-  const std::string longName = Path(std::string(300, 'a'));
-  EXPECT_RAISES(MkDirRecurse(longName), 1000,
-                "Error creating folder path " + longName + ": File name too long. Check if '" + longName + "' exists.");
-}
-
 TEST_F(FilesTest, ReadFileGivesTheBytesAsTheyAre) {
   const std::string path = Write("bytes", std::string("\xEF\xBB\xBF a\0\r\n\xFF", 9));
   EXPECT_EQ(ReadFile(path), (Bytes{0xEF, 0xBB, 0xBF, ' ', 'a', 0, '\r', '\n', 0xFF}));

@@ -17,6 +17,7 @@
 #include "platform/system/FileHandle.h"
 #include "platform/system/IniText.h"
 #include "platform/system/OdbcFiles.h"
+#include "platform/system/ReplaceFile.h"
 #include "platform/system/System.h"
 
 namespace ods {
