@@ -72,10 +72,11 @@ run_ctest() {
   (cd -- "$ODS_ROOT" && ctest --preset "$1" "${ctest_options[@]}" 2>&1) | tee "$folder/ctest-$1.log"
 }
 
-# build_meanwhile PRESET [TARGET...]: starts a build in a process group of its own; its output goes into a file.
+# build_meanwhile PRESET [TARGET...]: starts a build in a process group of its own, behind everything else that runs; its
+# output goes into a file.
 build_meanwhile() {
   set -m
-  build_preset "$@" >"$folder/build-$1.log" 2>&1 &
+  (renice --priority 10 --pid "$BASHPID" >/dev/null && build_preset "$@") >"$folder/build-$1.log" 2>&1 &
   builder=$!
   set +m
 }
