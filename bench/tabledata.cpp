@@ -3,7 +3,6 @@
 #include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <string>
 
 #include "common/ComponentRegistry.h"

@@ -18,7 +18,7 @@ DESKTOP_PACKAGES=(xvfb openbox xdotool fonts-dejavu-core)
 # What builds and runs the fuzzers.
 FUZZ_PACKAGES=(clang libclang-rt-dev)
 # What checks the sources.
-LINT_PACKAGES=(clang-format clang-tidy shellcheck)
+LINT_PACKAGES=(clang-format clang-tidy shellcheck python3)
 
 say() { printf '==> %s\n' "$*"; }
 die() {
@@ -69,11 +69,7 @@ build_preset() {
 list_sources() {
   (
     cd -- "$ODS_ROOT" || exit
-    local folders=() folder
-    for folder in src client controller samples tests bench; do
-      [[ ! -d $folder ]] || folders+=("$folder")
-    done
-    find "${folders[@]}" -type f \( -name '*.cpp' -o -name '*.h' \) -print0 | sort --zero-terminated
+    find src client samples tests bench -type f \( -name '*.cpp' -o -name '*.h' \) -print0 | sort --zero-terminated
   )
 }
 

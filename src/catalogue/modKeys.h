@@ -1,7 +1,6 @@
 // Keys: their texts, the choice or construction of a primary key, and the requests `KeyList` and `PrimaryKey`.
 #pragma once
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>

@@ -15,6 +15,7 @@ inline constexpr std::int32_t kOverflow = 6;
 inline constexpr std::int32_t kTypeMismatch = 13;
 inline constexpr std::int32_t kFileNotFound = 53;
 inline constexpr std::int32_t kFileExists = 58;
+inline constexpr std::int32_t kDiskFull = 61;
 inline constexpr std::int32_t kObjectMissing = 91;
 inline constexpr std::int32_t kCannotCreate = 429;
 inline constexpr std::int32_t kOwn = 1000;

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <system_error>
 
@@ -57,19 +58,6 @@ Container ReadWhole(const std::string& path) {
   return content;
 }
 
-[[noreturn]] void RaiseFolderError(std::string_view path, const std::error_code& reason, const std::string& step) {
-  throw Error(error_number::kOwn,
-              "Error creating folder path " + std::string(path) + ": " + reason.message() + ". " + step);
-}
-
-bool FolderExists(std::string_view path, const std::string& folder) {
-  std::error_code reason;
-  const fs::file_status status = fs::status(folder, reason);
-  // A missing folder is an answer, anything else that keeps it from being looked at is a failure.
-  if (status.type() == fs::file_type::none) RaiseFolderError(path, reason, "Check if '" + folder + "' exists.");
-  return fs::is_directory(status);
-}
-
 }  // namespace
 
 std::string JoinPath(std::string_view folder, std::string_view name) {
@@ -104,15 +92,6 @@ std::vector<std::string> FolderLevels(std::string_view path, char separator) {
     }
   }
   return levels;
-}
-
-void MkDirRecurse(std::string_view path) {
-  for (const std::string& folder : FolderLevels(path)) {
-    if (FolderExists(path, folder)) continue;
-    std::error_code reason;
-    fs::create_directory(folder, reason);
-    if (reason) RaiseFolderError(path, reason, "Create folder '" + folder + "'.");
-  }
 }
 
 Bytes ReadFile(const std::string& path) { return ReadWhole<Bytes>(path); }

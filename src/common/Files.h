@@ -1,7 +1,6 @@
-// Whole files, folders created level by level, and path texts.
+// Whole files and path texts.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,10 +25,6 @@ inline constexpr char kPathSeparator = '/';
 /// every "/" counts as one too. A trailing separator is dropped. Of a network path, which begins with two separators,
 /// the server and the share are left out. The root itself ("/"; with the separator "\" a drive as "C:") is not a level.
 [[nodiscard]] std::vector<std::string> FolderLevels(std::string_view path, char separator = kPathSeparator);
-
-/// Creates every missing folder of `path`. On failure raises error 1000 (or the system's) whose text ends with the
-/// step: "Prepare path.", "Create path array.", "Check if '" + folder + "' exists.", "Create folder '" + folder + "'.".
-void MkDirRecurse(std::string_view path);
 
 /// The bytes of a file; none for an empty file. Raises error 1000 "Function ReadFile does not accept an empty file name
 /// as parameter." for "", "Function ReadFile was not able to get a free file handle." when the process has no handle

@@ -1,7 +1,6 @@
 // A dynamically typed value: what a record set field, a dictionary entry or a message text can hold.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <memory>
 #include <optional>

@@ -42,7 +42,7 @@ struct Dialect {
 
   // Names.
   /// The identifier quote on both sides where the driver tells none; "": names then stand bare.
-  std::string_view quoteWhereNoneIsTold = "";
+  std::string_view quoteWhereNoneIsTold = {};
   bool bracketedNames = false;      ///< tables are named with their schema, each part in brackets
   bool underscoresAreDots = false;  ///< drivers write "_" for the "." of a name
   bool namesEndInDollar = false;    ///< a "$" at the end of a table's name is no part of what it is called

@@ -1,8 +1,6 @@
 #include "database/modSelect.h"
 
 #include <algorithm>
-#include <array>
-#include <utility>
 
 #include "common/Error.h"
 #include "common/Text.h"

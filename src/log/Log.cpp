@@ -1,12 +1,16 @@
 #include "log/Log.h"
 
 #include <cmath>
+#include <filesystem>
 #include <limits>
+#include <system_error>
 
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/Folders.h"
+#include "platform/system/ReplaceFile.h"
 #include "platform/system/System.h"
 
 namespace ods {
@@ -55,7 +59,7 @@ void Log::LogEntry(std::int32_t severity, const std::vector<Value>& msg) {
   line += kLineEnd;
 
   const std::string path = PathOf(now);
-  const std::uint64_t size = AppendToPrivateFile(path, line);
+  const std::uint64_t size = Append(path, line);
   if (maxsize > 0 && size > static_cast<std::uint64_t>(maxsize)) Trim(path);
 }
 
@@ -63,6 +67,18 @@ void Log::LogEntry(std::int32_t severity, const Value& msg) { LogEntry(severity,
 
 void Log::LogSysEntry() {
   LogEntry(0, "User=" + CurrentUserName() + ", Computer=" + ComputerName() + ", Process=" + std::to_string(processId_));
+}
+
+/// Somebody may have cleared the folder away: it is made anew then.
+std::uint64_t Log::Append(const std::string& path, std::string_view line) const {
+  try {
+    return AppendToPrivateFile(path, line);
+  } catch (const Error&) {
+    std::error_code unknown;
+    if (std::filesystem::exists(folder, unknown) || unknown) throw;
+  }
+  MkDirRecurse(folder);
+  return AppendToPrivateFile(path, line);
 }
 
 void Log::Trim(const std::string& path) const {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "common/Value.h"
@@ -22,7 +23,8 @@ class Log {
   /// True when today's file can be opened for appending.
   [[nodiscard]] bool isOpen() const;
   /// Writes one line: 'yyyy-mm-dd hh:nn:ss', counter, severity, 'item', ... in local time, ended by CR LF.
-  /// Raises error 1000 when the file cannot be written, error 6 when the counter overflows.
+  /// A folder that is missing is made, readable by its owner alone. Raises error 1000 when the file cannot be written,
+  /// error 6 when the counter overflows.
   void LogEntry(std::int32_t severity, const std::vector<Value>& msg);
   void LogEntry(std::int32_t severity, const Value& msg);
   /// Writes the user, the computer and the process as one entry.
@@ -33,6 +35,7 @@ class Log {
 
  private:
   void PreLog();
+  [[nodiscard]] std::uint64_t Append(const std::string& path, std::string_view line) const;
   void Trim(const std::string& path) const;
 
   std::uint32_t processId_;

@@ -19,6 +19,7 @@ namespace {
 void Tell(const std::exception& error) { std::cerr << "odbc-data-server: " << error.what() << std::endl; }
 
 int RunServer(int argc, const char* const* argv) {
+  ods::TakeFailuresInsteadOfSignals();
   ods::StopSignals stopSignals;
   ods::SwitchingUserInterface ui;
   ods::Tracer tracer(ui);

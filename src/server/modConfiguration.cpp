@@ -7,7 +7,6 @@
 #include "common/Attempt.h"
 #include "common/Error.h"
 #include "common/Files.h"
-#include "platform/system/System.h"
 #include "server/Product.h"
 
 namespace ods {
@@ -32,10 +31,10 @@ void SaveDefault(const std::string& path) {
   document.Save(path);
 }
 
-/// The document of the file, or the default one when it does not parse.
-XmlDocument ReadSettings(const std::string& path) {
+/// The document of a file's text, or the default one when it does not parse.
+XmlDocument ParseSettings(const std::string& text) {
   XmlDocument document;
-  return document.LoadXML(ReadFileText(path)) ? std::move(document) : CreateDefaultSettings();
+  return document.LoadXML(text) ? std::move(document) : CreateDefaultSettings();
 }
 
 void RaiseAgain(const std::string& what, const std::string& path, const Error& failure) {
@@ -70,8 +69,11 @@ void LoadConfiguration(const std::string& path, Configuration& configuration) {
   }
   const auto failure = Attempt([&] {
     Configuration loaded;
-    loaded.modificationStamp = FileModificationStamp(path);
-    const XmlDocument document = ReadSettings(path);
+    // Before the file is read: a change while it is read then shows.
+    loaded.file = FactsOf(path).value_or(FileFacts{});
+    loaded.settled = IsSettled(loaded.file.changed);
+    loaded.fileText = ReadFileText(path);
+    const XmlDocument document = ParseSettings(loaded.fileText);
     loaded.DSN = GetNodeText(document, kDsn.xpath);
     loaded.ConnectionString = GetNodeText(document, kConnectionString.xpath);
     loaded.User = GetNodeText(document, kUser.xpath);
@@ -80,6 +82,18 @@ void LoadConfiguration(const std::string& path, Configuration& configuration) {
     configuration = std::move(loaded);
   });
   if (failure) RaiseAgain("Error loading configuration file from ", path, *failure);
+}
+
+bool ConfigurationChanged(const std::string& path, Configuration& configuration) {
+  const auto now = FactsOf(path);
+  if (!now || now->modified != configuration.file.modified) return true;
+  if (*now == configuration.file && configuration.settled) return false;
+  const bool settled = IsSettled(now->changed);
+  std::string text;
+  if (Attempt([&] { text = ReadFileText(path); }) || text != configuration.fileText) return true;
+  configuration.file = *now;
+  configuration.settled = settled;
+  return false;
 }
 
 void SaveConfiguration(const std::string& path, const Configuration& configuration) {

@@ -4,22 +4,24 @@
 // the password as plain text).
 #pragma once
 
-#include <cstdint>
 #include <string>
 
+#include "platform/system/FolderFiles.h"
 #include "platform/xml/Xml.h"
 
 namespace ods {
 
-/// What the file holds, and when it was loaded.
+/// What the file holds, and how it looked when it was loaded.
 struct Configuration {
   std::string DSN;
   std::string ConnectionString;
   std::string User;
   std::string Password;
   bool DebugMode = false;
-  /// `FileModificationStamp` of the file at the load.
-  std::int64_t modificationStamp = 0;
+  FileFacts file;        ///< told by the system just before the file was read
+  std::string fileText;  ///< all of it
+  /// The file had not changed for so long that its next change shows in `file`.
+  bool settled = false;
 };
 
 /// The document of a server that nobody has configured yet.
@@ -30,8 +32,13 @@ struct Configuration {
 /// file from " + path + the cause, and leaves `configuration` as it was then.
 void LoadConfiguration(const std::string& path, Configuration& configuration);
 
-/// Writes the settings over the file. Raises error 1000 naming the path, and 0x80004005 for a setting that XML cannot
-/// carry.
+/// True when the file is another one than at the load: by its modification time, or by its text where anything else of
+/// it differs. Times of files go in steps: a file that was read within two seconds of a change is read again until it
+/// is older, so that no change is missed, however soon after the reading it came (`configuration` remembers that).
+[[nodiscard]] bool ConfigurationChanged(const std::string& path, Configuration& configuration);
+
+/// Writes the settings over the file, which keeps its owner, its mode and its place behind a link. Raises error 1000
+/// naming the path, and 0x80004005 for a setting that XML cannot carry.
 void SaveConfiguration(const std::string& path, const Configuration& configuration);
 
 }  // namespace ods

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <limits>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,11 +54,10 @@ class Loop {
   void TraceConditions(std::string_view which) const;
   [[nodiscard]] bool ParentMutexExists() const;
   [[nodiscard]] bool MustStop();
-  /// One round; false when the loop has to be left at once.
-  [[nodiscard]] bool Round();
+  void Round();
 
   void ReloadWhenChanged();
-  void Reload(std::int64_t stamp);
+  void Reload();
   void SetReconnect();
   void ReportNoDatabase(const std::optional<Error>& failure);
   void ConnectToDatabase(bool again = false);
@@ -72,11 +72,15 @@ class Loop {
   void GiveBackMemory();
   void Pause();
 
+  [[nodiscard]] bool CanSend();
   [[nodiscard]] std::optional<std::string> Poll();
-  [[nodiscard]] bool AnswerMessage(const std::string& id);
+  void AnswerMessage(const std::string& id);
   [[nodiscard]] std::string ReceiveAndDispatch(XmlDocument& response);
   [[nodiscard]] std::string StampedText(XmlDocument& response);
+  [[nodiscard]] std::string ErrorDocumentText(const Error& error) const;
   [[nodiscard]] bool SendAnswer(const std::string& id, std::string text);
+  [[nodiscard]] std::optional<Error> Send(const std::string& id, std::string text);
+  void TraceSendFailure(const std::string& id, const Error& failure);
 
   const LoopContext& context_;
   Settings& settings_;
@@ -89,12 +93,14 @@ class Loop {
   Database database_;
   std::shared_ptr<Queue> incoming_;
   std::shared_ptr<Queue> outgoing_;
-  bool polled_ = false;               ///< the round before polled
-  SteadyClock::time_point gaveBack_;  ///< when memory was given back
-  std::int32_t gaveBackAfter_ = 0;    ///< the request count then
-  ToldOnce queueFailure_;             ///< the failure that the queues are in
-  ToldOnce reload_;                   ///< the reload that is tried, by the stamp of the file
-  ToldOnce reloadFailure_;            ///< the failure of that reload
+  bool polled_ = false;                     ///< the round before polled
+  SteadyClock::time_point gaveBack_;        ///< when memory was given back
+  std::int32_t gaveBackAfter_ = 0;          ///< the request count then
+  ToldOnce queueFailure_;                   ///< the failure that the queues are in
+  ToldOnce reload_;                         ///< the reload that is tried, by the stamp of the file
+  ToldOnce reloadFailure_;                  ///< the failure of that reload
+  bool sendingFails_ = false;               ///< the last answer could not be sent
+  std::map<std::string, ToldOnce> unsent_;  ///< why an answer could not be sent, by message id
 };
 
 Loop::Loop(const LoopContext& context)
@@ -116,8 +122,7 @@ void Loop::Run() {
   TraceConditions("Start");
   context_.signals.AliveHeartbeat();
   process_.ui->LetEventsRun();
-  while (!MustStop() && Round()) {
-  }
+  while (!gaveUpDriver_ && !MustStop()) Round();
   TraceConditions("Stop");
   state_.statusText = status_text::kStopped;
   Trace("Exit main loop");
@@ -135,7 +140,7 @@ bool Loop::MustStop() {
   return !state_.RunFlag || (!settings_.parentmutex.empty() && !ParentMutexExists());
 }
 
-bool Loop::Round() {
+void Loop::Round() {
   ReloadWhenChanged();
   if (ExcelWorkbookChanged(database_) && !settings_.configuration.ConnectionString.empty()) SetReconnect();
   if (state_.databaseConnectPending) {
@@ -143,32 +148,22 @@ bool Loop::Round() {
   } else if (reconnect_.IsDue(SteadyClock::now())) {
     ConnectToDatabase(true);
   }
-  if (state_.queueConnectPending && !ConnectToQueues()) {
-    Pause();
-    return true;
-  }
-  if (!state_.pollingEnabled) {
-    StayStopped();
-    return true;
-  }
+  if (state_.queueConnectPending && !ConnectToQueues()) return Pause();
+  if (!state_.pollingEnabled) return StayStopped();
+  if (!CanSend()) return Pause();
   const std::optional<std::string> id = Poll();
-  if (!id) {
-    Pause();
-    return true;
-  }
+  if (!id) return Pause();
   if (!id->empty()) return AnswerMessage(*id);
   LetOthersRun();
-  return true;
 }
 
 void Loop::ReloadWhenChanged() {
-  const std::int64_t stamp = FileModificationStamp(settings_.config);
-  if (stamp != settings_.configuration.modificationStamp) Reload(stamp);
+  if (ConfigurationChanged(settings_.config, settings_.configuration)) Reload();
 }
 
 /// A file that cannot be read now leaves the settings as they are and is tried again every round.
-void Loop::Reload(std::int64_t stamp) {
-  if (reload_.IsNew(std::to_string(stamp))) {
+void Loop::Reload() {
+  if (reload_.IsNew(std::to_string(FileModificationStamp(settings_.config)))) {
     reloadFailure_.Clear();
     Trace("Reload ini-file from: " + FormatDate(FileModificationTime(settings_.config)));
   }
@@ -339,6 +334,13 @@ void Loop::Pause() {
   LetOthersRun();
 }
 
+/// False while not the smallest answer can be sent: then no message is taken, and nothing asked of the database in
+/// vain.
+bool Loop::CanSend() {
+  if (sendingFails_) sendingFails_ = !outgoing_->CanSend();
+  return !sendingFails_;
+}
+
 /// The id of a message, "" when none is waiting, nothing when the queue failed. The next round polls the same queue
 /// object again: it knows which message it must not give twice.
 std::optional<std::string> Loop::Poll() {
@@ -357,7 +359,7 @@ std::optional<std::string> Loop::Poll() {
   return id;
 }
 
-bool Loop::AnswerMessage(const std::string& id) {
+void Loop::AnswerMessage(const std::string& id) {
   const SteadyClock::time_point start = SteadyClock::now();
   if (state_.requestCount == std::numeric_limits<std::int32_t>::max()) {
     throw Error(error_number::kOverflow, "Overflow of the request count");
@@ -367,12 +369,14 @@ bool Loop::AnswerMessage(const std::string& id) {
   const std::string type = ReceiveAndDispatch(response);
   if (gaveUpDriver_) {
     Trace("Message " + id + " is left for the next server: the database driver did not come back before the stop.");
-    return false;
+    return;
   }
-  if (!SendAnswer(id, StampedText(response))) return false;
-  process_.tracer->Trace(type + id, SecondsSince(start));
+  if (SendAnswer(id, StampedText(response))) {
+    process_.tracer->Trace(type + id, SecondsSince(start));
+  } else {
+    --state_.requestCount;  // it will be received again
+  }
   LetOthersRun();
-  return true;
 }
 
 /// Fills the response, whatever happens, and gives the type of the message.
@@ -424,31 +428,55 @@ std::string Loop::StampedText(XmlDocument& response) {
     text = response.Xml();
     RequireResponseBytes(text.size());
   });
-  if (!failure) return text;
-  FillErrorDocument(response, *failure);
-  StampResponse(response, process_.ServerSessionId);
-  return response.Xml();
+  return failure ? ErrorDocumentText(*failure) : text;
 }
 
-/// Sends until it is done. False when the loop was stopped meanwhile: the message stays taken, and the next server that
-/// connects to the queue answers it.
+/// The text of an error document with the id of this server in it.
+std::string Loop::ErrorDocumentText(const Error& error) const {
+  XmlDocument document;
+  FillErrorDocument(document, error);
+  StampResponse(document, process_.ServerSessionId);
+  return document.Xml();
+}
+
+/// Sends the answer, or an error document where there is no room for the answer. False when it could not be sent: the
+/// message waits again then, and is answered anew after others had their turn.
 bool Loop::SendAnswer(const std::string& id, std::string text) {
-  outgoing_->SetPackage(std::move(text));
-  auto failure = Attempt([&] { outgoing_->Send(id); });
-  ToldOnce told;
-  while (failure) {
-    const std::string failureText = "Error sending answer to message " + id + ". " + ErrorText(*failure);
-    if (told.IsNew(failureText)) TraceError(failureText);
-    // An answer of that id waits already, or nobody can be waiting under such an id: nothing more can be done.
-    if (failure->Number() == error_number::kFileExists || !MessageFileName(id)) break;
-    Pause();
-    if (MustStop()) return false;
-    failure = Attempt([&] { outgoing_->Send(id); });
+  const std::size_t size = text.size();
+  auto failure = Send(id, std::move(text));
+  if (failure && failure->Number() == error_number::kDiskFull) {
+    const std::string smaller =
+        ErrorDocumentText({failure->Number(), "There is no room for the answer of " + std::to_string(size) +
+                                                  " bytes. Ask for fewer rows or fields, or ask again later."});
+    if (smaller.size() < size) failure = Send(id, smaller);
   }
+  // An answer of that id waits already, or nobody can be waiting under such an id: nothing more can be done.
+  const bool hopeless = failure && (failure->Number() == error_number::kFileExists || !MessageFileName(id));
+  sendingFails_ = failure && !hopeless;
+  if (sendingFails_) {
+    if (const auto kept = Attempt([&] { incoming_->PutBack(); })) TraceSendFailure(id, *kept);
+    return false;
+  }
+  unsent_.erase(id);
   if (const auto unanswered = Attempt([&] { incoming_->Answered(); })) {
     TraceError("Error removing message " + id + ". " + ErrorText(*unanswered));
   }
   return true;
+}
+
+std::optional<Error> Loop::Send(const std::string& id, std::string text) {
+  outgoing_->SetPackage(std::move(text));
+  auto failure = Attempt([&] { outgoing_->Send(id); });
+  if (failure) TraceSendFailure(id, *failure);
+  return failure;
+}
+
+/// Once for each message, until its failure is another one.
+void Loop::TraceSendFailure(const std::string& id, const Error& failure) {
+  constexpr std::size_t kMostKept = 1000;
+  const std::string text = "Error sending answer to message " + id + ". " + ErrorText(failure);
+  if (unsent_.size() >= kMostKept && !unsent_.contains(id)) unsent_.clear();
+  if (unsent_[id].IsNew(text)) TraceError(text);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 //
 // A round tests the stop conditions, reloads the configuration file when it changed, connects what is pending, then
 // polls the incoming queue and answers the message that it gave. A message is answered before the loop ends or
-// reconnects, or stays in the queue; no failure of a request, of a queue or of the database ends the loop.
+// reconnects, or goes back into the queue; no failure of a request, of a queue or of the database ends the loop.
 #pragma once
 
 #include <functional>

@@ -1,6 +1,7 @@
 #include "server/modMain.h"
 
 #include <charconv>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <system_error>
@@ -15,6 +16,7 @@
 #include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
 #include "platform/system/COpSysInfo.h"
+#include "platform/system/Folders.h"
 #include "platform/system/System.h"
 #include "server/Parameters.h"
 #include "server/Product.h"
@@ -126,6 +128,7 @@ void Server::StartUp(const std::string& commandLine) {
   LoadIniFile();
   PrepareQueue("Incoming Queue: ", "inqueue", "Requests", *parameters, settings_.inqueue);
   PrepareQueue("Outgoing Queue: ", "outqueue", "Results", *parameters, settings_.outqueue);
+  RequireTwoQueues();
   StatusSignals signals(surroundings_.tracer, settings_.messagefile, settings_.alivefile);
   signals.AliveHeartbeat();
   RunMode(signals);
@@ -211,6 +214,15 @@ void Server::PrepareQueue(const char* caption, ParameterName parameter, const ch
   if (folder.empty()) folder = JoinPath(QueueFolder(defaults_, settings_.instance), defaultName);
   Trace(caption + folder);
   MkDirRecurse(folder);
+}
+
+/// A server that answers into its own requests would take each answer for a request, without end.
+void Server::RequireTwoQueues() const {
+  std::error_code unknown;
+  if (!std::filesystem::equivalent(settings_.inqueue, settings_.outqueue, unknown)) return;
+  throw Error(error_number::kOwn, "The parameters inqueue (\"" + settings_.inqueue + "\") and outqueue (\"" +
+                                      settings_.outqueue +
+                                      "\") name the same folder: requests and answers need a folder each.");
 }
 
 void Server::RunMode(StatusSignals& signals) {

@@ -66,6 +66,7 @@ class Server {
   void LoadIniFile();
   void PrepareQueue(const char* caption, ParameterName parameter, const char* defaultName, const Dictionary& parameters,
                     std::string& folder) const;
+  void RequireTwoQueues() const;
   void RunMode(StatusSignals& signals);
   void RunServer(StatusSignals& signals);
   void TellNoDataSource(StatusSignals& signals);

@@ -85,16 +85,17 @@ std::string SafeQuote(DataSession& session, const std::string& table, const std:
 
 void Column::LookUp() {
   if (type_ != nullptr) return;
-  const FieldDescription& description = RequireField(*session_, *table_, field_);
-  dataType_ = description.Type;
-  definedSize_ = description.DefinedSize;
-  type_ = &GetTypeEntry(*session_, dataType_);
+  type_ = &GetTypeEntry(*session_, DataType());
   literal_ = FindLiteral(type_->SafeValFunction);
 }
 
 std::int32_t Column::DataType() {
-  LookUp();
-  return dataType_;
+  if (!dataType_) {
+    const FieldDescription& description = RequireField(*session_, *table_, field_);
+    definedSize_ = description.DefinedSize;
+    dataType_ = description.Type;
+  }
+  return *dataType_;
 }
 
 const TypeEntry& Column::Type() {

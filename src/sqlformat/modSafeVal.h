@@ -23,9 +23,9 @@ class Column {
   [[nodiscard]] const DataSession& Session() const { return *session_; }
   [[nodiscard]] const std::string& Table() const { return *table_; }
   [[nodiscard]] const std::string& Field() const { return field_; }
-  /// The ADO data type number. Raises as `RequireField` and `GetTypeEntry`, as all that follows.
+  /// The ADO data type number, which the type table need not have. Raises as `RequireField`.
   [[nodiscard]] std::int32_t DataType();
-  /// The row of its type in the type table.
+  /// The row of its type in the type table. Raises as `RequireField` and `GetTypeEntry`, as all that follows.
   [[nodiscard]] const TypeEntry& Type();
   /// As `SafeQuote`.
   [[nodiscard]] const std::string& Expression();
@@ -40,7 +40,7 @@ class Column {
   std::string field_;
   const TypeEntry* type_ = nullptr;  ///< nullptr until the column was looked up
   LiteralRoutine literal_ = nullptr;
-  std::int32_t dataType_ = 0;
+  std::optional<std::int32_t> dataType_;
   std::int64_t definedSize_ = 0;
   std::optional<std::string> expression_;
 };

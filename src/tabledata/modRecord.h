@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
 #include "database/DataSession.h"
 #include "platform/xml/Xml.h"

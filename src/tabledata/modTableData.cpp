@@ -4,11 +4,9 @@
 #include <array>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include "catalogue/modKeys.h"

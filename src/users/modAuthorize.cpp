@@ -1,6 +1,5 @@
 #include "users/modAuthorize.h"
 
-#include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>

@@ -1,8 +1,6 @@
 #include "users/modUsersAndRoles.h"
 
 #include <array>
-#include <cstdint>
-#include <memory>
 
 #include "common/Conversions.h"
 #include "common/Error.h"

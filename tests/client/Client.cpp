@@ -1,5 +1,4 @@
 // Runs the real client program, which lies beside the test program, against a server played by the test.
-#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <gmock/gmock.h>

@@ -1,7 +1,6 @@
 #include "common/Conversions.h"
 
 #include <bit>
-#include <charconv>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "common/Error.h"
+#include "support/EnvironmentValue.h"
 #include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 
@@ -68,27 +69,6 @@ TEST(FolderLevelsTest, TheRootIsNoLevel) {
   for (const char* path : {"C:", "C:\\", "C:/", "\\"}) EXPECT_THAT(FolderLevels(path, '\\'), IsEmpty()) << path;
 }
 
-TEST_F(FilesTest, MkDirRecurseCreatesWhatIsMissing) {
-  MkDirRecurse(Path("a/b/c/"));
-  EXPECT_TRUE(fs::is_directory(Path("a/b/c")));
-  const auto before = fs::last_write_time(Path("a/b"));
-  MkDirRecurse(Path("a/b/c"));
-  EXPECT_EQ(fs::last_write_time(Path("a/b")), before);
-  MkDirRecurse(Path("a/x"));
-  EXPECT_TRUE(fs::is_directory(Path("a/x")));
-}
-
-TEST_F(FilesTest, MkDirRecurseTellsTheStepThatFailed) {
-  const std::string file = Write("file", "");
-  EXPECT_RAISES(MkDirRecurse(file), 1000,
-                "Error creating folder path " + file + ": File exists. Create folder '" + file + "'.");
-  EXPECT_RAISES(MkDirRecurse(file + "/a"), 1000,
-                "Error creating folder path " + file + "/a: File exists. Create folder '" + file + "'.");
-  const std::string longName = Path(std::string(300, 'a'));
-  EXPECT_RAISES(MkDirRecurse(longName), 1000,
-                "Error creating folder path " + longName + ": File name too long. Check if '" + longName + "' exists.");
-}
-
 TEST_F(FilesTest, ReadFileGivesTheBytesAsTheyAre) {
   const std::string path = Write("bytes", std::string("\xEF\xBB\xBF a\0\r\n\xFF", 9));
   EXPECT_EQ(ReadFile(path), (Bytes{0xEF, 0xBB, 0xBF, ' ', 'a', 0, '\r', '\n', 0xFF}));
@@ -121,6 +101,22 @@ TEST_F(FilesTest, ReadFileTellsThatNoHandleIsLeft) {
   EXPECT_RAISES(ReadFile(path), 1000, "Function ReadFile was not able to get a free file handle.");
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
   EXPECT_EQ(ReadFileText(path), "x");
+}
+
+TEST(TemporaryFolder, StaysWhenItIsToBeKeptAndTellsWhereItIs) {
+  std::string path;
+  ::testing::internal::CaptureStderr();
+  {
+    const test::EnvironmentValue keep("ODS_TEST_KEEP", "1");
+    path = test::TemporaryFolder().Path();
+  }
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Kept " + path + "\n");
+  EXPECT_TRUE(std::filesystem::remove(path));
+  {
+    const test::EnvironmentValue keep("ODS_TEST_KEEP", "");
+    path = test::TemporaryFolder().Path();
+  }
+  EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 }  // namespace

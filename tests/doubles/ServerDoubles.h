@@ -34,6 +34,8 @@ struct QueueScript {
   /// One entry a send that has to fail; nothing for one that succeeds.
   std::deque<std::optional<Error>> sendFailures;
   std::deque<std::optional<Error>> createFailures;
+  /// One entry a question whether anything can be sent; afterwards it can.
+  std::deque<bool> canSend;
   std::vector<SentMessage> sent;
   std::vector<std::string> events;
 
@@ -98,6 +100,14 @@ class FakeQueue final : public Queue {
     RaiseNext(script_.sendFailures);
     script_.sent.push_back({id, package_});
   }
+  [[nodiscard]] bool CanSend() override {
+    script_.events.push_back("can send to " + folder_);
+    if (script_.canSend.empty()) return true;
+    const bool can = script_.canSend.front();
+    script_.canSend.pop_front();
+    return can;
+  }
+  void PutBack() override { script_.events.push_back("put back " + current_); }
   void Answered() override { script_.events.push_back("answered " + current_); }
 
  private:

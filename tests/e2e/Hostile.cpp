@@ -4,7 +4,6 @@
 // literally have them and no others.
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <gtest/gtest.h>
 #include <ostream>
 #include <set>

@@ -17,17 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using std::chrono::seconds;
 
-/// Waits until something holds; false after 20 seconds.
-template <typename Condition>
-bool Eventually(Condition&& holds) {
-  const auto end = std::chrono::steady_clock::now() + seconds(20);
-  while (!holds()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return true;
-}
-
 /// An empty database in the instance's own folder.
 std::string OwnDatabase(const ServerFolders& folders) {
   return "Driver=SQLite3;Database=" + folders.Root() + "/own.db";

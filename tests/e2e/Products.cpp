@@ -7,7 +7,6 @@
 // are kept.
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>

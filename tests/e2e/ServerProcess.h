@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <sys/types.h>
+#include <thread>
 #include <vector>
 
 #include "platform/queue/Queue.h"
@@ -63,6 +64,17 @@ class ServerProcess {
   pid_t pid_ = -1;
   int status_ = 0;
 };
+
+/// Waits until something holds; false after 20 seconds.
+template <typename Condition>
+bool Eventually(Condition&& holds) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (!holds()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
+}
 
 /// Runs a program and returns its exit status, or minus the number of the signal that ended it.
 int RunProgram(const std::vector<std::string>& arguments);

@@ -1,5 +1,4 @@
 // Values that drivers are known to give wrong, or to call by names of their own, as a client gets them.
-#include <cmath>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>

@@ -22,16 +22,6 @@ const std::string kModule = "odbc-data-server-windows.so";
 
 bool IsModuleBuilt() { return fs::exists(fs::path(ODS_SERVER_PROGRAM).parent_path() / kModule); }
 
-template <typename Condition>
-bool Eventually(Condition&& holds) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!holds()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return true;
-}
-
 /// The files that a process has mapped into its memory.
 std::string MapsOf(pid_t pid) { return ReadFileText("/proc/" + std::to_string(pid) + "/maps"); }
 

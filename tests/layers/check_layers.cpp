@@ -18,7 +18,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace {
 
@@ -33,7 +32,7 @@ struct Room {
 constexpr std::array<Room, 13> kRooms{{
     {"common", ""},
     {"platform/system", "common"},
-    {"platform/ado", "common"},
+    {"platform/ado", "common platform/system"},
     {"platform/queue", "common platform/system"},
     {"platform/xml", "common platform/system"},
     {"log", "common platform/system"},

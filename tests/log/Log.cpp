@@ -138,8 +138,21 @@ TEST_F(LogTest, IsOpenWhereItsFileCanBeAppendedTo) {
   EXPECT_FALSE(log_.isOpen());
 }
 
+TEST_F(LogTest, AFolderThatIsMissingIsMade) {
+  log_.LogEntry(0, "a");
+  fs::remove_all(folder_);
+  log_.LogEntry(0, "b");
+  EXPECT_EQ(AfterStamp(Lines().front()), "2, 0, 'b'");
+  EXPECT_EQ(fs::status(folder_).permissions(), fs::perms::owner_all);
+  folder_ += "/deeper/still";
+  log_.folder = folder_;
+  log_.LogEntry(0, "c");
+  EXPECT_EQ(AfterStamp(Lines().front()), "3, 0, 'c'");
+}
+
 TEST_F(LogTest, RaisesWhatKeepsItFromWriting) {
-  log_.folder = folder_ + "/missing";
+  // A folder in the file's place cannot be appended to, whoever asks.
+  fs::create_directory(log_.PathOf(LocalNow()));
   EXPECT_RAISES(log_.LogEntry(0, "a"), 1000, HasSubstr(log_.PathOf(LocalNow())));
 }
 

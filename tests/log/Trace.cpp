@@ -100,12 +100,16 @@ TEST_F(TraceTest, ALogThatCannotBeWrittenIsToldOnceAndStopsNobody) {
     tracer_.Trace(text);
     return ::testing::internal::GetCapturedStderr();
   };
-  tracer_.GetLog()->folder = folder_ + "/missing";
+  const std::string place = folder_ + "/place";
+  const auto putAFileThere = [&place] { std::ofstream(place) << "x"; };
+  tracer_.GetLog()->folder = place;
+  putAFileThere();
   EXPECT_THAT(trace("first"), ::testing::StartsWith("The log cannot be written: "));
   EXPECT_EQ(trace("second"), "");
-  fs::create_directory(folder_ + "/missing");
-  EXPECT_EQ(trace("third"), "");
-  fs::remove_all(folder_ + "/missing");
+  fs::remove(place);
+  EXPECT_EQ(trace("third"), "") << "the folder is made";
+  fs::remove_all(place);
+  putAFileThere();
   EXPECT_THAT(trace("fourth"), ::testing::StartsWith("The log cannot be written: "));
   EXPECT_THAT(window_.entries, ElementsAre("first", "second", "third", "fourth"));
 }

@@ -1,5 +1,6 @@
 #include "server/modConfiguration.h"
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -10,6 +11,7 @@
 #include "common/Files.h"
 #include "doubles/FakeSession.h"
 #include "platform/system/System.h"
+#include "support/MountedFolder.h"
 #include "support/RaisedErrors.h"
 
 namespace ods {
@@ -42,7 +44,7 @@ TEST_F(ConfigurationTest, AMissingFileIsMadeWithTheDefaults) {
   EXPECT_EQ(Parsed(ReadFileText(path_)).Xml(), Parsed(kDefaultText).Xml());
   EXPECT_EQ(loaded.ConnectionString, "");
   EXPECT_FALSE(loaded.DebugMode);
-  EXPECT_EQ(loaded.modificationStamp, FileModificationStamp(path_));
+  EXPECT_EQ(loaded.file, FactsOf(path_));
 }
 
 TEST_F(ConfigurationTest, TheFileIsReadableByItsOwnerAlone) {
@@ -103,6 +105,78 @@ TEST_F(ConfigurationTest, AFailedReadNamesThePathAndTheCauseAndChangesNothing) {
   EXPECT_RAISES(LoadConfiguration(path_, configuration), error_number::kOwn,
                 StartsWith("Error loading configuration file from " + path_ + ". Error 1000. "));
   EXPECT_EQ(configuration.ConnectionString, "before");
+}
+
+// Noticing a change
+
+TEST_F(ConfigurationTest, AnUnchangedFileIsNoChangeHoweverOldItIs) {
+  Write("<Settings/>");
+  Configuration configuration = Load();
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(configuration.settled);
+  while (!configuration.settled) {
+    ASSERT_FALSE(ConfigurationChanged(path_, configuration));
+    SleepMilliseconds(20);
+    ASSERT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+  }
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1900));
+  EXPECT_FALSE(ConfigurationChanged(path_, configuration));
+}
+
+TEST_F(ConfigurationTest, ATimeATextOfAnotherSizeAndAMissingFileAreChanges) {
+  Write("<Settings/>");
+  Configuration configuration = Load();
+  configuration.settled = true;
+  EXPECT_FALSE(ConfigurationChanged(path_, configuration));
+  const auto time = std::filesystem::last_write_time(path_);
+  std::filesystem::last_write_time(path_, time - std::chrono::hours(1));
+  EXPECT_TRUE(ConfigurationChanged(path_, configuration)) << "an older time counts as well";
+  Write("<Settings></Settings>");
+  std::filesystem::last_write_time(path_, time);
+  EXPECT_TRUE(ConfigurationChanged(path_, configuration)) << "the size tells";
+  std::filesystem::remove(path_);
+  EXPECT_TRUE(ConfigurationChanged(path_, configuration));
+}
+
+TEST_F(ConfigurationTest, AnotherFileInItsPlaceIsAChangeByItsText) {
+  Write("<Settings><DSN>a</DSN></Settings>");
+  Configuration configuration = Load();
+  configuration.settled = true;
+  const auto time = std::filesystem::last_write_time(path_);
+  const auto exchange = [&](const std::string& text) {
+    std::ofstream(path_ + ".new", std::ios::binary) << text;
+    std::filesystem::last_write_time(path_ + ".new", time);
+    std::filesystem::rename(path_ + ".new", path_);
+  };
+  exchange("<Settings><DSN>a</DSN></Settings>");
+  EXPECT_FALSE(ConfigurationChanged(path_, configuration));
+  exchange("<Settings><DSN>b</DSN></Settings>");
+  EXPECT_TRUE(ConfigurationChanged(path_, configuration));
+}
+
+TEST_F(ConfigurationTest, NoEditInPlaceIsMissedHoweverSoonItComes) {
+  // A clock that goes in steps of some milliseconds, where the system has such a file system: all of these edits come
+  // within a few steps.
+  const test::MountedFolder coarse("ramfs", "");
+  if (coarse.Mounted()) path_ = coarse.Path() + "/dataserver.xml";
+  constexpr int kEdits = 5000;
+  int missed = 0;
+  Configuration configuration;
+  const auto take = [&](const std::string& dsn) {
+    if (ConfigurationChanged(path_, configuration)) LoadConfiguration(path_, configuration);
+    if (configuration.DSN != dsn) ++missed;
+  };
+  for (int i = 0; i < kEdits; ++i) {
+    const std::string dsn = std::to_string(10000 + i);
+    {
+      std::ofstream file(path_, std::ios::binary | std::ios::trunc);
+      // The server reads between the emptying and the writing, or it does not.
+      if (i % 2 == 0) take("");
+      file << "<Settings><DSN>" + dsn + "</DSN></Settings>";
+    }
+    take(dsn);
+  }
+  EXPECT_EQ(missed, 0) << "of " << kEdits << " edits";
 }
 
 TEST_F(ConfigurationTest, WritesTheSettingsInTheirOrder) {

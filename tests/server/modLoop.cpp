@@ -68,6 +68,10 @@ void FillMuch(const XmlDocument& /*request*/, XmlDocument& response, DataSession
   response.DocumentElement().SetText(std::string(kMaxResponseBytes, 'x'));
 }
 
+void FillSome(const XmlDocument& /*request*/, XmlDocument& response, DataSession& /*session*/) {
+  response.LoadXML("<XML>" + std::string(1000, 'x') + "</XML>");
+}
+
 /// Reads from the database.
 void ReadOne(const XmlDocument& /*request*/, XmlDocument& response, DataSession& session) {
   response.LoadXML("<XML><Begun/></XML>");
@@ -94,6 +98,7 @@ RequestHandler FindTestHandler(std::string_view type) {
   if (type == "Count") return &CountInCache;
   if (type == "Slow") return &AnswerSlowly;
   if (type == "Large") return &FillMuch;
+  if (type == "Medium") return &FillSome;
   return FindHandler(type);
 }
 
@@ -678,6 +683,20 @@ TEST_F(LoopTest, AFileThatCannotBeReadLeavesTheSettingsUntilItCan) {
             2);
 }
 
+TEST_F(LoopTest, AFileWithTheSameTextConnectsAnewOnlyByItsTime) {
+  queues_.Idle([this] {
+    // Another file of the same text and time: a copy put in its place.
+    const auto time = std::filesystem::last_write_time(settings_.config);
+    std::filesystem::copy_file(settings_.config, settings_.config + ".copy");
+    std::filesystem::rename(settings_.config + ".copy", settings_.config);
+    std::filesystem::last_write_time(settings_.config, time);
+  });
+  queues_.Idle([this] { Touch(); });
+  queues_.Idle();
+  Run();
+  EXPECT_EQ(database_.opened.size(), 2U);
+}
+
 TEST_F(LoopTest, ARemovedFileIsMadeAnewAndStopsPolling) {
   queues_.Idle([this] {
     std::filesystem::remove(settings_.config);
@@ -739,39 +758,95 @@ TEST_F(LoopTest, AnAnswerThatWaitsAlreadyCountsAsAnswered) {
   EXPECT_EQ(queues_.sent[0].id, "m2");
 }
 
-TEST_F(LoopTest, AFailedSendIsTriedAgainUntilItSucceeds) {
-  const Error full(error_number::kOwn, "disk full");
-  queues_.sendFailures = {full, full, Error(error_number::kOwn, "no folder"), std::nullopt};
-  Request("m1", "Ping");
-  Run();
-  EXPECT_EQ(ui_.CountOf("Error sending answer to message m1. Error 1000. disk full"), 1);
-  EXPECT_EQ(ui_.CountOf("Error sending answer to message m1. Error 1000. no folder"), 1);
-  ASSERT_EQ(queues_.sent.size(), 1U);
-  EXPECT_EQ(AnswerText(0, "/XML/Ping"), "OK");
-  EXPECT_EQ(EventCount("answered m1"), 1);
-}
-
-TEST_F(LoopTest, StoppedWhileAnAnswerCannotBeSentItLeavesTheMessage) {
-  for (int i = 0; i < 10; ++i) queues_.sendFailures.emplace_back(Error(error_number::kOwn, "disk full"));
+TEST_F(LoopTest, AnAnswerThatCannotBeSentHoldsUpNobody) {
+  queues_.sendFailures = {Error(error_number::kOwn, "no folder")};
   Request("m1", "Ping");
   Request("m2", "Ping");
-  AtEvents(3, [this] { state_.RunFlag = false; });
+  Request("m1", "Ping");
   Run();
-  EXPECT_THAT(queues_.sent, IsEmpty());
-  EXPECT_EQ(EventCount("answered m1"), 0);
-  EXPECT_EQ(EventCount("poll in"), 1) << "a poll would remove it";
-  EXPECT_EQ(ui_.entries.back(), "Exit main loop");
+  EXPECT_THAT(queues_.events, ElementsAre("create in", "create out", "poll in", "send m1 to out", "put back m1",
+                                          "can send to out", "poll in", "send m2 to out", "answered m2", "poll in",
+                                          "send m1 to out", "answered m1", "poll in", "drop out", "drop in"));
+  ASSERT_EQ(queues_.sent.size(), 2U);
+  EXPECT_EQ(AnswerText(1, "/XML/Ping"), "OK");
+  EXPECT_EQ(state_.requestCount, 2) << "a message counts once";
 }
 
-TEST_F(LoopTest, AStopFromOutsideIsSeenWhileAnAnswerCannotBeSent) {
+TEST_F(LoopTest, WhyAnAnswerCannotBeSentIsTracedOnceAMessage) {
+  const Error broken(error_number::kOwn, "no folder");
+  queues_.sendFailures = {broken, broken, broken, Error(error_number::kOwn, "not allowed"), std::nullopt, broken};
+  for (const char* id : {"m1", "m2", "m1", "m1", "m1", "m1"}) Request(id, "Ping");
+  Run();
+  EXPECT_EQ(ui_.CountOf("Error sending answer to message m1. Error 1000. no folder"), 2)
+      << "once, and again after it was sent";
+  EXPECT_EQ(ui_.CountOf("Error sending answer to message m2. Error 1000. no folder"), 1);
+  EXPECT_EQ(ui_.CountOf("Error sending answer to message m1. Error 1000. not allowed"), 1);
+}
+
+TEST_F(LoopTest, AnAnswerWithoutRoomBecomesAnErrorDocument) {
+  queues_.sendFailures = {Error(error_number::kDiskFull, "No space left")};
+  Request("m1", "Medium");
+  Request("m2", "Ping");
+  Run();
+  ASSERT_EQ(queues_.sent.size(), 2U);
+  EXPECT_EQ(queues_.sent[0].id, "m1");
+  EXPECT_EQ(AnswerText(0, "/XML/Error"), "61");
+  EXPECT_EQ(AnswerText(0, "/XML/Message"),
+            "There is no room for the answer of 1074 bytes. Ask for fewer rows or fields, or ask again later.");
+  EXPECT_EQ(AnswerText(0, "/XML/DataSession"), process_.ServerSessionId);
+  EXPECT_EQ(EventCount("answered m1"), 1);
+  EXPECT_EQ(EventCount("put back m1"), 0);
+  EXPECT_EQ(ui_.CountOf("Error sending answer to message m1. Error 61. No space left"), 1);
+}
+
+TEST_F(LoopTest, WithoutRoomForTheErrorDocumentTheMessageWaits) {
+  queues_.sendFailures = {Error(error_number::kDiskFull, "No space left"),
+                          Error(error_number::kDiskFull, "No space left")};
+  Request("m1", "Medium");
+  Request("m2", "Ping");
+  Request("m1", "Medium");
+  Run();
+  EXPECT_EQ(EventCount("send m1 to out"), 3);
+  EXPECT_EQ(EventCount("put back m1"), 1);
+  ASSERT_EQ(queues_.sent.size(), 2U);
+  EXPECT_EQ(AnswerText(1, "/XML").size(), 1036U) << "the whole answer in the end";
+}
+
+TEST_F(LoopTest, ASmallAnswerIsNotReplacedByALargerErrorDocument) {
+  queues_.sendFailures = {Error(error_number::kDiskFull, "No space left")};
+  Request("m1", "Ping");
+  Request("m1", "Ping");
+  Run();
+  EXPECT_EQ(EventCount("put back m1"), 1);
+  ASSERT_EQ(queues_.sent.size(), 1U);
+  EXPECT_EQ(AnswerText(0, "/XML/Ping"), "OK");
+}
+
+TEST_F(LoopTest, WhileNothingCanBeSentNoMessageIsTaken) {
+  queues_.sendFailures = {Error(error_number::kDiskFull, "No space left")};
+  queues_.canSend = {false, false, true};
+  Request("m1", "Ping");
+  Request("m2", "Ping");
+  Run();
+  EXPECT_THAT(queues_.events, ElementsAre("create in", "create out", "poll in", "send m1 to out", "put back m1",
+                                          "can send to out", "can send to out", "can send to out", "poll in",
+                                          "send m2 to out", "answered m2", "poll in", "drop out", "drop in"));
+}
+
+TEST_F(LoopTest, AStopIsSeenWhileNothingCanBeSent) {
   bool stop = false;
   stopRequested_ = [&] { return stop; };
-  for (int i = 0; i < 10; ++i) queues_.sendFailures.emplace_back(Error(error_number::kOwn, "disk full"));
+  queues_.sendFailures = {Error(error_number::kDiskFull, "No space left")};
+  queues_.canSend.assign(100, false);
   Request("m1", "Ping");
-  AtEvents(2, [&] { stop = true; });
+  Request("m2", "Ping");
+  AtEvents(4, [&] { stop = true; });
   Run();
+  EXPECT_THAT(queues_.sent, IsEmpty());
+  EXPECT_EQ(EventCount("put back m1"), 1);
   EXPECT_EQ(EventCount("answered m1"), 0);
   EXPECT_FALSE(state_.RunFlag);
+  EXPECT_EQ(ui_.entries.back(), "Exit main loop");
 }
 
 TEST_F(LoopTest, AnIdThatNoAnswerCanHaveIsGivenUp) {

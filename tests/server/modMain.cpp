@@ -6,10 +6,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
 
 #include "common/Files.h"
 #include "doubles/ServerDoubles.h"
 #include "platform/system/COpSysInfo.h"
+#include "platform/system/Folders.h"
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
 #include "server/modConfiguration.h"
@@ -111,6 +113,32 @@ TEST_F(ServerTest, StartsUpInItsOrder) {
   EXPECT_TRUE(std::filesystem::is_directory(queueFolder + "/Requests"));
   EXPECT_TRUE(std::filesystem::is_directory(queueFolder + "/Results"));
   EXPECT_THAT(ui_.calls, ElementsAre("wait until closed")) << "which returns at once: there are none";
+}
+
+TEST_F(ServerTest, OneFolderForRequestsAndAnswersIsRefused) {
+  const std::string folder = folder_.Path() + "/queue";
+  std::filesystem::create_directory(folder);
+  std::filesystem::create_directory_symlink(folder, folder_.Path() + "/link");
+  for (const std::string& other :
+       {folder, folder + "/", folder_.Path() + "/./bin/../queue", folder_.Path() + "/link"}) {
+    const std::string wanted = "The parameters inqueue (\"" + folder + "\") and outqueue (\"" + other +
+                               "\") name the same folder: requests and answers need a folder each.";
+    EXPECT_RAISES(Run("hidden inqueue=" + folder + " outqueue=" + other), 1000, wanted);
+    EXPECT_EQ(ui_.CountOf("Error: " + wanted), 1) << "the log tells it too";
+  }
+  EXPECT_THAT(database_.opened, IsEmpty());
+}
+
+TEST_F(ServerTest, TheFoldersItMakesArePrivateWhateverTheMask) {
+  for (const mode_t mask : {0000U, 0077U}) {
+    const std::string root = folder_.Path() + "/mask" + std::to_string(mask);
+    const mode_t before = umask(mask);
+    Run("hidden mode=none datafolder=" + root + "/data inqueue=" + root + "/q/in outqueue=" + root + "/q/out");
+    umask(before);
+    for (const char* name : {"", "/data", "/data/Logs", "/data/config", "/q", "/q/in", "/q/out"}) {
+      EXPECT_EQ(std::filesystem::status(root + name).permissions(), std::filesystem::perms::owner_all) << root + name;
+    }
+  }
 }
 
 TEST_F(ServerTest, TheLogBeginsWithTheSystemsEntry) {

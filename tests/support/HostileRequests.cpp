@@ -1,7 +1,6 @@
 #include "support/HostileRequests.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 #include <string_view>
 #include <utility>

@@ -1,38 +1,13 @@
 // The driver manager's configuration in a folder of the test's own: never that of the machine.
 #pragma once
 
-#include <cstdlib>
 #include <fstream>
-#include <optional>
 #include <string>
 
+#include "support/EnvironmentValue.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods::test {
-
-/// An environment variable that has a value as long as the object lives.
-class EnvironmentValue {
- public:
-  EnvironmentValue(const char* name, const std::string& value) : name_(name) {
-    if (const char* before = std::getenv(name)) before_ = before;
-    setenv(name, value.c_str(), 1);
-  }
-  ~EnvironmentValue() {
-    if (before_) {
-      setenv(name_, before_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-  EnvironmentValue(const EnvironmentValue&) = delete;
-  EnvironmentValue& operator=(const EnvironmentValue&) = delete;
-  EnvironmentValue(EnvironmentValue&&) = delete;
-  EnvironmentValue& operator=(EnvironmentValue&&) = delete;
-
- private:
-  const char* name_;
-  std::optional<std::string> before_;
-};
 
 /// As long as it lives, the files of the driver manager are those in its folder, none of which is there at first.
 class OdbcFolder {

@@ -1,8 +1,9 @@
-// A temporary folder that goes with its object.
+// A temporary folder that goes with its object, unless ODS_TEST_KEEP in the environment says that it is to be kept.
 #pragma once
 
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <string>
 #include <system_error>
 
@@ -15,6 +16,10 @@ class TemporaryFolder {
     path_ = mkdtemp(pattern.data());
   }
   ~TemporaryFolder() {
+    if (const char* keep = std::getenv("ODS_TEST_KEEP"); keep != nullptr && *keep != '\0') {
+      std::cerr << "Kept " << path_.string() << '\n';
+      return;
+    }
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
   }

@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <stdexcept>
-#include <utility>
 
 namespace ods::test {
 namespace {

@@ -5,7 +5,6 @@
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "common/Files.h"
 #include "doubles/FakeServerView.h"

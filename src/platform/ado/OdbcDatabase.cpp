@@ -4,7 +4,6 @@
 #include <array>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>

@@ -10,7 +10,6 @@
 #include <limits>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "platform/ado/Ado.h"

@@ -4,7 +4,6 @@
 // session alive, so that a record set outlives the connection object it came from.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <sql.h>

@@ -1,6 +1,7 @@
 #include "platform/ado/OdbcReader.h"
 
 #include <chrono>
+#include <exception>
 #include <utility>
 
 #include "common/Error.h"

@@ -14,7 +14,6 @@
 #include <iterator>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "platform/ado/Ado.h"

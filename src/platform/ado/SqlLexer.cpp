@@ -25,8 +25,8 @@ constexpr std::array<CharacterClass, 256> kClasses = [] {
   set(0x80, 0xFF, CharacterClass::kWordStart);
   set('0', '9', CharacterClass::kDigit);
   set('$', '$', CharacterClass::kDollar);
-  for (const char c : {'\'', '"', '`', '['}) classes[static_cast<std::size_t>(c)] = CharacterClass::kQuote;
-  for (const char c : {'-', '#', '/'}) classes[static_cast<std::size_t>(c)] = CharacterClass::kCommentStart;
+  for (const unsigned char c : {'\'', '"', '`', '['}) classes[c] = CharacterClass::kQuote;
+  for (const unsigned char c : {'-', '#', '/'}) classes[c] = CharacterClass::kCommentStart;
   return classes;
 }();
 

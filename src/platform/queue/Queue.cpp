@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <deque>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/file.h>
@@ -32,6 +33,10 @@ constexpr std::chrono::seconds kCareInterval{5};
 constexpr milliseconds kLongestWait{1000};
 /// The wait when a message could not be taken just now because another server looks at it.
 constexpr milliseconds kBusyWait{10};
+/// A message that could not be put back is given again after this pause.
+constexpr std::chrono::seconds kHeldPause{1};
+/// So many are held at most: each has an open file.
+constexpr std::size_t kMostHeld = 64;
 
 [[noreturn]] void RaiseOwn(const std::string& text) { throw Error(error_number::kOwn, text); }
 
@@ -76,7 +81,9 @@ enum class Claim {
   /// An older message of the same name was taken; the waiting one still waits.
   kTakenBefore,
   kGone,
-  kBusy
+  kBusy,
+  /// One of the queue's folders was cleared away.
+  kFoldersGone
 };
 
 class FolderQueue final : public Queue {
@@ -94,28 +101,34 @@ class FolderQueue final : public Queue {
   [[nodiscard]] std::string Package() const override;
   void SetPackage(std::string text) override { outgoing_ = std::move(text); }
   void Send(const std::string& id) override;
+  [[nodiscard]] bool CanSend() override;
   void Answered() override;
+  void PutBack() override;
 
  private:
   void OpenFolders();
   void RequireFolders();
   void RemoveTaken();
   void TakeCare();
-  bool TakeNext(const std::string& fileName);
+  bool TakeHeld();
+  Claim TakeNext(const std::string& fileName);
   Claim Take(const std::string& fileName);
   Claim TakeUnopened(const std::string& fileName, int failure);
   Claim TakeLocked(const std::string& fileName, FileHandle file, const FileFacts& facts);
   Claim TakeAbandoned(const std::string& fileName);
   bool GiveUp(const FileHandle& from, const std::string& fileName, const std::string& problem);
   Claim Reject(const std::string& fileName, const std::string& problem);
+  [[nodiscard]] int SendFile(const std::string& fileName) const;
 
   std::string path_;
   std::shared_ptr<const QueueFolders> folder_;
   /// Made by the first poll: a queue that is only sent to needs no watch.
   std::unique_ptr<WaitingMessages> waiting_;
-  bool someBusy_ = false;
   Clock::time_point nextCare_;
   std::optional<TakenMessage> taken_;
+  /// Messages that were given back and cannot wait in `new`.
+  std::deque<TakenMessage> held_;
+  Clock::time_point nextHeld_;
   mutable std::optional<std::string> package_;
   std::string outgoing_;
 };
@@ -157,40 +170,54 @@ std::string FolderQueue::Poll(const std::string& id, int waitMilliseconds) {
   RemoveTaken();
   const auto end = Clock::now() + milliseconds(waitMilliseconds);
   while (true) {
-    if (!waiting_ || waiting_->All().empty()) RequireFolders();
     const bool careIsDue = Clock::now() >= nextCare_;
+    if (careIsDue || !waiting_ || waiting_->All().empty()) RequireFolders();
     if (careIsDue) TakeCare();
     if (!waiting_ || !waiting_->Update()) waiting_ = std::make_unique<WaitingMessages>(*folder_);
     // A folder on another machine may send no events: seldom, and only when idle, it is read all the same.
     if (careIsDue && waiting_->All().empty()) waiting_->ReadFolder();
-    if (TakeNext(fileName)) return taken_->id;
+    if (fileName.empty() && TakeHeld()) return taken_->id;
+    const Claim claim = held_.size() < kMostHeld ? TakeNext(fileName) : Claim::kGone;
+    if (claim == Claim::kTaken || claim == Claim::kTakenBefore) return taken_->id;
+    if (claim == Claim::kFoldersGone) {
+      OpenFolders();
+      continue;
+    }
     const auto rest = std::chrono::ceil<milliseconds>(end - Clock::now());
     if (rest.count() <= 0) return "";
-    const auto piece = std::min(rest, someBusy_ ? kBusyWait : kLongestWait);
+    const auto piece = std::min(rest, claim == Claim::kBusy ? kBusyWait : kLongestWait);
     if (!waiting_->Wait(static_cast<int>(piece.count()))) return "";
   }
 }
 
-bool FolderQueue::TakeNext(const std::string& fileName) {
-  someBusy_ = false;
+bool FolderQueue::TakeHeld() {
+  if (held_.empty() || Clock::now() < nextHeld_) return false;
+  taken_ = std::move(held_.front());
+  held_.pop_front();
+  return true;
+}
+
+/// Takes the message of that file name, the oldest one for "". `kBusy` when something waits that cannot be taken now.
+Claim FolderQueue::TakeNext(const std::string& fileName) {
   if (!fileName.empty()) {
     const Claim claim = Take(fileName);
-    someBusy_ = claim == Claim::kBusy;
     if (claim == Claim::kTaken || claim == Claim::kGone) waiting_->Remove(fileName);
-    return claim == Claim::kTaken || claim == Claim::kTakenBefore;
+    return claim;
   }
+  Claim found = Claim::kGone;
   for (auto entry = waiting_->All().begin(); entry != waiting_->All().end();) {
-    const Claim claim = Take(std::get<std::string>(*entry));
-    if (claim == Claim::kTakenBefore) return true;
+    const Claim claim = Take(entry->second);
+    if (claim == Claim::kTakenBefore || claim == Claim::kFoldersGone) return claim;
     if (claim == Claim::kBusy) {
-      someBusy_ = true;
+      found = claim;
       ++entry;
       continue;
     }
+    if (claim == Claim::kGone) waiting_->Forget(entry->second);
     entry = waiting_->Remove(entry);
-    if (claim == Claim::kTaken) return true;
+    if (claim == Claim::kTaken) return claim;
   }
-  return false;
+  return found;
 }
 
 Claim FolderQueue::Take(const std::string& fileName) {
@@ -230,14 +257,20 @@ Claim FolderQueue::TakeLocked(const std::string& fileName, FileHandle file, cons
   }
   const int tries = folder_->Tries(fileName);
   if (tries >= kMaxTries) {
-    folder_->ForgetTries(fileName);
-    return Reject(fileName, GivenUp(tries));
+    const Claim claim = Reject(fileName, GivenUp(tries));
+    if (claim == Claim::kTaken) folder_->ForgetTries(fileName);
+    return claim;
   }
   std::string id = IdOf(fileName);
   if (!MessageFileName(id)) return Reject(fileName, "");
-  const int failure = MoveFile(folder_->New(), fileName, folder_->Cur(), fileName);
-  if (failure == EEXIST) return TakeAbandoned(fileName);
-  if (failure == ENOENT) return Claim::kGone;
+  int failure = MoveFile(folder_->New(), fileName, folder_->Cur(), fileName);
+  if (failure == EEXIST) {
+    const auto named = FactsOf(folder_->Cur(), fileName);
+    if (!named || !named->IsSameFile(facts)) return TakeAbandoned(fileName);
+    // Where files are moved by a second name, a server that died can leave both: this message is the one in `cur`.
+    failure = unlinkat(folder_->New().Get(), fileName.c_str(), 0) == 0 ? 0 : errno;
+  }
+  if (failure == ENOENT) return folder_->HasAllParts() ? Claim::kGone : Claim::kFoldersGone;
   if (failure != 0) RaiseSystemError("Unable to take a message in the queue folder \"" + path_ + "\"", failure);
   taken_ = TakenMessage{.id = std::move(id),
                         .problem = "",
@@ -255,8 +288,11 @@ Claim FolderQueue::TakeAbandoned(const std::string& fileName) {
   const int tries = file ? folder_->CountTry(fileName) : 0;
   if (tries == 0) return Claim::kBusy;
   if (tries >= kMaxTries) {
+    if (!GiveUp(folder_->Cur(), fileName, GivenUp(tries))) {
+      return folder_->HasAllParts() ? Claim::kBusy : Claim::kFoldersGone;
+    }
     folder_->ForgetTries(fileName);
-    return GiveUp(folder_->Cur(), fileName, GivenUp(tries)) ? Claim::kTakenBefore : Claim::kBusy;
+    return Claim::kTakenBefore;
   }
   taken_ = TakenMessage{.id = IdOf(fileName),
                         .problem = "",
@@ -278,7 +314,8 @@ bool FolderQueue::GiveUp(const FileHandle& from, const std::string& fileName, co
 }
 
 Claim FolderQueue::Reject(const std::string& fileName, const std::string& problem) {
-  return GiveUp(folder_->New(), fileName, problem) ? Claim::kTaken : Claim::kGone;
+  if (GiveUp(folder_->New(), fileName, problem)) return Claim::kTaken;
+  return folder_->HasAllParts() ? Claim::kGone : Claim::kFoldersGone;
 }
 
 /// Removes the message of the last poll. When that fails it stays taken, so that nobody answers it again.
@@ -290,6 +327,7 @@ void FolderQueue::RemoveTaken() {
       RaiseSystemError("Unable to remove an answered message from the queue folder \"" + path_ + "\"", errno);
     }
     if (taken_->hasTries) taken_->folder->ForgetTries(name);
+    if (waiting_) waiting_->Forget(name);
   }
   taken_.reset();
 }
@@ -305,16 +343,32 @@ void FolderQueue::Answered() {
   if (taken_) taken_->answered = true;
 }
 
+void FolderQueue::PutBack() {
+  if (!taken_) return;
+  package_.reset();
+  TakenMessage message = *std::exchange(taken_, std::nullopt);
+  const std::string& name = message.fileName;
+  const bool lies = message.problem.empty() && message.folder == folder_ && waiting_;
+  if (lies && MoveFile(folder_->Cur(), name, folder_->New(), name) == 0) {
+    waiting_->Postpone(name);
+    return;
+  }
+  // It lies in `failed`, or a later one of its name waits: it stays in hand.
+  nextHeld_ = Clock::now() + kHeldPause;
+  held_.push_back(std::move(message));
+}
+
 /// A file in `tmp` that is removed unless it was sent.
 class OutgoingFile {
  public:
   explicit OutgoingFile(const FileHandle& tmp)
       : tmp_(tmp),
         name_(std::to_string(CurrentProcessId()) + "." + RandomNamePart()),
-        file_(openat(tmp.Get(), name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                     S_IRUSR | S_IWUSR)) {}
+        file_(
+            openat(tmp.Get(), name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR)),
+        failure_(file_ ? 0 : errno) {}
   ~OutgoingFile() {
-    if (created_ && !sent_) unlinkat(tmp_.Get(), name_.c_str(), 0);
+    if (failure_ == 0 && !sent_) unlinkat(tmp_.Get(), name_.c_str(), 0);
   }
   OutgoingFile(const OutgoingFile&) = delete;
   OutgoingFile& operator=(const OutgoingFile&) = delete;
@@ -323,30 +377,55 @@ class OutgoingFile {
 
   /// Gives the system's error number, 0 when the message waits in `folder` as `fileName`.
   int FillAndSend(std::string_view text, const FileHandle& folder, const std::string& fileName) {
-    created_ = static_cast<bool>(file_);
-    if (!created_) return errno;
-    if (const int failure = WriteAll(file_.Get(), text); failure != 0) return failure;
-    if (const int failure = file_.Close(); failure != 0) return failure;
+    if (!file_) return failure_;
+    QueueFolders::Share(file_, folder);
+    if (const int failure = Fill(text); failure != 0) return failure;
     const int failure = MoveFile(tmp_, name_, folder, fileName);
     sent_ = failure == 0;
     return failure;
+  }
+  /// Gives the system's error number, 0 when all of the text was written.
+  int Fill(std::string_view text) {
+    if (!file_) return failure_;
+    if (const int failure = WriteAll(file_.Get(), text); failure != 0) return failure;
+    return file_.Close();
   }
 
  private:
   const FileHandle& tmp_;
   std::string name_;
   FileHandle file_;
-  bool created_ = false;
+  int failure_;  ///< why there is no file
   bool sent_ = false;
 };
+
+/// True for the failures that a smaller message, or room made by others, can mend.
+bool IsLackOfRoom(int failure) { return failure == ENOSPC || failure == EDQUOT || failure == EFBIG; }
 
 void FolderQueue::Send(const std::string& id) {
   const std::string fileName = RequireFileName(id);
   RequireFolders();
-  const int failure = OutgoingFile(folder_->Tmp()).FillAndSend(outgoing_, folder_->New(), fileName);
+  int failure = SendFile(fileName);
+  if (failure == ENOENT) {  // one of the folders was cleared away in between
+    OpenFolders();
+    failure = SendFile(fileName);
+  }
   if (failure == EEXIST) throw Error(error_number::kFileExists, Shown(id) + " is waiting already.");
-  if (failure != 0) {
-    RaiseSystemError(Shown(id) + " cannot be sent to the queue folder \"" + path_ + "\"", failure);
+  if (failure == 0) return;
+  throw Error(IsLackOfRoom(failure) ? error_number::kDiskFull : error_number::kOwn,
+              Shown(id) + " cannot be sent to the queue folder \"" + path_ + "\": " + SystemErrorText(failure));
+}
+
+int FolderQueue::SendFile(const std::string& fileName) const {
+  return OutgoingFile(folder_->Tmp()).FillAndSend(outgoing_, folder_->New(), fileName);
+}
+
+bool FolderQueue::CanSend() {
+  try {
+    RequireFolders();
+    return OutgoingFile(folder_->Tmp()).Fill("x") == 0;
+  } catch (const Error&) {
+    return false;
   }
 }
 

@@ -32,12 +32,19 @@ class Queue : public Object {
   [[nodiscard]] virtual std::string Package() const = 0;
   /// The text of the next message to send.
   virtual void SetPackage(std::string text) = 0;
-  /// Sends the text as the message `id`. Raises error 58 when a message of that id is waiting, error 1000 naming what
-  /// is wrong for an id that cannot be a name and for a folder that cannot be written.
+  /// Sends the text as the message `id`. Raises error 58 when a message of that id is waiting, error 61 when there is
+  /// no room for it (full file system, quota, limit of a file's size), error 1000 naming what is wrong for an id that
+  /// cannot be a name and for a folder that cannot be written.
   virtual void Send(const std::string& id) = 0;
+  /// True when any message could be sent now: one of a byte was written, and removed again.
+  [[nodiscard]] virtual bool CanSend() = 0;
   /// Tells the queue that the message taken was answered: it is then removed also when the queue object ends before
   /// the next `Poll`. Without this the message stays taken, and the next `Create` puts it back.
   virtual void Answered() = 0;
+  /// Gives the message taken back: it could not be answered now. It waits again, without counting as tried, and a poll
+  /// gives it again after a while: 0.1 seconds, each further time twice as long, 5 seconds at most. Others come first
+  /// meanwhile.
+  virtual void PutBack() = 0;
 };
 
 /// A new queue over a folder: the component "Halvik.Queue".

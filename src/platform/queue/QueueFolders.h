@@ -4,6 +4,7 @@
 // elsewhere by exchanging a folder or a file while it works.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,19 +19,27 @@ namespace ods {
 /// The four folders.
 class QueueFolders {
  public:
-  /// Opens the folders, making the missing ones (and missing parents) with mode 0700. Raises error 1000 naming the
-  /// folder.
+  /// Opens the folders, making the missing ones (and missing parents) with mode 0700. Where the queue's folder was
+  /// prepared with the set-group-id bit, folders made in it get its group, that bit and its group's rights. Raises
+  /// error 1000 naming the folder.
   explicit QueueFolders(std::string path);
 
   [[nodiscard]] const std::string& Path() const { return path_; }
   [[nodiscard]] std::string NewPath() const { return path_ + "/new"; }
-  /// False when the path of the waiting messages names another folder by now, or none.
+  /// False when the path names another folder by now, or none, or when one of the four is gone or exchanged. One look
+  /// at the queue's folder, unless that changed lately.
   [[nodiscard]] bool StillThere() const;
+  /// The same of the four only.
+  [[nodiscard]] bool HasAllParts() const;
 
-  [[nodiscard]] const FileHandle& Tmp() const { return tmp_; }
-  [[nodiscard]] const FileHandle& New() const { return new_; }
-  [[nodiscard]] const FileHandle& Cur() const { return cur_; }
-  [[nodiscard]] const FileHandle& Failed() const { return failed_; }
+  [[nodiscard]] const FileHandle& Tmp() const { return tmp_.handle; }
+  [[nodiscard]] const FileHandle& New() const { return new_.handle; }
+  [[nodiscard]] const FileHandle& Cur() const { return cur_.handle; }
+  [[nodiscard]] const FileHandle& Failed() const { return failed_.handle; }
+
+  /// Gives a file that is to lie in `folder` that folder's group and its group's right to read and to write, when the
+  /// folder was prepared with the set-group-id bit; else, and where the system refuses, the file stays as it is.
+  static void Share(const FileHandle& file, const FileHandle& folder);
 
   /// How many servers ended over a message by now, and one more; 0 when that cannot be noted.
   [[nodiscard]] int Tries(const std::string& name) const;
@@ -46,15 +55,23 @@ class QueueFolders {
   [[nodiscard]] bool MoveToFailed(const FileHandle& from, const std::string& name) const;
 
  private:
+  struct Part {
+    FileHandle handle;
+    FileFacts facts;
+  };
+
+  [[nodiscard]] Part OpenPart(const std::string& name) const;
   void PutBack(const std::string& name) const;
 
   std::string path_;
   FileHandle root_;
-  FileHandle tmp_;
-  FileHandle new_;
-  FileHandle cur_;
-  FileHandle failed_;
-  FileFacts newFacts_;
+  FileFacts rootFacts_;
+  Part tmp_;
+  Part new_;
+  Part cur_;
+  Part failed_;
+  /// When the queue's folder had changed last as all parts were found in it. A part that comes or goes changes it.
+  mutable std::optional<FileTime> complete_;
 };
 
 }  // namespace ods

@@ -20,6 +20,9 @@ constexpr std::uint32_t kLosesTrack = IN_Q_OVERFLOW | IN_MOVE_SELF | IN_DELETE_S
 constexpr int kUnwatchedMilliseconds = 20;
 /// No stream of arrivals keeps a poll from its work: the rest is read by the next one.
 constexpr int kReadsAtOnce = 32;
+/// For how long a message is left out.
+constexpr std::chrono::milliseconds kShortestPause{100};
+constexpr std::chrono::milliseconds kLongestPause{5000};
 
 FileHandle Watch(const std::string& path) {
   FileHandle events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
@@ -40,6 +43,7 @@ void WaitingMessages::ReadFolder() {
 }
 
 bool WaitingMessages::Update() {
+  AddThoseDue();
   if (!events_) {
     if (entries_.empty()) ReadFolder();
     return true;
@@ -60,12 +64,16 @@ bool WaitingMessages::Update() {
 
 bool WaitingMessages::Wait(int milliseconds) const {
   pollfd watched{.fd = events_.Get(), .events = POLLIN, .revents = 0};
-  const int longest = events_ ? milliseconds : std::min(milliseconds, kUnwatchedMilliseconds);
+  int longest = events_ ? milliseconds : std::min(milliseconds, kUnwatchedMilliseconds);
+  if (!due_.empty()) {
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(due_.begin()->first - Clock::now());
+    longest = static_cast<int>(std::clamp<std::int64_t>(rest.count(), 0, longest));
+  }
   return poll(&watched, events_ ? 1 : 0, longest) >= 0 || errno != EINTR;
 }
 
 WaitingMessages::Entries::iterator WaitingMessages::Remove(Entries::iterator entry) {
-  byName_.erase(std::get<std::string>(*entry));
+  byName_.erase(entry->second);
   return entries_.erase(entry);
 }
 
@@ -73,13 +81,34 @@ void WaitingMessages::Remove(const std::string& name) {
   if (const auto known = byName_.find(name); known != byName_.end()) Remove(known->second);
 }
 
+void WaitingMessages::Postpone(const std::string& name) {
+  Remove(name);
+  Pause& pause = pauses_[name];
+  pause.length = std::clamp(pause.length * 2, kShortestPause, kLongestPause);
+  pause.over = false;
+  due_.emplace(Clock::now() + pause.length, name);
+}
+
+void WaitingMessages::AddThoseDue() {
+  while (!due_.empty() && due_.begin()->first <= Clock::now()) {
+    const std::string name = due_.begin()->second;
+    due_.erase(due_.begin());
+    if (const auto pause = pauses_.find(name); pause != pauses_.end()) pause->second.over = true;
+    Add(name);
+  }
+}
+
 void WaitingMessages::Add(const std::string& name) {
   if (!IsMessageName(name)) return;
+  if (const auto pause = pauses_.find(name); pause != pauses_.end() && !pause->second.over) return;
   const auto facts = FactsOf(folder_.New(), name);
-  if (!facts) return;  // taken in the meantime
+  if (!facts) {  // taken in the meantime
+    Forget(name);
+    return;
+  }
   Remove(name);
-  const auto entry = entries_.emplace(facts->seconds, facts->nanoseconds, name).first;
-  byName_.emplace(std::get<std::string>(*entry), entry);
+  const auto entry = entries_.emplace(facts->modified, name).first;
+  byName_.emplace(entry->second, entry);
 }
 
 }  // namespace ods

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
@@ -14,17 +15,29 @@ namespace ods {
 
 namespace {
 
+constexpr mode_t kModeBits = 07777;
+
 FileFacts ToFacts(const struct stat& facts) {
   return {.device = facts.st_dev,
           .inode = facts.st_ino,
           .plain = S_ISREG(facts.st_mode),
           .folder = S_ISDIR(facts.st_mode),
+          .mode = facts.st_mode & kModeBits,
+          .group = facts.st_gid,
           .size = static_cast<std::uint64_t>(facts.st_size),
-          .seconds = facts.st_mtim.tv_sec,
-          .nanoseconds = facts.st_mtim.tv_nsec};
+          .modified = {facts.st_mtim.tv_sec, facts.st_mtim.tv_nsec},
+          .changed = {facts.st_ctim.tv_sec, facts.st_ctim.tv_nsec}};
 }
 
 }  // namespace
+
+bool IsSettled(const FileTime& time) {
+  // Clocks of file systems go in steps of up to 2 seconds (FAT).
+  constexpr std::int64_t kCoarsestSeconds = 2;
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return FileTime{time.seconds + kCoarsestSeconds, time.nanoseconds} < FileTime{now.tv_sec, now.tv_nsec};
+}
 
 FileFacts FactsOf(const FileHandle& file) {
   struct stat facts {};

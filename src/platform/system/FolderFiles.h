@@ -2,6 +2,7 @@
 // the work elsewhere by exchanging the folder's path or a file.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -11,17 +12,31 @@
 
 namespace ods {
 
+/// A moment as the file system keeps it.
+struct FileTime {
+  std::int64_t seconds = 0;  ///< since 1970
+  std::int64_t nanoseconds = 0;
+
+  auto operator<=>(const FileTime&) const = default;
+};
+
+/// True when the moment is more than two seconds ago: whatever changes a file from now on gets a later time, however
+/// coarse the clock of its file system is. A later time than now is not trusted either.
+[[nodiscard]] bool IsSettled(const FileTime& time);
+
 /// What the system tells of a file.
 struct FileFacts {
   std::uint64_t device = 0;
   std::uint64_t inode = 0;
   bool plain = false;
   bool folder = false;
+  unsigned mode = 0;  ///< the permissions, with the set-user-id, set-group-id and sticky bits
+  unsigned group = 0;
   std::uint64_t size = 0;
-  /// The modification time: seconds since 1970 and nanoseconds.
-  std::int64_t seconds = 0;
-  std::int64_t nanoseconds = 0;
+  FileTime modified;  ///< the content
+  FileTime changed;   ///< anything of the file; of a folder: also the names in it
 
+  bool operator==(const FileFacts&) const = default;
   [[nodiscard]] bool IsSameFile(const FileFacts& other) const { return device == other.device && inode == other.inode; }
 };
 

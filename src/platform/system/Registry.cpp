@@ -17,6 +17,7 @@
 #include "platform/system/FileHandle.h"
 #include "platform/system/IniText.h"
 #include "platform/system/OdbcFiles.h"
+#include "platform/system/ReplaceFile.h"
 #include "platform/system/System.h"
 
 namespace ods {
@@ -153,8 +154,6 @@ bool CreateKey(const Location& location) {
 }
 
 }  // namespace
-
-bool IsRegistryRoot(std::string_view name) { return FindRoot(name).has_value(); }
 
 std::shared_ptr<Dictionary> RegReadKey(const ComponentRegistry& components, std::string_view path) {
   if (path.ends_with('\\')) path.remove_suffix(1);

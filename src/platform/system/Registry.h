@@ -24,9 +24,6 @@
 
 namespace ods {
 
-/// True for the full and the short names of the four roots; "HKU" is none.
-[[nodiscard]] bool IsRegistryRoot(std::string_view name);
-
 /// A new "Halvik.Dictionary": each sub-key as a dictionary of its own under its name, then each value under its name,
 /// in the order of the file. Names and data of more than 2,000 bytes are left out. No object when the key cannot be
 /// opened. Raises what creating the dictionary raises, and nothing else.

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/system/FileHandle.h"
+#include "platform/system/Signals.h"
 #include "platform/system/System.h"
 
 namespace ods {
@@ -23,6 +24,7 @@ constexpr int kNoHandle = -1;
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
+  for (const int number : kFailureSignals) std::signal(number, SIG_DFL);
   if (const pid_t program = fork(); program != 0) _exit(program < 0 ? 1 : 0);
   if (output == kNoHandle || dup2(output, STDOUT_FILENO) == STDOUT_FILENO) execv(arguments[0], arguments);
   const char sign = 1;

@@ -22,13 +22,13 @@
 #include "common/Error.h"
 #include "common/Hex.h"
 #include "platform/system/FileHandle.h"
+#include "platform/system/Signals.h"
 
 namespace ods {
 
 namespace {
 
 constexpr mode_t kPrivate = S_IRUSR | S_IWUSR;
-constexpr mode_t kModeBits = 07777;
 
 Date ToLocal(std::time_t time) {
   std::tm parts{};
@@ -48,41 +48,6 @@ FileHandle OpenForAppending(const std::string& path) {
   return FileHandle(
       open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, kPrivate));
 }
-
-/// A new file beside another one, removed again unless it took that one's place.
-class ReplacementFile {
- public:
-  explicit ReplacementFile(const std::string& path)
-      : path_(path + "." + RandomNamePart() + ".tmp"),
-        handle_(open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kPrivate)) {}
-  ~ReplacementFile() {
-    if (handle_) unlink(path_.c_str());
-  }
-  ReplacementFile(const ReplacementFile&) = delete;
-  ReplacementFile& operator=(const ReplacementFile&) = delete;
-  ReplacementFile(ReplacementFile&&) = delete;
-  ReplacementFile& operator=(ReplacementFile&&) = delete;
-
-  /// Gives the system's error number, 0 when the file has the owner and the mode that are asked for.
-  int Resemble(const struct stat& facts) {
-    if (!handle_) return errno;
-    // The mode comes last: a new owner takes special bits away.
-    if (fchown(handle_.Get(), facts.st_uid, facts.st_gid) != 0) return errno;
-    return fchmod(handle_.Get(), facts.st_mode & kModeBits) != 0 ? errno : 0;
-  }
-
-  /// Gives the system's error number, 0 when `path` now holds `text`.
-  int FillAndRename(const std::string& path, std::string_view text) {
-    if (!handle_) return errno;
-    if (const int failure = WriteAll(handle_.Get(), text); failure != 0) return failure;
-    if (rename(path_.c_str(), path.c_str()) != 0) return errno;
-    return handle_.Close();
-  }
-
- private:
-  std::string path_;
-  FileHandle handle_;
-};
 
 /// A text of the entry that the system's list of users has for the user of the process; "" when there is none.
 std::string UserFact(char* passwd::*text) {
@@ -211,25 +176,8 @@ std::uint64_t AppendToPrivateFile(const std::string& path, std::string_view text
 
 bool CanAppendTo(const std::string& path) { return static_cast<bool>(OpenForAppending(path)); }
 
-void WriteFileAtomically(const std::string& path, std::string_view text) {
-  const int failure = ReplacementFile(path).FillAndRename(path, text);
-  if (failure != 0) RaiseSystemError("Unable to write file \"" + path + "\"", failure);
-}
-
-void ReplaceFile(const std::string& path, std::string_view text, unsigned newFileMode) {
-  std::error_code ignored;
-  const std::filesystem::path target = std::filesystem::canonical(path, ignored);
-  const std::string place = target.empty() ? path : target.string();
-  struct stat facts {};
-  if (stat(place.c_str(), &facts) != 0) {
-    facts.st_uid = geteuid();
-    facts.st_gid = getegid();
-    facts.st_mode = newFileMode;
-  }
-  ReplacementFile file(place);
-  int failure = file.Resemble(facts);
-  if (failure == 0) failure = file.FillAndRename(place, text);
-  if (failure != 0) RaiseSystemError("Unable to write file \"" + path + "\"", failure);
+void TakeFailuresInsteadOfSignals() {
+  for (const int number : kFailureSignals) std::signal(number, SIG_IGN);
 }
 
 struct StopSignals::Implementation {

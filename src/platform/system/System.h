@@ -61,16 +61,9 @@ void SleepMilliseconds(int milliseconds);
 std::uint64_t AppendToPrivateFile(const std::string& path, std::string_view text);
 /// True when a file can be opened for appending.
 [[nodiscard]] bool CanAppendTo(const std::string& path);
-/// Replaces the content of a file in one step (written beside it, then renamed over it), mode 0600.
-/// Raises error 1000 naming the path.
-void WriteFileAtomically(const std::string& path, std::string_view text);
-/// The same for a file that others share: an existing one keeps its owner and its mode, and where `path` is a link the
-/// file that it leads to is replaced; a new one gets the mode `newFileMode`. Raises error 1000 naming the path, also
-/// when the owner cannot be kept.
-void ReplaceFile(const std::string& path, std::string_view text, unsigned newFileMode);
-
 /// Starts another program, on its own: it is nobody's child here, has a session of its own, and takes all signals
-/// again, also those that `StopSignals` holds back. False when it cannot be executed.
+/// again, also those that `StopSignals` holds back and `TakeFailuresInsteadOfSignals` ignores. False when it cannot be
+/// executed.
 [[nodiscard]] bool StartProgram(const std::string& path, const std::vector<std::string>& arguments);
 
 /// A program that runs on its own, and of which somebody wants to know whether it failed.
@@ -92,6 +85,9 @@ class WatchedProgram {
 /// when the object goes. Nothing when there is no shell.
 [[nodiscard]] std::unique_ptr<WatchedProgram> StartWatchedProgram(const std::string& path,
                                                                   const std::vector<std::string>& arguments);
+
+/// From here on a pipe without a reader and a file that may not grow do not end the process: the writing fails.
+void TakeFailuresInsteadOfSignals();
 
 /// Watches for a stop from outside: SIGTERM and SIGINT are held back and seen here. One per process.
 class StopSignals {

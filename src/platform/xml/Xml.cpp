@@ -6,7 +6,7 @@
 #include "common/Error.h"
 #include "common/Files.h"
 #include "common/Text.h"
-#include "platform/system/System.h"
+#include "platform/system/ReplaceFile.h"
 #include "platform/xml/Characters.h"
 
 namespace ods {
@@ -223,7 +223,10 @@ bool XmlDocument::Load(const std::string& path) {
   }
 }
 
-void XmlDocument::Save(const std::string& path) const { WriteFileAtomically(path, Xml()); }
+void XmlDocument::Save(const std::string& path) const {
+  constexpr unsigned kPrivate = 0600;
+  ReplaceFile(path, Xml(), kPrivate);
+}
 
 std::string XmlDocument::Xml() const {
   StringWriter writer;

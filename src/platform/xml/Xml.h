@@ -70,8 +70,8 @@ class XmlDocument {
   bool LoadXML(std::string_view xml);
   /// The same from a file (a UTF-8 byte-order mark is skipped). False also when the file cannot be read.
   bool Load(const std::string& path);
-  /// Writes the document to a file in one step: a reader sees the old content or the new, never a part.
-  /// Raises error 1000 naming the path.
+  /// Writes the document to a file as `ReplaceFile` does, a new one with mode 0600: in one step where that leaves the
+  /// file to its owner. Raises error 1000 naming the path.
   void Save(const std::string& path) const;
   /// The document as text: no declaration, no indentation, a carriage return as a character reference.
   [[nodiscard]] std::string Xml() const;

@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <exception>
-#include <memory>
 
 #include "common/Conversions.h"
 #include "common/Error.h"

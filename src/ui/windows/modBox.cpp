@@ -19,6 +19,8 @@ namespace {
 constexpr qsizetype kMostCharacters = 100'000;
 /// Lines are broken at this width, in characters of a common width.
 constexpr int kLineCharacters = 72;
+/// A line of more characters is too wide in any font.
+constexpr qsizetype kSurelyTooLong = 4000;
 /// Looking for a better place to break it takes too long in a word of more characters than this.
 constexpr qsizetype kLongWord = 2000;
 /// The part of the screen that the text of a box takes at most.
@@ -29,7 +31,7 @@ constexpr int kTitleBarLines = 9;
 int WidestLine(const QFontMetrics& metrics, const QString& text, int most) {
   int widest = 0;
   for (const QString& line : text.split('\n')) {
-    if (line.size() > kLineCharacters * 2) return most;
+    if (line.size() > kSurelyTooLong) return most;
     widest = std::max(widest, metrics.horizontalAdvance(line));
   }
   return std::min(widest, most);

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <memory>
 #include <string>
 #include <unistd.h>
 #include <vector>

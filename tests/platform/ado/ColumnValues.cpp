@@ -2,9 +2,7 @@
 // for that text: the rows are written and their texts read by the databases' own clients (the SQLite library, psql and
 // mariadb). Each type has hundreds of rows with nulls in changing places, and is fetched in every way that a record set
 // has: in blocks and row by row, alone and among others, with and without a long column beside it.
-#include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
@@ -130,14 +128,15 @@ class ColumnValues : public ::testing::Test {
   void MakeTable() {
     std::string script = CreateTableSql();
     for (int pattern = 0; pattern < kPatterns; ++pattern) {
+      script += std::string("INSERT INTO ") + kTable + " VALUES ";
       for (int row = 0; row < kRows; ++row) {
-        script +=
-            std::string("INSERT INTO ") + kTable + " VALUES (" + std::to_string(pattern) + "," + std::to_string(row);
+        script += (row > 0 ? ",\n(" : "\n(") + std::to_string(pattern) + "," + std::to_string(row);
         for (std::size_t i = 0; i < types_.size(); ++i) {
           script += "," + CellSql(types_[i], pattern, row, static_cast<int>(i));
         }
-        script += ");\n";
+        script += ")";
       }
+      script += ";\n";
     }
     RunInClient(script);
     for (int pattern = 0; pattern < kPatterns; ++pattern) ReadTruth(pattern);
@@ -233,7 +232,7 @@ class ColumnValues : public ::testing::Test {
     for (int pattern = 0; pattern < kPatterns; ++pattern) {
       for (int first = 0; first < kRows; first += 10) Compare(pattern, Columns(false), first, 11);
     }
-    for (int first = 0; first < kRows; ++first) Compare(first % kPatterns, Columns(false), first, 1);
+    for (int first = 0; first < kRows; first += 3) Compare(first % kPatterns, Columns(false), first, 1);
   }
   /// Every type that the driver says the database has is a column here, by the first word of its declaration.
   void ExpectTypesOfTheDriver() {

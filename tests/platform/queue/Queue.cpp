@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <gmock/gmock.h>
+#include <grp.h>
 #include <map>
 #include <sys/file.h>
 #include <sys/inotify.h>
@@ -16,6 +17,7 @@
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
+#include "support/MountedFolder.h"
 #include "support/RaisedErrors.h"
 
 namespace ods {
@@ -170,9 +172,15 @@ TEST_F(QueueTest, SendLeavesNothingBehindWhenItFails) {
     setrlimit(RLIMIT_FSIZE, &small);
     queue->SetPackage(std::string(5000, 'x'));
     Report(pipe, RaisedText([&] { queue->Send("big"); }));
+    Report(pipe, queue->CanSend() ? "smaller ones can be sent" : "nothing can be sent");
+    const rlimit none{.rlim_cur = 0, .rlim_max = 0};
+    setrlimit(RLIMIT_FSIZE, &none);
+    Report(pipe, queue->CanSend() ? "smaller ones can be sent" : "nothing can be sent");
   });
   EXPECT_EQ(poor.Line(),
-            "1000 The message \"big\" cannot be sent to the queue folder \"" + folder_ + "\": File too large");
+            "61 The message \"big\" cannot be sent to the queue folder \"" + folder_ + "\": File too large");
+  EXPECT_EQ(poor.Line(), "smaller ones can be sent");
+  EXPECT_EQ(poor.Line(), "nothing can be sent");
   EXPECT_THAT(NamesIn(folder_ + "/tmp"), IsEmpty());
   EXPECT_THAT(NamesIn(folder_ + "/new"), IsEmpty());
 }
@@ -726,6 +734,410 @@ TEST_F(QueueTest, EachMessageGoesToOneOfSeveralServers) {
   for (std::string line; std::getline(lines, line);) taken.push_back(line);
   EXPECT_THAT(taken, ::testing::UnorderedElementsAreArray(sent));
   for (const char* name : {"/new", "/cur", "/failed", "/tmp"}) EXPECT_THAT(NamesIn(folder_ + name), IsEmpty()) << name;
+}
+
+// Folders that are cleared away
+
+/// The parts of a queue that somebody removes.
+class RemovedPartsTest : public QueueTest, public ::testing::WithParamInterface<std::vector<std::string>> {
+ protected:
+  void RemoveParts() const {
+    for (const std::string& part : GetParam()) ASSERT_GT(std::filesystem::remove_all(folder_ + "/" + part), 0U) << part;
+  }
+};
+
+TEST_P(RemovedPartsTest, AreMadeAnewWhileNothingWaits) {
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  RemoveParts();
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_), ElementsAre("cur", "failed", "new", "tmp"));
+}
+
+TEST_P(RemovedPartsTest, AreMadeAnewWhenTheQueueHasNotChangedForLong) {
+  const auto queue = Open(folder_);
+  SleepMilliseconds(2100);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_EQ(queue->Poll("", 0), "");
+  RemoveParts();
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_), ElementsAre("cur", "failed", "new", "tmp"));
+}
+
+TEST_P(RemovedPartsTest, AreMadeAnewForTheMessageThatWaits) {
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  for (const char* name : {"a.xml", "b.xml"}) Arrive(name, "text");
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  queue->Answered();
+  RemoveParts();
+  if (!std::filesystem::exists(folder_ + "/new")) return;  // with the message
+  EXPECT_EQ(queue->Poll("", 0), "b");
+  EXPECT_EQ(queue->Package(), "text");
+  queue->Answered();
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_), ElementsAre("cur", "failed", "new", "tmp"));
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
+}
+
+TEST_P(RemovedPartsTest, AreMadeAnewForTheMessageThatFails) {
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  std::filesystem::create_directory(New("folder.xml"));
+  RemoveParts();
+  if (!std::filesystem::exists(New("folder.xml"))) return;
+  EXPECT_EQ(queue->Poll("", 0), "folder");
+  EXPECT_EQ(RaisedText([&] { (void)queue->Package(); }), "1000 The message \"folder\" is not a plain file.");
+  EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("folder.xml"));
+}
+
+TEST_P(RemovedPartsTest, AreMadeAnewForTheMessageThatIsSent) {
+  const auto queue = Open(folder_);
+  queue->SetPackage("text");
+  queue->Send("a");
+  RemoveParts();
+  EXPECT_TRUE(queue->CanSend());
+  queue->Send("b");
+  EXPECT_EQ(ReadText(New("b.xml")), "text");
+  EXPECT_THAT(NamesIn(folder_), ElementsAre("cur", "failed", "new", "tmp"));
+}
+
+TEST_P(RemovedPartsTest, AreNoticedWhenThePollIsDueToLookAfterDeadServers) {
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  for (const char* name : {"a.xml", "b.xml"}) Arrive(name, "text");
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  RemoveParts();
+  if (!std::filesystem::exists(folder_ + "/new")) return;
+  SleepMilliseconds(5100);
+  EXPECT_EQ(queue->Poll("", 0), "b");
+}
+
+INSTANTIATE_TEST_SUITE_P(Parts, RemovedPartsTest,
+                         ::testing::Values(std::vector<std::string>{"cur"}, std::vector<std::string>{"tmp"},
+                                           std::vector<std::string>{"failed"}, std::vector<std::string>{"new"},
+                                           std::vector<std::string>{"cur", "tmp", "failed"},
+                                           std::vector<std::string>{"cur", "tmp", "failed", "new"}),
+                         [](const auto& parts) {
+                           std::string name;
+                           for (const std::string& part : parts.param) name += part;
+                           return name;
+                         });
+
+TEST_F(QueueTest, AnExchangedPartIsNoticed) {
+  const auto queue = Open(folder_);
+  Arrive("a.xml", "text");
+  std::filesystem::rename(folder_ + "/cur", base_ / "moved");
+  std::filesystem::create_directory(folder_ + "/cur");
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("a.xml"));
+}
+
+TEST_F(QueueTest, AFileUnderTwoNamesIsOneMessage) {
+  // What a server leaves that dies between making the name in `cur` and removing the one in `new`.
+  Send(folder_, "a", "text");
+  std::filesystem::create_hard_link(New("a.xml"), folder_ + "/cur/a.xml");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  EXPECT_EQ(queue->Package(), "text");
+  EXPECT_THAT(NamesIn(folder_ + "/new"), IsEmpty());
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("a.xml"));
+  queue->Answered();
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
+}
+
+TEST_F(QueueTest, AFileUnderTwoNamesIsFoundWhilePolling) {
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "");
+  WriteText(folder_ + "/tmp/part", "text");
+  std::filesystem::create_hard_link(folder_ + "/tmp/part", folder_ + "/cur/a.xml");
+  std::filesystem::rename(folder_ + "/tmp/part", New("a.xml"));
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  queue->Answered();
+  EXPECT_EQ(queue->Poll("", 0), "");
+}
+
+// Messages that are given back
+
+TEST_F(QueueTest, AMessagePutBackWaitsBehindTheOthers) {
+  for (const char* id : {"a", "b"}) Send(folder_, id, id);
+  SetTime(New("a.xml"), 1000, 0);
+  const auto queue = Open(folder_);
+  const auto start = Clock::now();
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  queue->PutBack();
+  EXPECT_EQ(RaisedText([&] { (void)queue->Package(); }), "1000 The queue has no message: none was polled.");
+  EXPECT_THAT(NamesIn(folder_ + "/new"), ElementsAre("a.xml", "b.xml"));
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
+  EXPECT_EQ(queue->Poll("", 0), "b");
+  EXPECT_EQ(queue->Poll("", kLong), "a");
+  EXPECT_EQ(queue->Package(), "a");
+  EXPECT_GE(Clock::now() - start, milliseconds(100));
+  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("a.xml")) << "and nothing that counts tries";
+}
+
+TEST_F(QueueTest, EachTimeAMessageIsPutBackItWaitsLonger) {
+  Send(folder_, "a", "");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  for (const int wait : {100, 200, 400}) {
+    const auto start = Clock::now();
+    queue->PutBack();
+    EXPECT_EQ(queue->Poll("", kLong), "a");
+    EXPECT_GE(Clock::now() - start, milliseconds(wait));
+  }
+  queue->Answered();
+  EXPECT_EQ(queue->Poll("", 0), "");
+  // A later message of the same id has nothing to do with it.
+  Send(folder_, "a", "");
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  queue->PutBack();
+  const auto start = Clock::now();
+  EXPECT_EQ(queue->Poll("", kLong), "a");
+  EXPECT_LT(Clock::now() - start, milliseconds(700));
+}
+
+TEST_F(QueueTest, WhatWasPutBackOftenIsNeverGivenUp) {
+  Send(folder_, "a", "text");
+  for (int i = 0; i < 5; ++i) {
+    const auto queue = Open(folder_);
+    ASSERT_EQ(queue->Poll("", 0), "a");
+    queue->PutBack();
+  }
+  EXPECT_EQ(Open(folder_)->Poll("", 0), "a");
+}
+
+TEST_F(QueueTest, AMessagePutBackMayBeTakenByAnotherServer) {
+  Send(folder_, "a", "text");
+  const auto first = Open(folder_);
+  const auto second = Open(folder_);
+  EXPECT_EQ(first->Poll("", 0), "a");
+  first->PutBack();
+  EXPECT_EQ(second->Poll("", 0), "a");
+  EXPECT_EQ(first->Poll("", 300), "");
+  second->Answered();
+  EXPECT_EQ(second->Poll("", 0), "");
+  EXPECT_EQ(first->Poll("", 0), "");
+}
+
+TEST_F(QueueTest, HundredsPutBackAreEachGivenAgainOnce) {
+  constexpr int kMessages = 300;
+  std::vector<std::string> sent;
+  for (int i = 0; i < kMessages; ++i) sent.push_back(std::to_string(1000 + i));
+  for (const std::string& id : sent) Send(folder_, id, id);
+  const auto queue = Open(folder_);
+  for (const std::string& id : sent) {
+    ASSERT_EQ(queue->Poll("", 0), id);
+    queue->PutBack();
+  }
+  std::vector<std::string> taken;
+  for (std::size_t i = 0; i < sent.size(); ++i) {
+    taken.push_back(queue->Poll("", kLong));
+    EXPECT_EQ(queue->Package(), taken.back());
+  }
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_THAT(taken, ::testing::UnorderedElementsAreArray(sent));
+  for (const char* name : {"/new", "/cur", "/failed"}) EXPECT_THAT(NamesIn(folder_ + name), IsEmpty()) << name;
+}
+
+TEST_F(QueueTest, AFailedMessageCanBePutBackToo) {
+  Open(folder_);
+  std::filesystem::create_directory(New("folder.xml"));
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "folder");
+  queue->PutBack();
+  EXPECT_EQ(queue->Poll("", 0), "");
+  EXPECT_EQ(queue->Poll("", kLong), "folder");
+  EXPECT_EQ(RaisedText([&] { (void)queue->Package(); }), "1000 The message \"folder\" is not a plain file.");
+  EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("folder.xml"));
+}
+
+TEST_F(QueueTest, AMessageIsNotPutBackOverALaterOneOfItsName) {
+  Send(folder_, "a", "first");
+  const auto queue = Open(folder_);
+  EXPECT_EQ(queue->Poll("", 0), "a");
+  Arrive("a.xml", "second");
+  queue->PutBack();
+  EXPECT_EQ(queue->Poll("", kLong), "a");
+  EXPECT_EQ(queue->Package(), "first");
+  queue->Answered();
+  EXPECT_EQ(queue->Poll("", kLong), "a");
+  EXPECT_EQ(queue->Package(), "second");
+  EXPECT_EQ(queue->Poll("", 0), "");
+}
+
+TEST_F(QueueTest, NothingIsLostOnAFullFileSystem) {
+  const test::MountedFolder full("tmpfs", "size=64k");
+  if (!full.Mounted()) GTEST_SKIP() << "nobody may mount a file system here";
+  const std::string folder = full.Path() + "/queue";
+  Send(folder, "waiting", "text");
+  const auto queue = Open(folder);
+  queue->SetPackage("a small one");
+  EXPECT_TRUE(queue->CanSend());
+  const std::string filling = test::FillUp(full.Path());
+  EXPECT_FALSE(queue->CanSend());
+  EXPECT_EQ(RaisedText([&] { queue->Send("a"); }),
+            "61 The message \"a\" cannot be sent to the queue folder \"" + folder + "\": No space left on device");
+  EXPECT_EQ(queue->Poll("", 0), "waiting") << "taking needs no room";
+  queue->PutBack();
+  EXPECT_THAT(NamesIn(folder + "/new"), ElementsAre("waiting.xml"));
+  EXPECT_THAT(NamesIn(folder + "/tmp"), IsEmpty());
+  std::filesystem::remove(filling);
+  EXPECT_TRUE(queue->CanSend());
+  queue->Send("a");
+  EXPECT_EQ(ReadText(folder + "/new/a.xml"), "a small one");
+}
+
+// Folders that were prepared for a group
+
+constexpr uid_t kServerUser = 2000001;
+constexpr uid_t kClientUser = 2000002;
+constexpr uid_t kStranger = 2000003;
+constexpr gid_t kCommonGroup = 2000010;
+
+gid_t GroupOf(const std::string& path) {
+  struct stat facts {};
+  return lstat(path.c_str(), &facts) == 0 ? facts.st_gid : 0;
+}
+
+class SharedQueueTest : public QueueTest {
+ protected:
+  SharedQueueTest() {
+    if (geteuid() != 0) return;
+    chmod(base_.Path().c_str(), 0755);
+    std::filesystem::create_directories(folder_);
+    Prepare(folder_, 02770);
+  }
+
+  /// What an administrator does to a folder.
+  static void Prepare(const std::string& folder, mode_t mode) {
+    ASSERT_EQ(chown(folder.c_str(), kServerUser, kCommonGroup), 0);
+    ASSERT_EQ(chmod(folder.c_str(), mode), 0);
+  }
+
+  /// Runs something as a user in the group and gives what it reports in one line.
+  template <typename Routine>
+  static std::string As(uid_t user, bool inGroup, mode_t mask, Routine routine) {
+    Child other([&](int pipe) {
+      const gid_t group = kCommonGroup;
+      if (setgroups(inGroup ? 1 : 0, &group) != 0 || setresgid(user, user, user) != 0 ||
+          setresuid(user, user, user) != 0) {
+        _exit(3);
+      }
+      umask(mask);
+      std::string text;
+      const std::string raised = RaisedText([&] { text = routine(); });
+      Report(pipe, raised == "nothing" ? text : raised);
+    });
+    return other.Line();
+  }
+};
+
+TEST_F(SharedQueueTest, FoldersInItAreTheGroupsToo) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become other users";
+  for (const mode_t mask : {0000U, 0077U}) {
+    As(kServerUser, true, mask, [this] { return Open(folder_), ""; });
+    for (const char* name : {"tmp", "new", "cur", "failed"}) {
+      EXPECT_EQ(ModeOf(folder_ + "/" + name), 02770U) << name;
+      EXPECT_EQ(GroupOf(folder_ + "/" + name), kCommonGroup) << name;
+      std::filesystem::remove(folder_ + "/" + name);
+    }
+  }
+}
+
+TEST_F(SharedQueueTest, ClientAndServerOfTwoUsersReachEachOther) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become other users";
+  const std::string results = base_ / "results";
+  std::filesystem::create_directories(results);
+  Prepare(results, 02770);
+  // Whoever comes first makes the folders.
+  for (const bool serverFirst : {true, false}) {
+    if (serverFirst) As(kServerUser, true, 0077, [&] { return Open(folder_), Open(results), ""; });
+    EXPECT_EQ(As(kClientUser, true, 0077, [&] { return Send(folder_, "a", "request"), "sent"; }), "sent");
+    EXPECT_EQ(ModeOf(New("a.xml")), 0660U);
+    EXPECT_EQ(GroupOf(New("a.xml")), kCommonGroup);
+    EXPECT_EQ(As(kServerUser, true, 0077,
+                 [&] {
+                   const auto queue = Open(folder_);
+                   const std::string id = queue->Poll("", 0);
+                   const std::string text = queue->Package();
+                   Send(results, id, "answer to " + text);
+                   queue->Answered();
+                   return id;
+                 }),
+              "a");
+    EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
+    EXPECT_EQ(ModeOf(results + "/new/a.xml"), 0660U);
+    EXPECT_EQ(GroupOf(results + "/new/a.xml"), kCommonGroup);
+    EXPECT_EQ(As(kStranger, false, 0077, [&] { return ReadText(results + "/new/a.xml"); }), "");
+    EXPECT_EQ(As(kClientUser, true, 0077,
+                 [&] { return AnswerFolder(results).Receive("a", milliseconds(0)).value_or("none"); }),
+              "answer to request");
+    EXPECT_THAT(NamesIn(results + "/new"), IsEmpty()) << "the client removed it";
+    for (const std::string& queue : {folder_, results}) {
+      for (const char* name : {"tmp", "new", "cur", "failed"}) std::filesystem::remove_all(queue + "/" + name);
+    }
+  }
+}
+
+TEST_F(SharedQueueTest, AFileHasNoMoreRightsThanItsFolderGivesTheGroup) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become other users";
+  const std::map<mode_t, mode_t> filesByFolder = {{02770, 0660}, {02750, 0640}, {02700, 0600},
+                                                  {02710, 0600}, {0770, 0600},  {02777, 0660}};
+  As(kServerUser, true, 0, [this] { return Open(folder_), ""; });
+  for (const auto& [ofFolder, ofFile] : filesByFolder) {
+    Prepare(folder_ + "/new", ofFolder);
+    EXPECT_EQ(As(kServerUser, true, 0, [this] { return Send(folder_, "a", "text"), "sent"; }), "sent");
+    EXPECT_EQ(ModeOf(New("a.xml")), ofFile) << std::oct << ofFolder;
+    std::filesystem::remove(New("a.xml"));
+  }
+}
+
+TEST_F(SharedQueueTest, AFolderForReadersHasFoldersForReaders) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become other users";
+  Prepare(folder_, 02750);
+  As(kServerUser, true, 0, [this] { return Send(folder_, "a", "text"), ""; });
+  EXPECT_EQ(ModeOf(folder_ + "/new"), 02750U);
+  EXPECT_EQ(ModeOf(New("a.xml")), 0640U);
+  EXPECT_EQ(As(kClientUser, true, 0, [this] { return ReadText(New("a.xml")); }), "text");
+}
+
+TEST_F(SharedQueueTest, NoOtherGroupGetsTheRights) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become other users";
+  As(kServerUser, true, 0, [this] { return Open(folder_), ""; });
+  // Written in a folder without the bit the file has the writer's own group first.
+  Prepare(folder_ + "/tmp", 0770);
+  EXPECT_EQ(As(kServerUser, true, 0, [this] { return Send(folder_, "a", "text"), "sent"; }), "sent");
+  EXPECT_EQ(ModeOf(New("a.xml")), 0660U);
+  EXPECT_EQ(GroupOf(New("a.xml")), kCommonGroup);
+  // A writer who is not in the group cannot give it the file.
+  for (const char* name : {"", "/tmp", "/new"}) chmod((folder_ + name).c_str(), name[1] == 't' ? 0777 : 02777);
+  for (const char* name : {"/cur", "/failed"}) chmod((folder_ + name).c_str(), 0755);
+  EXPECT_EQ(As(kStranger, false, 0, [this] { return Send(folder_, "b", "text"), "sent"; }), "sent");
+  EXPECT_EQ(ModeOf(New("b.xml")), 0600U);
+}
+
+TEST_F(SharedQueueTest, TheCountOfDeathsIsTheGroupsToo) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become other users";
+  As(kClientUser, true, 0077, [this] { return Send(folder_, "a", "text"), ""; });
+  const auto die = [this] { return Open(folder_)->Poll("", 0); };
+  for (const uid_t user : {kServerUser, kClientUser, kServerUser}) EXPECT_EQ(As(user, true, 0077, die), "a");
+  EXPECT_EQ(As(kClientUser, true, 0077,
+               [this] {
+                 const auto queue = Open(folder_);
+                 queue->Poll("", 0);
+                 return queue->Package();
+               }),
+            "1000 The message \"a\" was given up: the server ended 3 times while it answered it.");
+}
+
+TEST_F(QueueTest, WithoutTheBitAllStaysPrivate) {
+  std::filesystem::create_directories(folder_);
+  chmod(folder_.c_str(), 0770);
+  Send(folder_, "a", "text");
+  EXPECT_EQ(ModeOf(folder_ + "/new"), 0700U);
+  EXPECT_EQ(ModeOf(New("a.xml")), 0600U);
 }
 
 class AnswerFolderTest : public QueueTest {};

@@ -153,15 +153,6 @@ TEST_F(RegistryTest, KeysAndNamesOfValuesAreComparedWithoutRegardToCase) {
   EXPECT_EQ(TextAt("HKLM\\software\\odbc\\odbc.ini\\SALES\\dRIVER"), "String SQLite3");
 }
 
-TEST_F(RegistryTest, HkuIsNoRootButHkurIs) {
-  for (const char* root : {"HKEY_CLASSES_ROOT", "HKCR", "HKEY_CURRENT_USER", "HKCU", "HKEY_LOCAL_MACHINE", "HKLM",
-                           "HKEY_USERS", "HKUR", "hkur", "hkey_users"}) {
-    EXPECT_TRUE(IsRegistryRoot(root)) << root;
-  }
-  for (const char* root : {"HKU", "", "HKL", "HKLMX", "HKEY_USER", "HKLM\\"})
-    EXPECT_FALSE(IsRegistryRoot(root)) << root;
-}
-
 TEST_F(RegistryTest, UnknownRootsAndThoseWithoutOdbcHaveNoKeys) {
   WriteText(SystemFile(), "[Sales]\nDriver=SQLite3\n");
   WriteText(UserFile(), "[Sales]\nDriver=SQLite3\n");

@@ -247,26 +247,35 @@ TEST(CanAppendTo, TellsWhetherAFileCanBeOpened) {
   EXPECT_FALSE(CanAppendTo(folder.Path()));
 }
 
-TEST(WriteFileAtomically, ReplacesTheContentByANewFile) {
+TEST(FailureSignals, DoNotEndAProcessThatTakesFailuresInstead) {
   const TestFolder folder;
-  const std::string path = folder / "status.xml";
-  WriteText(path, "a much longer old content");
-  std::ifstream reader(path);  // who reads meanwhile keeps the whole old content
-  WriteFileAtomically(path, "new");
-  EXPECT_EQ(ReadText(path), "new");
-  EXPECT_EQ(ModeOf(path), 0600U);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "a much longer old content");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1) << "nothing is left beside it";
+  Child process([&folder](int pipe) {
+    TakeFailuresInsteadOfSignals();
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) _exit(3);
+    close(ends[0]);
+    Report(pipe, write(ends[1], "x", 1) < 0 && errno == EPIPE ? "no reader" : "written");
+    const rlimit small{.rlim_cur = 10, .rlim_max = 10};
+    setrlimit(RLIMIT_FSIZE, &small);
+    Report(pipe, test::RaisedText([&] { AppendToPrivateFile(folder / "file", std::string(20, 'x')); }));
+  });
+  EXPECT_EQ(process.Line(), "no reader");
+  EXPECT_EQ(process.Line(), "1000 Unable to append to file \"" + (folder / "file") + "\": File too large");
 }
 
-TEST(WriteFileAtomically, NamesThePathAndLeavesNothingWhenItFails) {
+TEST(FailureSignals, ActAsEverInProgramsThatAreStarted) {
   const TestFolder folder;
-  EXPECT_RAISES(WriteFileAtomically(folder / "no/file", "x"), 1000,
-                "Unable to write file \"" + (folder / "no/file") + "\": No such file or directory");
-  std::filesystem::create_directories(folder / "taken/full");
-  EXPECT_RAISES(WriteFileAtomically(folder / "taken", "x"), 1000,
-                "Unable to write file \"" + (folder / "taken") + "\": Is a directory");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1) << "only the folder is there";
+  const std::string script = "trap '' USR1; grep SigIgn /proc/self/status > '" + (folder / "part") + "'; mv '" +
+                             (folder / "part") + "' '" + (folder / "ignored") + "'";
+  Child process([&](int pipe) {
+    TakeFailuresInsteadOfSignals();
+    Report(pipe, StartProgram("/bin/sh", {"-c", script}) ? "started" : "not started");
+  });
+  ASSERT_EQ(process.Line(), "started");
+  const auto end = Clock::now() + std::chrono::seconds(20);
+  while (!std::filesystem::exists(folder / "ignored") && Clock::now() < end) SleepMilliseconds(10);
+  // Only what the script itself ignores: signal 10 is bit 9.
+  EXPECT_EQ(ReadText(folder / "ignored"), "SigIgn:\t0000000000000200\n");
 }
 
 TEST(StopSignals, SeeTerminateAndInterruptAndKeepTheProcessAlive) {

@@ -1,7 +1,6 @@
 #include "platform/xml/Xml.h"
 
 #include <chrono>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <gmock/gmock.h>

@@ -1,7 +1,6 @@
 // The column types of the products: from the type that a table declares to what ODBC tells of a column.
 #pragma once
 
-#include <cstdint>
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlucode.h>

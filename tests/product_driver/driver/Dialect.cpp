@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 
 #include "common/Text.h"
 #include "product_driver/driver/DriverError.h"

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>

@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QTimer>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
