@@ -141,7 +141,9 @@ void DriverThread::Work(const std::shared_ptr<State>& state) {
       lock.lock();
       state->failure = std::move(failure);
       state->calling = false;
+      lock.unlock();  // or the caller would wake up to a locked mutex
       state->done.notify_one();
+      lock.lock();
     } else {
       break;
     }
@@ -168,10 +170,11 @@ void DriverThread::Run(std::function<void()> call, const CallLimit& limit,
   }
   bool givenUp = start - asked_ >= kAsk && MustGiveUp();
   if (!givenUp) {
-    const std::lock_guard lock(state_->mutex);
+    std::unique_lock lock(state_->mutex);
     state_->failure = nullptr;
     state_->call = std::move(call);
     state_->calling = true;
+    lock.unlock();
     state_->changed.notify_one();
   }
   const Ending ending = givenUp ? Ending::kGivenUp : Wait(limit, start, canceller);
@@ -195,7 +198,8 @@ DriverThread::Ending DriverThread::Wait(const CallLimit& limit, Clock::time_poin
       CancelApart(canceller);
       const bool inHaste = givenUp;
       if (WaitUntil(Clock::now() + (inHaste ? kCancelledInHaste : kCancelled), !inHaste, givenUp)) {
-        return inHaste ? Ending::kGivenUp : Ending::kDone;
+        // What it gave is of no use: the cancelling may come late, and would end the next call.
+        return inHaste ? Ending::kGivenUp : Ending::kRanOut;
       }
     }
     GiveUp();
@@ -239,12 +243,12 @@ void DriverThread::GiveUp() {
   thread_.detach();
 }
 
-void DriverThread::Post(std::function<void()> call) {
+void DriverThread::Post(std::function<void()> call, Urgency urgency) {
   {
     const std::lock_guard lock(state_->mutex);
     if (!state_->ended) {
       state_->posted.push_back(std::move(call));
-      state_->changed.notify_one();
+      if (urgency == Urgency::kNow || state_->stuck) state_->changed.notify_one();
       return;
     }
   }

@@ -72,8 +72,11 @@ class DriverThread {
     return std::move(**answer);
   }
 
+  /// When a call that nobody waits for is run: waking the thread for it takes time from the caller.
+  enum class Urgency : std::uint8_t { kNow, kWithTheNextCall };
+
   /// Runs `call` on the thread before any later one, without waiting. What it raises is lost.
-  void Post(std::function<void()> call);
+  void Post(std::function<void()> call, Urgency urgency = Urgency::kNow);
 
   /// True once a call was given up.
   [[nodiscard]] bool IsStuck() const;

@@ -85,7 +85,12 @@ OdbcReader::OdbcReader(std::shared_ptr<DriverThread> thread, std::shared_ptr<Odb
 }
 
 OdbcReader::~OdbcReader() {
-  if (rows_) thread_->Post([rows = std::move(rows_)]() mutable { rows.reset(); });
+  if (!rows_) return;
+  // At the end the statement is freed already: of the driver's there is nothing left but the connection's other owner.
+  const bool freed = !thread_->IsStuck() && rows_->source->AtEnd();
+  if (freed) rows_->values = {};
+  thread_->Post([rows = std::move(rows_)]() mutable { rows.reset(); },
+                freed ? DriverThread::Urgency::kWithTheNextCall : DriverThread::Urgency::kNow);
 }
 
 void OdbcReader::Read() {
