@@ -17,6 +17,8 @@ namespace {
 
 /// Runs with sanitizers thin out the longest walks.
 bool IsQuick() { return std::getenv("ODS_TEST_QUICK") != nullptr; }
+/// scripts/walks.sh goes through the large tables in the smallest pages too.
+bool IsLong() { return std::getenv("ODS_TEST_LONG") != nullptr; }
 
 /// How the rows of a walk are chosen and ordered.
 struct WalkMode {
@@ -26,13 +28,13 @@ struct WalkMode {
   bool selectedKey = false;
   bool filtered = false;
   bool searched = false;
-  bool alwaysSmallPages = false;  ///< larger tables too are walked in pages of 1 and 7, which takes its time
+  bool smallPages = false;  ///< larger tables too are walked in small pages, which takes its time
 };
 
 constexpr WalkMode kModes[] = {
-    {.name = "unsorted", .alwaysSmallPages = true},
+    {.name = "unsorted", .smallPages = true},
     {.name = "sorted", .sorted = true},
-    {.name = "sorted down", .sorted = true, .descending = true, .alwaysSmallPages = true},
+    {.name = "sorted down", .sorted = true, .descending = true, .smallPages = true},
     {.name = "by a selected key", .selectedKey = true},
     {.name = "filtered by a selected key", .selectedKey = true, .filtered = true},
     {.name = "searched and sorted", .sorted = true, .searched = true},
@@ -42,7 +44,7 @@ constexpr WalkMode kModes[] = {
      .selectedKey = true,
      .filtered = true,
      .searched = true,
-     .alwaysSmallPages = true},
+     .smallPages = true},
 };
 
 using Rows = std::vector<std::string>;
@@ -84,8 +86,9 @@ class Walker {
     constexpr double kLargeTable = 2500;
     const double rows = SafeDbl(direct_->OpenRecordSet("SELECT COUNT(*) FROM " + table.source, 0)->Item(0));
     if (IsQuick()) return {rows < kLargeTable ? 23 : 500};
-    if (rows >= kSmallTable && !mode.alwaysSmallPages) return {50};
-    return rows < kLargeTable ? std::vector<int>{1, 7, 50} : std::vector<int>{7, 50};
+    if (rows < kSmallTable) return {1, 7, 50};
+    if (!mode.smallPages || (rows >= kLargeTable && !IsLong())) return {50};
+    return rows < kLargeTable && IsLong() ? std::vector<int>{1, 7, 50} : std::vector<int>{7, 50};
   }
   [[nodiscard]] std::vector<std::string> AskForKey(const SampleTable& table) {
     return TextToKey(GetNodeText(
