@@ -25,8 +25,8 @@ constexpr std::array<CharacterClass, 256> kClasses = [] {
   set(0x80, 0xFF, CharacterClass::kWordStart);
   set('0', '9', CharacterClass::kDigit);
   set('$', '$', CharacterClass::kDollar);
-  for (const unsigned char c : {'\'', '"', '`', '['}) classes[c] = CharacterClass::kQuote;
-  for (const unsigned char c : {'-', '#', '/'}) classes[c] = CharacterClass::kCommentStart;
+  for (const std::size_t c : std::u8string_view(u8"'\"`[")) classes[c] = CharacterClass::kQuote;
+  for (const std::size_t c : std::u8string_view(u8"-#/")) classes[c] = CharacterClass::kCommentStart;
   return classes;
 }();
 
