@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/Hex.h"
 #include "platform/ado/SqlLexer.h"
 
 namespace ods {
@@ -28,7 +29,7 @@ constexpr std::array<std::string_view, 4> kChangingWords = {"INSERT", "UPDATE", 
 
 char UpperOf(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 bool IsBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool IsHexDigit(char c) { return (c >= '0' && c <= '9') || (UpperOf(c) >= 'A' && UpperOf(c) <= 'F'); }
+bool IsHexDigit(char c) { return HexDigitValue(c) >= 0; }
 
 bool Is(std::string_view word, std::string_view upper) {
   return word.size() == upper.size() && std::ranges::equal(word, upper, {}, UpperOf);
