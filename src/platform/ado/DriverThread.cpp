@@ -33,9 +33,11 @@ std::atomic<int>& Stuck() {
   return stuck;
 }
 
-void RunPosted(std::function<void()> call) {
+/// Runs a call, and lets go of what it holds.
+void RunPosted(std::function<void()>&& call) {
   try {
-    call();
+    const std::function<void()> posted = std::move(call);
+    posted();
   } catch (const std::exception&) {  // nobody waits for it
   }
 }
