@@ -86,9 +86,13 @@ OdbcReader::OdbcReader(std::shared_ptr<DriverThread> thread, std::shared_ptr<Odb
 
 OdbcReader::~OdbcReader() {
   if (!rows_) return;
-  // At the end the statement is freed already: of the driver's there is nothing left but the connection's other owner.
+  // At the end the statement is freed already: what is left but for the connection's other owner is plain memory, which
+  // goes here, since a long value takes much of it and the next call may be far away.
   const bool freed = !thread_->IsStuck() && rows_->source->AtEnd();
-  if (freed) rows_->values = {};
+  if (freed) {
+    rows_->source.reset();
+    rows_->values = {};
+  }
   thread_->Post([rows = std::move(rows_)]() mutable { rows.reset(); },
                 freed ? DriverThread::Urgency::kWithTheNextCall : DriverThread::Urgency::kNow);
 }
