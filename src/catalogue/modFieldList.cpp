@@ -7,17 +7,22 @@
 
 namespace ods {
 
+XmlNode AppendField(XmlNode& fields, const DataSession& session, const std::string& name, std::int32_t type) {
+  const bool dotted = session.dialect->underscoresAreDots;
+  XmlNode field = fields.AppendElement("Field");
+  field.AppendElement("Id", name);
+  field.AppendElement("Name", name);
+  field.AppendElement("Caption", dotted ? ReplaceAll(name, "_", ".") : name);
+  field.AppendElement("Type", std::to_string(type));
+  field.AppendElement("Active", "1");
+  return field;
+}
+
 void ProcessFieldList(const XmlDocument& request, XmlDocument& response, DataSession& session) {
   response.LoadXML("<XML><Fields/></XML>");
-  const bool dotted = session.dialect->underscoresAreDots;
   XmlNode fields = response.SelectSingleNode("/XML/Fields");
   for (const Field& column : DescribeTable(session, GetNodeText(request, "/XML/TableId"))) {
-    XmlNode field = fields.AppendElement("Field");
-    field.AppendElement("Id", column.name);
-    field.AppendElement("Name", column.name);
-    field.AppendElement("Caption", dotted ? ReplaceAll(column.name, "_", ".") : column.name);
-    field.AppendElement("Type", std::to_string(column.type));
-    field.AppendElement("Active", "1");
+    AppendField(fields, session, column.name, column.type);
   }
 }
 

@@ -178,11 +178,10 @@ TableKeys GetTableKeys(DataSession& session, const std::string& table) {
   return keys;
 }
 
-void ProcessKeyList(const XmlDocument& request, XmlDocument& response, DataSession& session) {
-  const TableKeys keys = GetTableKeys(session, GetNodeText(request, "/XML/TableId"));
+void WriteKeyList(const std::vector<Key>& keys, std::string_view primary, bool choosePrimary, XmlDocument& response) {
   response.LoadXML("<XML><Keys/><ChoosePrimary/></XML>");
   XmlNode list = response.SelectSingleNode("/XML/Keys");
-  for (const Key& key : keys.Keys) {
+  for (const Key& key : keys) {
     XmlNode node = list.AppendElement("Key");
     XmlNode fields = node.AppendElement("Fields");
     for (const std::string& name : key.fields) {
@@ -193,16 +192,25 @@ void ProcessKeyList(const XmlDocument& request, XmlDocument& response, DataSessi
     node.AppendElement("Id", KeyToText(key.fields));
     node.AppendElement("Caption", Join(key.fields, ", "));
     node.AppendElement("Unique", Flag(key.unique));
-    node.AppendElement("Primary", Flag(key.name == keys.PrimaryKey));
+    node.AppendElement("Primary", Flag(key.name == primary));
   }
-  response.SelectSingleNode("/XML/ChoosePrimary").SetText(Flag(!keys.FixedPrimary));
+  response.SelectSingleNode("/XML/ChoosePrimary").SetText(Flag(choosePrimary));
+}
+
+void WritePrimaryKey(const std::vector<std::string>& fields, bool constructed, XmlDocument& response) {
+  response.LoadXML("<XML><PrimaryKey/><Constructed/></XML>");
+  response.SelectSingleNode("/XML/PrimaryKey").SetText(KeyToText(fields));
+  response.SelectSingleNode("/XML/Constructed").SetText(Flag(constructed));
+}
+
+void ProcessKeyList(const XmlDocument& request, XmlDocument& response, DataSession& session) {
+  const TableKeys keys = GetTableKeys(session, GetNodeText(request, "/XML/TableId"));
+  WriteKeyList(keys.Keys, keys.PrimaryKey, !keys.FixedPrimary, response);
 }
 
 void ProcessPrimaryKey(const XmlDocument& request, XmlDocument& response, DataSession& session) {
   const TableKeys keys = GetTableKeys(session, GetNodeText(request, "/XML/TableId"));
-  response.LoadXML("<XML><PrimaryKey/><Constructed/></XML>");
-  response.SelectSingleNode("/XML/PrimaryKey").SetText(KeyToText(keys.ConstructedPrimaryKey));
-  response.SelectSingleNode("/XML/Constructed").SetText(Flag(keys.IsConstructed));
+  WritePrimaryKey(keys.ConstructedPrimaryKey, keys.IsConstructed, response);
 }
 
 }  // namespace ods

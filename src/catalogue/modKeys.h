@@ -39,6 +39,10 @@ struct TableKeys {
 /// The indexes of a table and the primary key to use. A failure to read the indexes means that there are none.
 [[nodiscard]] TableKeys GetTableKeys(DataSession& session, const std::string& table);
 
+/// Answers with keys in their order; the one named `primary` is the primary key.
+void WriteKeyList(const std::vector<Key>& keys, std::string_view primary, bool choosePrimary, XmlDocument& response);
+void WritePrimaryKey(const std::vector<std::string>& fields, bool constructed, XmlDocument& response);
+
 void ProcessKeyList(const XmlDocument& request, XmlDocument& response, DataSession& session);
 void ProcessPrimaryKey(const XmlDocument& request, XmlDocument& response, DataSession& session);
 

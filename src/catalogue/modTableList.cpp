@@ -15,20 +15,6 @@ std::string Identifier(std::string_view type, std::string_view name) {
   return "[" + std::string(type) + "]" + std::string(name);
 }
 
-/// True when a row of the tables schema is offered to clients.
-bool IsListed(ListedTables listed, const std::string& type, const std::string& schema) {
-  switch (listed) {
-    case ListedTables::kTablesAndUserViews:
-      if (type == kTypeTable) return true;
-      return type == kTypeView && ToLower(schema) != "sys" && ToUpper(schema) != "INFORMATION_SCHEMA";
-    case ListedTables::kAllButSystemTables:
-      return type != "SYSTEM TABLE";
-    case ListedTables::kAll:
-      break;
-  }
-  return true;
-}
-
 struct Entry {
   std::string identifier;
   std::string caption;
@@ -38,11 +24,6 @@ Entry BracketedEntry(const std::string& type, const std::string& schema, const s
   return {Identifier(type == kTypeView ? kTypeView : kTypeTable,
                      "[" + ReplaceAll(schema, "]", "]]") + "].[" + ReplaceAll(name, "]", "]]") + "]"),
           ToLower(schema) == "dbo" ? name : schema + "." + name};
-}
-
-std::string Caption(const Dialect& dialect, const std::string& name) {
-  if (dialect.underscoresAreDots) return ReplaceAll(name, "_", ".");
-  return dialect.namesEndInDollar && name.ends_with('$') ? name.substr(0, name.size() - 1) : name;
 }
 
 void AddTables(const DataSession& session, Dictionary& entries) {
@@ -58,7 +39,7 @@ void AddTables(const DataSession& session, Dictionary& entries) {
     if (!IsListed(session.dialect->listedTables, type, schema)) continue;
     const Entry entry = session.dialect->bracketedNames
                             ? BracketedEntry(type, schema, name)
-                            : Entry{Identifier(kTypeTable, name), Caption(*session.dialect, name)};
+                            : Entry{Identifier(kTypeTable, name), TableCaption(*session.dialect, name)};
     entries.Set(entry.identifier, entry.caption);
   }
 }
@@ -72,19 +53,41 @@ void AddViews(const DataSession& session, Dictionary& entries) {
 
 }  // namespace
 
-void ProcessTableList(const XmlDocument& /*request*/, XmlDocument& response, DataSession& session) {
-  const auto entries = CreateHalvikDictionary(*session.process->components);
-  AddTables(session, *entries);
-  AddViews(session, *entries);
-  SortDictionary(*entries);
+bool IsListed(ListedTables listed, const std::string& type, const std::string& schema) {
+  switch (listed) {
+    case ListedTables::kTablesAndUserViews:
+      if (type == kTypeTable) return true;
+      return type == kTypeView && ToLower(schema) != "sys" && ToUpper(schema) != "INFORMATION_SCHEMA";
+    case ListedTables::kAllButSystemTables:
+      return type != "SYSTEM TABLE";
+    case ListedTables::kAll:
+      break;
+  }
+  return true;
+}
+
+std::string TableCaption(const Dialect& dialect, const std::string& name) {
+  if (dialect.underscoresAreDots) return ReplaceAll(name, "_", ".");
+  return dialect.namesEndInDollar && name.ends_with('$') ? name.substr(0, name.size() - 1) : name;
+}
+
+void WriteTableList(const DataSession& session, Dictionary& entries, XmlDocument& response) {
+  AddViews(session, entries);
+  SortDictionary(entries);
 
   response.LoadXML("<XML><Tables/></XML>");
   XmlNode tables = response.SelectSingleNode("/XML/Tables");
-  for (const auto& [identifier, caption] : entries->Entries()) {
+  for (const auto& [identifier, caption] : entries.Entries()) {
     XmlNode table = tables.AppendElement("Table");
     table.AppendElement("Id", identifier);
     table.AppendElement("Caption", SafeStr(caption));
   }
+}
+
+void ProcessTableList(const XmlDocument& /*request*/, XmlDocument& response, DataSession& session) {
+  const auto entries = CreateHalvikDictionary(*session.process->components);
+  AddTables(session, *entries);
+  WriteTableList(session, *entries, response);
 }
 
 }  // namespace ods

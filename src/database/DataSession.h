@@ -52,11 +52,15 @@ struct ProcessState {
   const XmlDocument* context = nullptr;
   /// What every connection is opened with.
   ConnectionLimits limits;
+  /// Pages are exact: each row comes exactly once, with all that its columns hold.
+  bool exact = false;
   /// The id that every response carries. A client's `Initialize` replaces it; made when it is first needed.
   std::string ServerSessionId;
   /// Multiplies every decimal number that is written; 0 until the first `TableData` request settles it.
   double decimalFactor = 0;
 };
+
+struct ExactSession;
 
 struct DataSession {
   explicit DataSession(ProcessState& state) : process(&state) {}
@@ -80,6 +84,10 @@ struct DataSession {
   std::shared_ptr<Dictionary> literals;
   /// Made anew at every connect, for whatever a handler keeps per connection.
   std::shared_ptr<Dictionary> cache;
+  /// What exact paging keeps; nullptr where it is not asked for.
+  std::shared_ptr<ExactSession> exact;
+  /// Names of tables are written with their schema, each part in quotes.
+  bool namesWithSchema = false;
 };
 
 }  // namespace ods

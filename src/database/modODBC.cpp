@@ -19,9 +19,12 @@ std::shared_ptr<RecordSet> ExecuteSQL(const DataSession& session, std::string sq
   const std::string_view shown = options.shownAs.empty() ? std::string_view(sql) : options.shownAs;
   session.Trace(std::string("SQL: ").append(shown));
   try {
-    return session.connection->OpenRecordSet(sql, session.dialect->takesRecordLimit ? maxRecords : 0);
+    const std::int32_t limit = session.dialect->takesRecordLimit ? maxRecords : 0;
+    return options.exact ? session.connection->OpenExactRecordSet(sql, limit)
+                         : session.connection->OpenRecordSet(sql, limit);
   } catch (const Error& error) {
-    const bool expected = std::ranges::find(options.expectedErrors, error.Number()) != options.expectedErrors.end();
+    const bool expected =
+        options.mayFail || std::ranges::find(options.expectedErrors, error.Number()) != options.expectedErrors.end();
     const std::string description = options.shownAs.empty() ? error.Description() : kWithheld;
     session.Trace(std::string("SQL ") + (expected ? "Warning" : "Error") + ": " + std::to_string(error.Number()) +
                       " (0x" + ErrorNumberHex(error.Number()) + "), " + description,

@@ -16,11 +16,15 @@ namespace ods {
 struct ExecuteOptions {
   /// Numbers of errors that the caller foresees: they are traced as warnings.
   std::span<const std::int32_t> expectedErrors = {};
+  /// The caller foresees any error: it is traced as a warning.
+  bool mayFail = false;
   /// Placeholder texts and their values: every occurrence is replaced, pair by pair.
   std::span<const std::pair<std::string, std::string>> parameters = {};
   /// For a statement that holds a secret: what the log and errors show in its place. The driver's description of a
   /// failure, which may quote the statement, is then withheld too.
   std::string_view shownAs = {};
+  /// Values come in the exact form of reading.
+  bool exact = false;
 };
 
 /// Runs a statement, tracing it, and returns its record set. `maxRecords` bounds the records read (0: no bound),

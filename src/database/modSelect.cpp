@@ -1,6 +1,7 @@
 #include "database/modSelect.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "common/Error.h"
 #include "common/Text.h"
@@ -29,6 +30,28 @@ bool IsBracketedName(std::string_view name) {
     ++at;
   }
   return false;
+}
+
+/// Takes the part in the connection's quotes that `name` begins with, and gives it without them; nothing, and `name` as
+/// it was, when it begins with none or with one that is empty.
+std::optional<std::string> TakeQuotedPart(const DataSession& session, std::string_view& name) {
+  const std::string_view prefix = session.QuotePrefix;
+  const std::string_view suffix = session.QuoteSuffix;
+  if (prefix.empty() || suffix.empty() || !name.starts_with(prefix)) return std::nullopt;
+  std::string part;
+  for (std::size_t at = prefix.size();;) {
+    const std::size_t end = name.find(suffix, at);
+    if (end == std::string_view::npos) return std::nullopt;
+    part.append(name.substr(at, end - at));
+    at = end + suffix.size();
+    if (!name.substr(at).starts_with(suffix)) {
+      if (part.empty()) return std::nullopt;
+      name.remove_prefix(at);
+      return part;
+    }
+    part.append(suffix);
+    at += suffix.size();
+  }
 }
 
 /// True for a name that no product takes for anything but a name when it has no quotes around it.
@@ -124,8 +147,23 @@ std::string QuoteIdentifier(const DataSession& session, std::string_view name) {
          session.QuoteSuffix;
 }
 
+std::vector<std::string> SplitQuotedName(const DataSession& session, std::string_view name) {
+  constexpr std::size_t kMaxParts = 2;
+  std::vector<std::string> parts;
+  while (parts.size() < kMaxParts) {
+    const std::optional<std::string> part = TakeQuotedPart(session, name);
+    if (!part) return {};
+    parts.push_back(*part);
+    if (name.empty()) return parts;
+    if (!name.starts_with('.')) return {};
+    name.remove_prefix(1);
+  }
+  return {};
+}
+
 std::string QuoteTableName(const DataSession& session, std::string_view name) {
   if (session.dialect->bracketedNames && IsBracketedName(name)) return std::string(name);
+  if (session.namesWithSchema && !SplitQuotedName(session, name).empty()) return std::string(name);
   return QuoteIdentifier(session, name);
 }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "database/DataSession.h"
 
@@ -39,9 +40,12 @@ void RequireStatementSize(std::size_t bytes);
 /// name stands bare: then error 1000 is raised for one that is empty or holds another ASCII character than letters,
 /// digits, "_", "$" and ".".
 [[nodiscard]] std::string QuoteIdentifier(const DataSession& session, std::string_view name);
+/// The parts of a name that is made of one or two parts in the connection's quotes, joined by ".", every closing quote
+/// inside doubled; none for any other name, and where the connection has no quotes.
+[[nodiscard]] std::vector<std::string> SplitQuotedName(const DataSession& session, std::string_view name);
 /// The name of a table as it stands in a statement. Where the product has bracketed names, one of one to three parts in
-/// brackets, joined by ".", each with its "]" doubled, stands as it is; every other name is quoted as one. Raises as
-/// `QuoteIdentifier`.
+/// brackets, joined by ".", each with its "]" doubled, stands as it is; where names have their schema, one of quoted
+/// parts; every other name is quoted as one. Raises as `QuoteIdentifier`.
 [[nodiscard]] std::string QuoteTableName(const DataSession& session, std::string_view name);
 
 /// What `BuildSelect` puts into a statement besides the table and the row limit. Empty parts are left out.

@@ -3,9 +3,10 @@
 
 #include <string>
 
+#include "common/ProductName.h"
+
 namespace ods {
 
-inline constexpr const char* kProductName = "Korvanta";
 inline constexpr const char* kApplicationTitle = "ODBC Data Server";
 
 /// Product name and title: "Korvanta - ODBC Data Server".

@@ -14,9 +14,11 @@ struct Settings {
   std::string parentmutex;   ///< the server stops when it is gone; "" watches none
   std::string messagefile;   ///< "" writes no status documents
   std::string alivefile;     ///< "" writes no heartbeat
+  std::string statefile;     ///< "" writes no state
   std::string config;        ///< path of the configuration file
   bool hidden = false;
   bool Unattended = true;  ///< nobody is there to read a message box
+  bool exact = false;      ///< pages are exact
   std::string mode;
   int connecttimeout = 15;  ///< seconds; 0 for no limit
   int querytimeout = 30;    ///< the same

@@ -6,6 +6,7 @@
 #include "common/Conversions.h"
 #include "common/Text.h"
 #include "database/modODBC.h"
+#include "exact/ExactSession.h"
 #include "platform/system/System.h"
 #include "sqlformat/modTypes.h"
 
@@ -111,6 +112,7 @@ Database ConnectDatabase(ProcessState& process, const std::string& connectionStr
   session->connection->SetLimits(process.limits);
   session->connection->Open(connectionString);
   ReadDatabaseInformation(*session);
+  if (process.exact) OpenExactSession(*session);
   const std::string workbook = WorkbookPath(*session);
   if (!workbook.empty()) database.workbookStamp = FileModificationStamp(workbook);
   database.session = std::move(session);

@@ -1,10 +1,12 @@
 #include "server/modDispatch.h"
 
+#include "catalogue/modExactCatalogue.h"
 #include "catalogue/modFieldList.h"
 #include "catalogue/modKeys.h"
 #include "catalogue/modTableList.h"
 #include "common/Error.h"
 #include "database/Response.h"
+#include "tabledata/modExactTableData.h"
 #include "tabledata/modTableData.h"
 #include "users/modAuthorize.h"
 #include "users/modInitialize.h"
@@ -17,25 +19,26 @@ namespace {
 struct DispatchEntry {
   std::string_view type;
   RequestHandler handler;
+  RequestHandler exactHandler;
 };
 
 constexpr DispatchEntry kDispatchTable[] = {
-    {"Ping", &Ping},
-    {"TableList", &ProcessTableList},
-    {"FieldList", &ProcessFieldList},
-    {"KeyList", &ProcessKeyList},
-    {"PrimaryKey", &ProcessPrimaryKey},
-    {"TableData", &TableData},
-    {"Initialize", &ProcessInitialize},
-    {"Authorize", &ProcessAuthorize},
-    {"UsersAndRoles", &ProcessUsersAndRoles},
+    {"Ping", &Ping, &Ping},
+    {"TableList", &ProcessTableList, &ProcessExactTableList},
+    {"FieldList", &ProcessFieldList, &ProcessExactFieldList},
+    {"KeyList", &ProcessKeyList, &ProcessExactKeyList},
+    {"PrimaryKey", &ProcessPrimaryKey, &ProcessExactPrimaryKey},
+    {"TableData", &TableData, &ExactTableData},
+    {"Initialize", &ProcessInitialize, &ProcessExactInitialize},
+    {"Authorize", &ProcessAuthorize, &ProcessAuthorize},
+    {"UsersAndRoles", &ProcessUsersAndRoles, &ProcessUsersAndRoles},
 };
 
 }  // namespace
 
-RequestHandler FindHandler(std::string_view type) {
+RequestHandler FindHandler(std::string_view type, bool exact) {
   for (const DispatchEntry& entry : kDispatchTable) {
-    if (entry.type == type) return entry.handler;
+    if (entry.type == type) return exact ? entry.exactHandler : entry.handler;
   }
   return nullptr;
 }
@@ -51,7 +54,7 @@ void DispatchRequest(const std::string& type, const XmlDocument& request, XmlDoc
                       "The database connection is not open. The database configuration may be invalid.");
     return;
   }
-  const RequestHandler handler = findHandler(type);
+  const RequestHandler handler = findHandler(type, session != nullptr && session->exact != nullptr);
   if (handler != nullptr && session != nullptr) {
     handler(request, response, *session);
     return;

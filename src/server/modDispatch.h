@@ -9,10 +9,11 @@
 namespace ods {
 
 /// How the handler of a message type is found; nullptr when there is none.
-using HandlerLookup = RequestHandler (*)(std::string_view type);
+using HandlerLookup = RequestHandler (*)(std::string_view type, bool exact);
 
 /// The dispatch table. Types compare exactly.
-[[nodiscard]] RequestHandler FindHandler(std::string_view type);
+/// @param exact the handler for exact paging
+[[nodiscard]] RequestHandler FindHandler(std::string_view type, bool exact);
 
 /// Tells that the server lives.
 void Ping(const XmlDocument& request, XmlDocument& response, DataSession& session);

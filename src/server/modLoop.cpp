@@ -59,6 +59,7 @@ class Loop {
   void ReloadWhenChanged();
   void Reload();
   void SetReconnect();
+  void TellState();
   void ReportNoDatabase(const std::optional<Error>& failure);
   void ConnectToDatabase(bool again = false);
   void TellNoConnection(const Error& failure);
@@ -87,6 +88,7 @@ class Loop {
   ServerState& state_;
   ProcessState& process_;
   Reconnect reconnect_;
+  std::string connectFailureText_;                   ///< of the last try; "" when it succeeded
   ToldOnce connectFailure_;                          ///< why there is no connection to the database
   std::optional<SteadyClock::time_point> stopSeen_;  ///< while a driver was waited for
   bool gaveUpDriver_ = false;
@@ -191,6 +193,17 @@ void Loop::SetReconnect() {
   queueFailure_.Clear();
 }
 
+void Loop::TellState() {
+  const bool open = database_.session != nullptr;
+  const bool lost = open && database_.session->connection->IsLost();
+  const std::string_view connection = lost   ? connection_state::kLost
+                                      : open ? connection_state::kOpen
+                                             : connection_state::kNone;
+  context_.signals.TellState({.requests = state_.requestCount,
+                              .connection = std::string(connection),
+                              .failure = open ? "" : connectFailureText_});
+}
+
 /// Tells whoever watches the server, a controller or a person, that there is no database.
 void Loop::ReportNoDatabase(const std::optional<Error>& failure) {
   if (settings_.Unattended) {
@@ -221,6 +234,8 @@ void Loop::ConnectToDatabase(bool again) {
     const LongWork shown(*process_.ui);
     database_ = ConnectDatabase(process_, settings_.configuration.ConnectionString, again);
   });
+  connectFailureText_ = failure ? ErrorText(*failure) : "";
+  if (!gaveUpDriver_) TellState();
   if (!failure) {
     reconnect_.Settled();
     connectFailure_.Clear();
@@ -316,6 +331,7 @@ void Loop::StayStopped() {
 void Loop::LetOthersRun() {
   process_.ui->LetEventsRun();
   context_.signals.AliveHeartbeat();
+  TellState();
   GiveBackMemory();
 }
 
@@ -398,6 +414,7 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
   };
   auto failure = Attempt(dispatch);
   const bool stuck = database_.session && database_.session->connection->IsStuck();
+  if (failure) TellState();  // before the report, of which the reader wants to know what it means
   if (DropLostConnection()) {
     // It only reads, so it can be run again; but the time of one that the driver held up is over.
     if (stuck || !reconnect_.IsWanted()) {

@@ -16,13 +16,13 @@
 #include "platform/ado/Ado.h"
 #include "platform/queue/Queue.h"
 #include "platform/system/COpSysInfo.h"
+#include "platform/system/DefaultFolders.h"
 #include "platform/system/Folders.h"
 #include "platform/system/System.h"
 #include "server/Parameters.h"
 #include "server/Product.h"
 #include "server/modCommandLine.h"
 #include "server/modConfiguration.h"
-#include "server/modFolders.h"
 #include "server/modLoop.h"
 
 namespace ods {
@@ -126,16 +126,18 @@ void Server::StartUp(const std::string& commandLine) {
   OpenWindows();
   LoadContext(*parameters);
   LoadIniFile();
-  PrepareQueue("Incoming Queue: ", "inqueue", "Requests", *parameters, settings_.inqueue);
-  PrepareQueue("Outgoing Queue: ", "outqueue", "Results", *parameters, settings_.outqueue);
+  PrepareQueue("Incoming Queue: ", "inqueue", kRequestsFolder, *parameters, settings_.inqueue);
+  PrepareQueue("Outgoing Queue: ", "outqueue", kResultsFolder, *parameters, settings_.outqueue);
   RequireTwoQueues();
   StatusSignals signals(surroundings_.tracer, settings_.messagefile, settings_.alivefile);
+  signals.WriteStateTo(settings_.statefile);
   signals.AliveHeartbeat();
   RunMode(signals);
 }
 
 void Server::ReadAttendance(const Dictionary& parameters) {
   settings_.hidden = parameters.Exists(ParameterName("hidden").Text());
+  settings_.exact = parameters.Exists(ParameterName("exact").Text());
   settings_.Unattended = settings_.hidden || !Parameter(parameters, "runningmutex").empty();
 }
 
@@ -145,12 +147,14 @@ void Server::ReadParameters(const Dictionary& parameters) {
   settings_.parentmutex = Parameter(parameters, "parentmutex");
   settings_.messagefile = Parameter(parameters, "messagefile");
   settings_.alivefile = Parameter(parameters, "alivefile");
+  settings_.statefile = Parameter(parameters, "statefile");
   settings_.config = Parameter(parameters, "config");
   ReadAttendance(parameters);
   settings_.mode = OrDefault(ToLower(Parameter(parameters, "mode")), "run");
   settings_.connecttimeout = Seconds(parameters, "connecttimeout", 0, settings_.connecttimeout);
   settings_.querytimeout = Seconds(parameters, "querytimeout", 0, settings_.querytimeout);
   settings_.reconnect = Seconds(parameters, "reconnect", 1, settings_.reconnect);
+  process_.exact = settings_.exact;
   process_.limits.connectSeconds = settings_.connecttimeout;
   process_.limits.statementSeconds = settings_.querytimeout;
 }

@@ -9,12 +9,12 @@
 #include "common/UserInterface.h"
 #include "database/DataSession.h"
 #include "log/Trace.h"
+#include "platform/system/DefaultFolders.h"
 #include "platform/xml/Xml.h"
 #include "server/OperatorView.h"
 #include "server/Parameters.h"
 #include "server/ServerState.h"
 #include "server/Settings.h"
-#include "server/modFolders.h"
 #include "server/modSignal.h"
 
 namespace ods {

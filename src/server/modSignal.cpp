@@ -18,6 +18,10 @@ std::string AsXmlText(const std::string& text) {
   return XmlDocument("<XML>" + EscapeXml(text) + "</XML>").DocumentElement().Text();
 }
 
+/// True when the last write is more than 5 seconds ago, or the day has changed since: `last` and `now` are seconds
+/// since midnight.
+bool IsDue(const std::optional<int>& last, int now) { return !last || now < *last || now - *last > kHeartbeatSeconds; }
+
 }  // namespace
 
 std::unique_ptr<NamedMutex> CreateInstanceMutex(const std::string& name) { return std::make_unique<NamedMutex>(name); }
@@ -52,17 +56,34 @@ void StatusSignals::AliveHeartbeat() {
   if (aliveFile_.path.empty()) return;
   const Date now = clock_();
   const int seconds = now.SecondOfDay();
-  if (lastBeat_) {
-    const int passed = seconds - *lastBeat_;
-    if (passed >= 0 && passed <= kHeartbeatSeconds) return;
-  }
+  if (!IsDue(lastBeat_, seconds)) return;
   Write(aliveFile_, "Running", "", FormatDate(Date{now.seconds, false}));
   lastBeat_ = seconds;
 }
 
 void StatusSignals::Write(StatusFile& file, const std::string& type, const std::string& code,
                           const std::string& message) {
-  const auto failure = Attempt([&] { WriteStatusFile(type, code, message, file.path); });
+  TraceFailure(file, Attempt([&] { WriteStatusFile(type, code, message, file.path); }));
+}
+
+void StatusSignals::TellState(const StateReport& state) {
+  if (stateFile_.path.empty() || told_ == state) return;
+  const int seconds = clock_().SecondOfDay();
+  const bool sameConnection = told_ && told_->connection == state.connection && told_->failure == state.failure;
+  if (sameConnection && !IsDue(toldAt_, seconds)) return;
+  TraceFailure(stateFile_, Attempt([&] {
+                 XmlDocument document("<XML><Requests/><Connection/><Failure/></XML>");
+                 SetXmlSpacePreserve(document);
+                 document.SelectSingleNode("/XML/Requests").SetText(std::to_string(state.requests));
+                 document.SelectSingleNode("/XML/Connection").SetText(state.connection);
+                 document.SelectSingleNode("/XML/Failure").SetText(AsXmlText(state.failure));
+                 document.Save(stateFile_.path);
+               }));
+  told_ = state;
+  toldAt_ = seconds;
+}
+
+void StatusSignals::TraceFailure(StatusFile& file, const std::optional<Error>& failure) {
   if (!failure) {
     file.failure.Clear();
   } else if (file.failure.IsNew(ErrorText(*failure))) {

@@ -40,11 +40,13 @@ constexpr std::array kOperators = {
     FilterOperator{kFlowFilter, kFlowFilter, "OR"},
 };
 
-std::string Folded(std::string_view function, const std::string& expression) {
+}  // namespace
+
+std::string FoldedCase(const DataSession& session, const std::string& expression) {
+  const std::string_view function = session.dialect->caseFolding;
   return function.empty() ? expression : std::string(function) + "(" + expression + ")";
 }
 
-/// `pattern` with every "{0}" as the search text. Both come from the client, and their lengths multiply.
 std::string FillPattern(const std::string& pattern, const std::string& searchString) {
   constexpr std::string_view kPlace = "{0}";
   std::size_t length = pattern.size();
@@ -55,13 +57,11 @@ std::string FillPattern(const std::string& pattern, const std::string& searchStr
   return ReplaceAll(pattern, kPlace, searchString);
 }
 
-std::string FlowFilterEscape(const DataSession& session, const Column& column, const std::string& value) {
+std::string FlowFilterEscape(const DataSession& session, std::string_view table, const std::string& field,
+                             const std::string& value) {
   const auto quoted = [&session](const Value& text) { return SafeVal_String(*session.dialect, text); };
-  return "{pred SetFlowFilter, " + quoted(GetBareName(column.Table())) + ", " + quoted(column.Field()) + ", " +
-         quoted(value) + "}";
+  return "{pred SetFlowFilter, " + quoted(GetBareName(table)) + ", " + quoted(field) + ", " + quoted(value) + "}";
 }
-
-}  // namespace
 
 std::string SafeFilter(DataSession& session, const std::string& table, const std::string& field, const Value& value) {
   Column column(session, table, field);
@@ -99,7 +99,8 @@ std::string BuildFilterCondition(std::string_view sqlOperator, const DataSession
     const std::size_t end = std::min(values.find('|', start), values.size());
     const std::string value = values.substr(start, end - start);
     AppendToList(text, between,
-                 sqlOperator == kFlowFilter ? FlowFilterEscape(session, column, value) : comparison(value));
+                 sqlOperator == kFlowFilter ? FlowFilterEscape(session, column.Table(), column.Field(), value)
+                                            : comparison(value));
     RequireStatementSize(text.size());
     start = end + 1;
   }
@@ -138,15 +139,14 @@ std::string BuildFilter(DataSession& session, const std::string& table, const Xm
 
 std::string BuildSearch(DataSession& session, const std::string& table, const XmlNode& request,
                         const std::string& searchString) {
-  const std::string_view fold = session.dialect->caseFolding;
   std::string terms;
   for (const XmlNode& node : request.SelectNodes("SearchFields/Field")) {
     const std::string pattern = GetNodeText(node, "SearchString");
     if (pattern.empty()) continue;
     Column column(session, table, GetNodeText(node, "Id"));
     const std::string value = SafeFilter(column, FillPattern(pattern, searchString));
-    const std::string folded = Folded(fold, column.Expression());
-    AppendToList(terms, " OR ", "(" + folded + " LIKE " + Folded(fold, column.Literal(value)) + ")");
+    const std::string folded = FoldedCase(session, column.Expression());
+    AppendToList(terms, " OR ", "(" + folded + " LIKE " + FoldedCase(session, column.Literal(value)) + ")");
     RequireStatementSize(terms.size());
   }
   return "(" + terms + ")";

@@ -26,6 +26,15 @@ namespace ods {
 /// The operator that stands for Navision's flow-filter escape.
 inline constexpr std::string_view kFlowFilter = "flowfilter";
 
+/// The escape that sets a flow filter in Navision's driver.
+[[nodiscard]] std::string FlowFilterEscape(const DataSession& session, std::string_view table, const std::string& field,
+                                           const std::string& value);
+/// `expression` in the product's function that folds case, alone where there is none.
+[[nodiscard]] std::string FoldedCase(const DataSession& session, const std::string& expression);
+/// `pattern` with every "{0}" as the search text. Both come from the client, and their lengths multiply: raises error
+/// 1000 for a text that no statement may have.
+[[nodiscard]] std::string FillPattern(const std::string& pattern, const std::string& searchString);
+
 /// The body of one condition: the alternatives of `values`, split at "|", joined by `joiner`. "flowfilter" writes the
 /// flow-filter escape of the driver instead of a comparison.
 [[nodiscard]] std::string BuildFilterCondition(std::string_view sqlOperator, const DataSession& session, Column& column,

@@ -1,12 +1,10 @@
 #include "tabledata/modTableData.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "catalogue/modKeys.h"
@@ -19,58 +17,16 @@
 #include "database/modSelect.h"
 #include "sqlformat/modSafeFilter.h"
 #include "sqlformat/modSafeVal.h"
+#include "tabledata/ExactPosition.h"
+#include "tabledata/NameList.h"
+#include "tabledata/Navigation.h"
+#include "tabledata/PageSizeGuard.h"
 #include "tabledata/modDecimalFactor.h"
 #include "tabledata/modKeyCondition.h"
 #include "tabledata/modRecord.h"
 
 namespace ods {
 namespace {
-
-constexpr std::string_view kGoToFirst = "gotofirst";
-constexpr std::string_view kGoToNext = "gotonext";
-constexpr std::string_view kGoToPrev = "gotoprev";
-constexpr std::string_view kGoToLast = "gotolast";
-
-/// Which position a navigation starts from and which rows it wants, for ascending order.
-struct Navigation {
-  enum class From { kNone, kFirst, kLast };
-  std::string_view name;
-  From from;
-  bool reverse;
-  KeyComparison comparison;
-};
-
-constexpr std::array kNavigations = {
-    Navigation{kGoToFirst, Navigation::From::kNone, false, {}},
-    Navigation{kGoToLast, Navigation::From::kNone, true, {}},
-    Navigation{kGoToNext, Navigation::From::kLast, false, {.greater = true, .inclusive = false}},
-    Navigation{kGoToPrev, Navigation::From::kFirst, true, {.greater = false, .inclusive = false}},
-    Navigation{"", Navigation::From::kFirst, false, {.greater = true, .inclusive = true}},
-};
-
-/// An unknown navigation reads from the start like the first page.
-const Navigation& FindNavigation(std::string_view name) {
-  const auto* const found = std::ranges::find(kNavigations, name, &Navigation::name);
-  return found == kNavigations.end() ? kNavigations.front() : *found;
-}
-
-/// Collects names in order, each once.
-class NameList {
- public:
-  void Add(const std::string& name) {
-    if (indexes_.emplace(name, names_.size()).second) names_.push_back(name);
-  }
-  void Add(const std::vector<std::string>& names) {
-    for (const std::string& name : names) Add(name);
-  }
-  [[nodiscard]] const std::vector<std::string>& Names() const { return names_; }
-  /// Where a name that was added stands.
-  [[nodiscard]] std::size_t IndexOf(const std::string& name) const { return indexes_.at(name); }
-
- private:
-  std::vector<std::string> names_;
-  std::unordered_map<std::string, std::size_t> indexes_;
-};
 
 /// The rows of one page, in reading order, and what the record set told besides.
 struct Page {
@@ -90,6 +46,7 @@ class TableDataRequest {
 
  private:
   [[nodiscard]] std::string Text(const char* field) const { return GetNodeText(root_, field); }
+  [[nodiscard]] std::string PositionField(const char* field) const;
   void ReadRequest();
   bool FindPrimaryKey();
   void CalculateTotalKey();
@@ -103,7 +60,6 @@ class TableDataRequest {
   [[nodiscard]] std::string OrderBy(bool reverse) const;
   [[nodiscard]] static std::string Where(const std::string& filter, const std::string& keyCondition);
   [[nodiscard]] Page ReadRows(RecordSet& rows, bool fieldsFixed);
-  void WriteFlags(XmlDocument& response, const Page& page) const;
   void WritePage(XmlDocument& response, Page& page);
   [[nodiscard]] std::string MakePosition(const std::vector<Value>& row) const;
 
@@ -174,17 +130,23 @@ void TableDataRequest::ReadConditions() {
   AppendToList(filter_, " AND ", BuildSearch(session_, table_, root_, searchString_));
 }
 
+std::string TableDataRequest::PositionField(const char* field) const {
+  std::string text = Text(field);
+  if (text.starts_with(kExactPositionMark)) {
+    throw Error(error_number::kTypeMismatch,
+                "Type mismatch: the position was made with exact paging, which this server does not use.");
+  }
+  return text;
+}
+
 void TableDataRequest::ReadPositions() {
   step_ = "Get positions";
   const ComponentRegistry& components = *session_.process->components;
-  firstPosition_ = UnmarshalDictionary(components, Text("FirstPos"));
-  lastPosition_ = UnmarshalDictionary(components, Text("LastPos"));
+  firstPosition_ = UnmarshalDictionary(components, PositionField("FirstPos"));
+  lastPosition_ = UnmarshalDictionary(components, PositionField("LastPos"));
 
   step_ = "Validate navigation request";
-  const Navigation::From from = FindNavigation(navigate_).from;
-  const bool lacksFirst = from == Navigation::From::kFirst && !firstPosition_;
-  const bool lacksLast = from == Navigation::From::kLast && !lastPosition_;
-  if (lacksFirst || lacksLast) navigate_ = kGoToFirst;
+  if (LacksPosition(navigate_, firstPosition_ != nullptr, lastPosition_ != nullptr)) navigate_ = kGoToFirst;
 }
 
 void TableDataRequest::ReadFields() {
@@ -216,8 +178,7 @@ void TableDataRequest::ResolveColumns(const NameList& fields) {
 std::string TableDataRequest::KeyCondition(const Navigation& navigation) {
   const bool fromFirst = navigation.from == Navigation::From::kFirst;
   if (navigation.from == Navigation::From::kNone) return "";
-  KeyComparison comparison = navigation.comparison;
-  if (descending_) comparison.greater = !comparison.greater;
+  const KeyComparison comparison = {.greater = navigation.reverse == descending_, .inclusive = navigation.inclusive};
   return BuildKeyCondition(session_, table_, fromFirst ? *firstPosition_ : *lastPosition_, primaryColumns_,
                            totalColumns_, comparison);
 }
@@ -243,27 +204,12 @@ Value Cleaned(const Value& value) {
   return text != nullptr && *text == "\x02" ? Value(std::string()) : value;
 }
 
-/// Counts the values of a page while they are read, so that a page that no response can carry ends before it fills the
-/// memory.
-class PageSizeGuard {
- public:
-  void Add(const std::string& name, const Value& value) {
-    constexpr std::size_t kMarkup = std::string_view("<V Id=\"\"></V>").size();
-    bytes_ += kMarkup + name.size() + LeastLength(value);
-    RequireResponseBytes(bytes_);
-    RequireResponseValues(++values_);
-  }
-
- private:
-  static std::size_t LeastLength(const Value& value) {
-    if (const auto* text = value.GetIf<std::string>()) return text->size();
-    if (const auto* bytes = value.GetIf<Bytes>()) return 2 * bytes->size();
-    return 1;
-  }
-
-  std::size_t bytes_ = 0;
-  std::size_t values_ = 0;
-};
+/// How many bytes a value takes at least when it is written.
+std::size_t LeastLength(const Value& value) {
+  if (const auto* text = value.GetIf<std::string>()) return text->size();
+  if (const auto* bytes = value.GetIf<Bytes>()) return 2 * bytes->size();
+  return 1;
+}
 
 Page TableDataRequest::ReadRows(RecordSet& rows, bool fieldsFixed) {
   step_ = "Read the records";
@@ -279,7 +225,7 @@ Page TableDataRequest::ReadRows(RecordSet& rows, bool fieldsFixed) {
     row.reserve(columns.size());
     for (std::size_t i = 0; i < columns.size(); ++i) {
       const Value& value = rows.Item(columns[i]);
-      guard.Add(fields_[i], value);
+      guard.Add(fields_[i], LeastLength(value));
       row.push_back(Cleaned(value));
     }
   }
@@ -310,17 +256,10 @@ Page TableDataRequest::ReadPage() {
   while (true) {
     Page page = NavigateOnce();
     step_ = "TableData - navigate";
-    if (!page.rows.empty() || navigate_ == kGoToFirst || navigate_ == kGoToLast) return page;
-    navigate_ = navigate_ == kGoToNext ? kGoToLast : kGoToFirst;
+    const std::string_view otherwise = NavigationAfter(navigate_);
+    if (!page.rows.empty() || otherwise.empty()) return page;
+    navigate_ = otherwise;
   }
-}
-
-void TableDataRequest::WriteFlags(XmlDocument& response, const Page& page) const {
-  const bool reverse = FindNavigation(navigate_).reverse;
-  const bool next = reverse ? navigate_ != kGoToLast : page.moreRows;
-  const bool previous = reverse ? page.moreRows : navigate_ != kGoToFirst;
-  response.SelectSingleNode("/XML/HasNextPage").SetText(next ? "1" : "0");
-  response.SelectSingleNode("/XML/HasPreviousPage").SetText(previous ? "1" : "0");
 }
 
 std::string TableDataRequest::MakePosition(const std::vector<Value>& row) const {
@@ -373,7 +312,7 @@ void TableDataRequest::Answer(XmlDocument& response) {
 
   step_ = "Set the records in the message";
   response.LoadXML("<XML><FirstPosition/><LastPosition/><HasNextPage/><HasPreviousPage/><Columns/><Records/></XML>");
-  WriteFlags(response, page);
+  WritePageFlags(response, navigate_, page.moreRows);
   if (!page.rows.empty()) WritePage(response, page);
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "exact/ExactOperators.h"
 #include "platform/system/System.h"
 #include "users/modUsersAndRoles.h"
 
@@ -50,6 +51,13 @@ void ProcessInitialize(const XmlDocument& request, XmlDocument& response, DataSe
   set("IdIsCaption", "1");
   set("UserCount", std::to_string(management.users));
   set("FilterOperators", FilterOperators(*session.dialect));
+}
+
+void ProcessExactInitialize(const XmlDocument& request, XmlDocument& response, DataSession& session) {
+  ProcessInitialize(request, response, session);
+  XmlNode operators = response.SelectSingleNode("/XML/FilterOperators");
+  operators.SetText(operators.Text() + "," + std::string(kExactOperators));
+  response.DocumentElement().AppendElement("Exact", "1");
 }
 
 }  // namespace ods

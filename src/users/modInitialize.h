@@ -9,5 +9,7 @@ namespace ods {
 /// Users are counted only when the request's `UserMode` is "DATASERVER" or "DETECT". Raises as
 /// `GetNavisionUsersAndRoles`.
 void ProcessInitialize(const XmlDocument& request, XmlDocument& response, DataSession& session);
+/// The same for exact paging, which it says, with the operators that this adds.
+void ProcessExactInitialize(const XmlDocument& request, XmlDocument& response, DataSession& session);
 
 }  // namespace ods

@@ -76,7 +76,7 @@ TEST_F(FilesTest, ReadFileGivesTheBytesAsTheyAre) {
 }
 
 TEST_F(FilesTest, ReadFileReadsEverySize) {
-  for (const std::size_t size : {0, 1, 16383, 16384, 16385, 32768, 100000}) {
+  for (const std::size_t size : {0U, 1U, 16383U, 16384U, 16385U, 32768U, 100000U}) {
     std::string content(size, 'x');
     for (std::size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i % 251);
     EXPECT_EQ(ReadFileText(Write("file", content)), content) << size;

@@ -57,6 +57,34 @@ TEST(TableIdentifier, QuotedNamesDoubleTheClosingQuote) {
   EXPECT_EQ(QuoteIdentifier(bare.session, "plain"), "plain");
 }
 
+TEST(TableIdentifier, OneOrTwoPartsInQuotesAreToldApart) {
+  using Parts = std::vector<std::string>;
+  const FakeSession fake(DatabaseKind::DbUnknown);
+  const auto split = [&](std::string_view name) { return SplitQuotedName(fake.session, name); };
+  EXPECT_EQ(split("\"a\""), (Parts{"a"}));
+  EXPECT_EQ(split("\"sales\".\"order\""), (Parts{"sales", "order"}));
+  EXPECT_EQ(split("\"a.\"\".b\".\"\"\"\"\"\""), (Parts{"a.\".b", "\"\""})) << "quotes and dots inside";
+  for (const char* name : {"", "a", "\"", "\"\"", "\"a", "a\"", "\"a\"\"", "\"a\".", ".\"a\"", "\"a\"..\"b\"",
+                           "\"a\".b", "a.\"b\"", "\"a\".\"\"", "\"a\" .\"b\"", "\"a\".\"b\" ", "\"a\"\"b\".\"c",
+                           "\"a\"x\"b\"", "\"a\".\"b\".\"c\"", "\"a\"; DROP TABLE t; --\""}) {
+    EXPECT_EQ(split(name), Parts{}) << name;
+  }
+  FakeSession bare(DatabaseKind::DbUnknown);
+  bare.session.QuotePrefix = bare.session.QuoteSuffix = "";
+  EXPECT_EQ(SplitQuotedName(bare.session, "a"), Parts{});
+}
+
+TEST(TableIdentifier, QuotedPartsStandAsTheyAreWhereNamesHaveTheirSchema) {
+  FakeSession fake(DatabaseKind::DbUnknown);
+  constexpr const char* kName = "\"sales\".\"or\"\"der\"";
+  EXPECT_EQ(QuoteTableName(fake.session, kName), "\"\"\"sales\"\".\"\"or\"\"\"\"der\"\"\"");
+  fake.session.namesWithSchema = true;
+  EXPECT_EQ(QuoteTableName(fake.session, kName), kName);
+  EXPECT_EQ(QuoteTableName(fake.session, "order"), "\"order\"");
+  EXPECT_EQ(QuoteTableName(fake.session, "sales.order"), "\"sales.order\"");
+  EXPECT_EQ(QuoteTableName(fake.session, "\"a\".\"b\";--\""), "\"\"\"a\"\".\"\"b\"\";--\"\"\"");
+}
+
 TEST(TableIdentifier, WithoutQuotesANameIsNothingButAName) {
   FakeSession bare(DatabaseKind::DbUnknown);
   bare.session.QuotePrefix = bare.session.QuoteSuffix = "";

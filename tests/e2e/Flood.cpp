@@ -1,6 +1,7 @@
 // A flood of hostile requests on the real executable: each gets exactly one answer, a well-formed document with a data
 // session; the server stays the process that it was and does not grow; and not one row of any table changes.
 //
+// Each database has two: with and without exact paging.
 // ODS_TEST_FLOOD is the number of requests for each database (a thousand without it; scripts/flood.sh sends a hundred
 // thousand), ODS_TEST_SEED the seed of the requests (random without it; it is printed). Memory is judged from 20,000
 // requests on, between the end of the first tenth and the end of all: before that, caches and buffers still fill.
@@ -17,6 +18,7 @@
 #include <map>
 #include <memory>
 #include <random>
+#include <span>
 #include <sqlite3.h>
 #include <sstream>
 #include <thread>
@@ -325,26 +327,29 @@ constexpr PlayedProduct kPlayedProducts[] = {
     {"2-access", "ACCESS", ";DefaultDatabase=/data/sales.mdb"},
     {"3-navision", "Company NaviSion 3", ";DefaultDatabase=company"},
     {"4-concorde", "My Concorde 2", ""},
-    {"5-mysql", "MySQL", ";DefaultDatabase=sales"},
     {"6-pervasive", "Pervasive.SQL", ";DefaultDatabase=demo"},
     {"7-excel", "EXCEL", ";DefaultDatabase=/data/sales"},
     {"8-unnamed", "", ""},
+    // The last: exact paging asks it for what the driver does not play.
+    {"5-mysql", "MySQL", ";DefaultDatabase=sales"},
 };
 
 /// All products that the stand-in driver plays, one after the other. The driver only reads: a statement that would
 /// write is refused by it, and the test looks for the refusal.
 class StandIns final : public Target {
  public:
-  explicit StandIns(const ServerFolders& folders) : root_(folders.Root()) {
-    for (const PlayedProduct& product : kPlayedProducts) {
+  StandIns(const ServerFolders& folders, bool exact)
+      : products_(std::span(kPlayedProducts).first(std::size(kPlayedProducts) - (exact ? 1 : 0))),
+        root_(folders.Root()) {
+    for (const PlayedProduct& product : products_) {
       SqliteFile(PathOf(product)).Run(ReadFileText(FolderOf(product) + "/data.sql"));
     }
     // The tables of Navision's users, by the names in the sample's context document.
     SqliteFile(PathOf(kPlayedProducts[3])).Run(kNavisionUsers);
   }
-  [[nodiscard]] std::size_t Databases() const override { return std::size(kPlayedProducts); }
+  [[nodiscard]] std::size_t Databases() const override { return products_.size(); }
   void Configure(const ServerFolders& folders, std::size_t database) override {
-    const PlayedProduct& product = kPlayedProducts[database];
+    const PlayedProduct& product = products_[database];
     std::filesystem::copy_file(FolderOf(product) + "/views.xml", folders.Config() + "/views.xml",
                                std::filesystem::copy_options::overwrite_existing);
     folders.Configure("DRIVER=" + std::string(ODS_PRODUCT_DRIVER) + ";Product=" + product.name +
@@ -352,7 +357,7 @@ class StandIns final : public Target {
   }
   [[nodiscard]] Contents Read() override {
     Contents all;
-    for (const PlayedProduct& product : kPlayedProducts) {
+    for (const PlayedProduct& product : products_) {
       for (const auto& [name, value] : SqliteFile(PathOf(product)).Read()) {
         all[std::string(product.folder) + ": " + name] = value;
       }
@@ -376,6 +381,7 @@ INSERT INTO "User Filter" VALUES ('ANN', '1000..1999');)";
   }
   [[nodiscard]] std::string PathOf(const PlayedProduct& product) const { return root_ + "/" + product.folder + ".db"; }
 
+  std::span<const PlayedProduct> products_;
   std::string root_;
 };
 
@@ -508,7 +514,8 @@ class SecondReader {
 struct FloodCase {
   std::string name;
   const char* variable;  ///< environment variable that says where the database is; nullptr for none
-  std::function<std::unique_ptr<Target>(const std::string& place, const ServerFolders&)> make;
+  std::function<std::unique_ptr<Target>(const std::string& place, const ServerFolders&, bool exact)> make;
+  bool exact = false;  ///< the server pages exactly, and the requests have what belongs to that
 
   friend void PrintTo(const FloodCase& flood, std::ostream* out) { *out << flood.name; }
 };
@@ -519,7 +526,7 @@ class Flood : public ::testing::TestWithParam<FloodCase> {
     const FloodCase& flood = GetParam();
     const char* const place = flood.variable == nullptr ? "" : std::getenv(flood.variable);
     if (place == nullptr) GTEST_SKIP() << flood.variable << " is not set: scripts/test.sh starts the databases";
-    target_ = flood.make(place, folders_);
+    target_ = flood.make(place, folders_, flood.exact);
     // Users are in a file beside the executable, so this server has a folder of its own.
     const std::string program = folders_.Root() + "/program/server";
     std::filesystem::create_directory(folders_.Root() + "/program");
@@ -527,10 +534,10 @@ class Flood : public ::testing::TestWithParam<FloodCase> {
     std::filesystem::copy_file(ODS_SAMPLES_FOLDER "/users.xml", folders_.Root() + "/program/users.xml");
     std::filesystem::copy_file(ODS_SAMPLES_FOLDER "/context.xml", folders_.Root() + "/program/context.xml");
     target_->Configure(folders_, 0);
-    server_ = std::make_unique<ServerProcess>(
-        folders_,
-        std::vector<std::string>{"/messagefile=" + folders_.MessageFile(), "/alivefile=" + folders_.AliveFile()},
-        program);
+    std::vector<std::string> arguments = {"/messagefile=" + folders_.MessageFile(),
+                                          "/alivefile=" + folders_.AliveFile()};
+    if (flood.exact) arguments.emplace_back("/exact");
+    server_ = std::make_unique<ServerProcess>(folders_, arguments, program);
     client_ = std::make_unique<QueueClient>(folders_);
     secondReader_ = std::make_unique<SecondReader>(folders_.Root() + "/answers");
     pid_ = server_->Pid();
@@ -548,9 +555,9 @@ class Flood : public ::testing::TestWithParam<FloodCase> {
     for (std::size_t i = 0; i < target_->Databases(); ++i) {
       Enter(i);
       std::vector<KnownTable> tables = Explorer(*client_).Explore();
-      ASSERT_FALSE(tables.empty());
+      ASSERT_FALSE(tables.empty()) << client_->Ask(Request("TableList"));
       ASSERT_FALSE(tables.front().pages.empty() && tables.back().pages.empty()) << "no page was read";
-      requests_.emplace_back(seed_, std::move(tables));
+      requests_.emplace_back(seed_, std::move(tables), GetParam().exact);
     }
   }
 
@@ -713,12 +720,19 @@ std::vector<FloodCase> Floods() {
   using Folders = const ServerFolders&;
   std::vector<FloodCase> floods = {
       {"SQLite", kSqlite.variable,
-       [](Place place, Folders folders) { return std::make_unique<SqliteSample>(place, folders); }},
-      {"StandIns", nullptr, [](Place /*place*/, Folders folders) { return std::make_unique<StandIns>(folders); }}};
+       [](Place place, Folders folders, bool /*exact*/) { return std::make_unique<SqliteSample>(place, folders); }},
+      {"StandIns", nullptr,
+       [](Place /*place*/, Folders folders, bool exact) { return std::make_unique<StandIns>(folders, exact); }}};
   for (const ServerProduct& product : kServerProducts) {
-    floods.push_back({product.name, product.variable, [&product](Place place, Folders folders) {
+    floods.push_back({product.name, product.variable, [&product](Place place, Folders folders, bool /*exact*/) {
                         return std::make_unique<ServerDatabase>(product, place, folders);
                       }});
+  }
+  for (std::size_t i = 0, count = floods.size(); i < count; ++i) {
+    FloodCase flood = floods[i];
+    flood.name += "Exact";
+    flood.exact = true;
+    floods.push_back(std::move(flood));
   }
   return floods;
 }

@@ -1,10 +1,12 @@
 // Request documents through the dispatcher, on real connections: the driver manager and the stand-in driver behind it,
-// one connection a product, opened once. The first byte chooses the product, the rest is the document. Nothing of it
-// may reach a statement, as the driver gets it, outside a literal or a quoted name.
+// one connection a product, opened once, with and without exact paging. The first byte chooses the connection (a digit,
+// or a letter for exact paging), the rest is the document. Nothing of it may reach a statement, as the driver gets it,
+// outside a literal or a quoted name.
 #include <array>
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <span>
 #include <sqlite3.h>
 #include <string>
 
@@ -12,6 +14,7 @@
 #include "common/Files.h"
 #include "common/Text.h"
 #include "database/Response.h"
+#include "exact/ExactSession.h"
 #include "fuzz/Fuzz.h"
 #include "server/modConnect.h"
 #include "server/modDispatch.h"
@@ -26,8 +29,10 @@ struct Product {
   DatabaseKind kind;
   const char* folder;
   const char* settings;
+  bool exact = false;
 };
-constexpr std::array<Product, 9> kProducts = {{
+/// MySQL is without exact paging alone: this would ask it for what the driver does not play.
+constexpr std::array<Product, 17> kProducts = {{
     {DatabaseKind::DbUnknown, "0-unknown", "Product=Any"},
     {DatabaseKind::DbSqlServer, "1-sql-server", "Product=Microsoft SQL Server;DefaultDatabase=sales"},
     {DatabaseKind::DbAccess, "2-access", "Product=ACCESS;DefaultDatabase=/data/sales.mdb"},
@@ -37,6 +42,14 @@ constexpr std::array<Product, 9> kProducts = {{
     {DatabaseKind::DbPervasive, "6-pervasive", "Product=Pervasive.SQL;DefaultDatabase=demo"},
     {DatabaseKind::DbExcel, "7-excel", "Product=EXCEL;DefaultDatabase=/data/sales"},
     {DatabaseKind::DbUnnamed, "8-unnamed", "Product="},
+    {DatabaseKind::DbUnknown, "0-unknown", "Product=Any", true},
+    {DatabaseKind::DbSqlServer, "1-sql-server", "Product=Microsoft SQL Server;DefaultDatabase=sales", true},
+    {DatabaseKind::DbAccess, "2-access", "Product=ACCESS;DefaultDatabase=/data/sales.mdb", true},
+    {DatabaseKind::DbNavision, "3-navision", "Product=Navision;DefaultDatabase=company;ScaleDecimals=1", true},
+    {DatabaseKind::DbConcorde, "4-concorde", "Product=Concorde", true},
+    {DatabaseKind::DbPervasive, "6-pervasive", "Product=Pervasive.SQL;DefaultDatabase=demo", true},
+    {DatabaseKind::DbExcel, "7-excel", "Product=EXCEL;DefaultDatabase=/data/sales", true},
+    {DatabaseKind::DbUnnamed, "8-unnamed", "Product=", true},
 }};
 
 /// What every product has besides its own tables: names and values that nothing promises to spare the server, under
@@ -78,6 +91,7 @@ class ProductSession {
     state_.configFolder = folder_.Path();
     state_.programFolder = folder_.Path();
     state_.context = &context_;
+    state_.exact = product.exact;
     database_ = ConnectDatabase(state_, "DRIVER=" ODS_PRODUCT_DRIVER ";Database=" + DatabaseFile() +
                                             ";StatementFile=" + StatementFile() + ";" + product.settings);
     const DataSession& session = *database_.session;
@@ -94,6 +108,7 @@ class ProductSession {
     DataSession& session = *database_.session;
     session.fieldCache.clear();
     session.cache = CreateHalvikDictionary(components_);
+    if (session.exact) session.exact->tables.clear();
     return session;
   }
   /// The statements that reached the driver since then, one a line.
@@ -120,6 +135,13 @@ class ProductSession {
   Database database_;
 };
 
+/// "0" is the first, "a" the first with exact paging.
+std::size_t NumberOf(std::uint8_t byte) {
+  constexpr std::size_t kPlain = 9;
+  if (byte >= 'a') return kPlain + (byte - 'a') % (kProducts.size() - kPlain);
+  return (byte + kPlain - '0' % kPlain) % kPlain;
+}
+
 ProductSession& SessionOf(std::size_t number) {
   static std::array<std::unique_ptr<ProductSession>, kProducts.size()> sessions;
   if (!sessions[number]) sessions[number] = std::make_unique<ProductSession>(kProducts[number]);
@@ -131,10 +153,15 @@ void CheckStatements(const std::string& statements, const DataSession& session) 
   constexpr auto kMore =
       std::to_array<std::string_view>({"ASC", "flowfilter", "Integer", "Number", "as", "UPDATE", "SET", "userid",
                                        "userpassword", "username", "roleid", "rolename"});
+  constexpr auto kExact = std::to_array<std::string_view>(
+      {"ASC",          "flowfilter", "Integer", "Number",   "as",   "UPDATE", "SET",  "userid",
+       "userpassword", "username",   "roleid",  "rolename", "IN",   "NOT",    "IS",   "NULL",
+       "ESCAPE",       "CASE",       "WHEN",    "THEN",     "ELSE", "END",    "COUNT"});
+  const auto words = session.exact ? std::span<const std::string_view>(kExact) : kMore;
   for (std::size_t begin = 0; begin < statements.size();) {
     const std::size_t end = statements.find('\n', begin);
     const std::string_view sql = std::string_view(statements).substr(begin, end - begin);
-    SqlTokens tokens(sql, session.QuotePrefix.front(), session.QuoteSuffix.front(), kMore);
+    SqlTokens tokens(sql, session.QuotePrefix.front(), session.QuoteSuffix.front(), words);
     Require(!tokens.FirstForeignText(), "only the server's own text stands outside literals and names", sql);
     begin = end == std::string::npos ? statements.size() : end + 1;
   }
@@ -146,8 +173,7 @@ void CheckStatements(const std::string& statements, const DataSession& session) 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace ods::test;
   if (size == 0) return 0;
-  constexpr std::size_t kCount = kProducts.size();
-  ProductSession& product = SessionOf((data[0] + kCount - '0' % kCount) % kCount);  // "0" is the first
+  ProductSession& product = SessionOf(NumberOf(data[0]));
   ods::DataSession& session = product.Renewed();
   const ods::XmlDocument request(InputText(data + 1, size - 1));
   ods::XmlDocument response;

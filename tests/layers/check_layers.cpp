@@ -29,7 +29,7 @@ struct Room {
   std::string_view mayUse;
 };
 
-constexpr std::array<Room, 13> kRooms{{
+constexpr std::array<Room, 14> kRooms{{
     {"common", ""},
     {"platform/system", "common"},
     {"platform/ado", "common platform/system"},
@@ -37,13 +37,15 @@ constexpr std::array<Room, 13> kRooms{{
     {"platform/xml", "common platform/system"},
     {"log", "common platform/system"},
     {"database", "common platform/ado platform/xml log"},
-    {"sqlformat", "common platform/xml database"},
-    {"catalogue", "common database"},
-    {"tabledata", "common platform/xml database sqlformat catalogue"},
-    {"users", "common platform/system platform/xml database"},
+    {"exact", "common platform/ado database"},
+    {"sqlformat", "common platform/xml database exact"},
+    {"catalogue", "common database exact"},
+    {"tabledata", "common platform/xml database exact sqlformat catalogue"},
+    {"users", "common platform/system platform/xml database exact"},
     {"ui", "common platform/system platform/ado log"},
     {"server",
-     "common platform/system platform/ado platform/queue platform/xml log database sqlformat catalogue tabledata users "
+     "common platform/system platform/ado platform/queue platform/xml log database exact sqlformat catalogue tabledata "
+     "users "
      "ui"},
 }};
 

@@ -110,6 +110,55 @@ TEST(Dialect, DatesAndTimesAreTextsWhenTheyExist) {
   }
 }
 
+TEST(Dialect, FractionsOfASecondAreAsLongAsTheProductTakes) {
+  EXPECT_EQ(Sqlite("Other", "a={ts '2024-02-05 07:08:09.123456789'} b={t '07:08:09.5'}"),
+            "a='2024-02-05 07:08:09.123456789' b='07:08:09.5'");
+  EXPECT_EQ(Sqlite(kSqlServer, "{ts '2024-02-05 07:08:09.123'}"), "'2024-02-05 07:08:09.123'");
+  EXPECT_EQ(StateOf(kSqlServer, "{ts '2024-02-05 07:08:09.1234'}"), sql_state::kBadDate);
+  for (const char* escape : {"{ts '2024-02-05 07:08:09.5'}", "{t '07:08:09.5'}"}) {
+    EXPECT_EQ(StateOf("ACCESS", escape), sql_state::kBadDate) << escape;
+  }
+  for (const char* escape : {"{d '2024-02-05.5'}", "{t '07:08:09.'}", "{t '07:08:09.x'}", "{t '.5'}",
+                             "{ts '2024-02-05.5'}", "{ts '2024-02-05 07:08:09.1234567891'}"}) {
+    EXPECT_EQ(StateOf("Other", escape), sql_state::kBadDate) << escape;
+  }
+}
+
+TEST(Dialect, OnlySomeProductsKnowCaseEscapeAndUnionsWithoutTables) {
+  constexpr const char* kCase = "SELECT CASE WHEN a IS NULL THEN 1 ELSE 0 END FROM t";
+  constexpr const char* kEscape = "SELECT a FROM t WHERE a LIKE '!%%' ESCAPE '!'";
+  constexpr const char* kUnion = "SELECT x FROM (SELECT 1 AS x UNION ALL SELECT NULL) AS t ORDER BY x";
+  for (const char* product : {kSqlServer, "MySQL", kPervasive, "Other"}) {
+    for (const char* sql : {kCase, kEscape, kUnion}) EXPECT_EQ(StateOf(product, sql), "") << product << ": " << sql;
+  }
+  for (const char* product : {"ACCESS", "MS Jet", "EXCEL"}) {
+    for (const char* sql : {kCase, kEscape, kUnion})
+      EXPECT_EQ(StateOf(product, sql), kSyntax) << product << ": " << sql;
+    EXPECT_EQ(StateOf(product, "SELECT a FROM t UNION SELECT b FROM u"), "") << product;
+  }
+}
+
+TEST(Dialect, ACharacterInBracketsIsItselfInAPatternOfSomeProducts) {
+  EXPECT_EQ(Sqlite("ACCESS", "a LIKE '%[%][[]x]\\_'"), "a LIKE '%\\%\\[x]\\\\_' ESCAPE '\\'");
+  EXPECT_EQ(Sqlite("ACCESS", "a = '[%]'"), "a = '[%]'");
+  EXPECT_EQ(Sqlite("Other", "a LIKE '[%]'"), "a LIKE '[%]'");
+}
+
+TEST(Dialect, MySqlHasAnInformationSchema) {
+  EXPECT_EQ(Sqlite("MySQL", "WHERE a=DATABASE() AND b"), "WHERE a=DATABASE() AND b");
+  EXPECT_EQ(StateOf("Other", "WHERE a=DATABASE()"), kSyntax);
+  EXPECT_EQ(Sqlite("MySQL", "SELECT a FROM information_schema.TABLES AS t"),
+            "SELECT a FROM \"information_schema.TABLES\" AS t");
+  EXPECT_EQ(Sqlite("Other", "SELECT a FROM information_schema.TABLES"), "SELECT a FROM \"information_schema\".TABLES");
+}
+
+TEST(Dialect, ANationalTextIsOneOfMicrosoftSqlServer) {
+  const std::string sql = "SELECT a FROM t WHERE a=N'\xC3\xA9''s'";
+  EXPECT_EQ(Sqlite(kSqlServer, sql), "SELECT a FROM \"dbo.t\" WHERE a='\xC3\xA9''s'");
+  EXPECT_EQ(StateOf("ACCESS", sql), kSyntax);
+  EXPECT_EQ(StateOf("MySQL", sql), kSyntax);
+}
+
 TEST(Dialect, BinaryValuesAreHexadecimal) {
   EXPECT_EQ(Sqlite("Other", "a=0x0A1b"), "a=X'0A1b'");
   EXPECT_EQ(Sqlite("Other", "a=0x"), "a=X''");
@@ -141,6 +190,7 @@ TEST(Dialect, NavisionSetsFlowFiltersAndJoinsTextsAtBraces) {
 TEST(Dialect, ConcordeComparesWithoutRegardToBlanksAtTheEnd) {
   EXPECT_EQ(Sqlite("Concorde", "RTRIM(LTRIM(\"a\")) = 'b  '"), "RTRIM(LTRIM(\"a\")) = 'b'");
   EXPECT_EQ(Sqlite("Concorde", "\"a\" LIKE 'b  '"), "\"a\" LIKE 'b  '");
+  EXPECT_EQ(Sqlite("Concorde", "\"a\">='b  '"), "\"a\">='b' COLLATE RTRIM") << "the column has blanks, too";
   EXPECT_EQ(Sqlite("Other", "\"a\" = 'b  '"), "\"a\" = 'b  '");
 }
 

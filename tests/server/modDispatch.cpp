@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#include "catalogue/modExactCatalogue.h"
 #include "catalogue/modFieldList.h"
 #include "catalogue/modKeys.h"
 #include "catalogue/modTableList.h"
 #include "common/Error.h"
 #include "doubles/FakeSession.h"
+#include "exact/ExactSession.h"
 #include "support/RaisedErrors.h"
+#include "tabledata/modExactTableData.h"
 #include "tabledata/modTableData.h"
 #include "users/modAuthorize.h"
 #include "users/modInitialize.h"
@@ -21,7 +24,7 @@ void Raise(const XmlDocument& /*request*/, XmlDocument& /*response*/, DataSessio
   throw Error(7, "handler failed");
 }
 
-RequestHandler FindRaise(std::string_view /*type*/) { return &Raise; }
+RequestHandler FindRaise(std::string_view /*type*/, bool /*exact*/) { return &Raise; }
 
 std::string Dispatched(const std::string& type, DataSession* session) {
   const XmlDocument request("<XML><Type>" + type + "</Type></XML>");
@@ -37,25 +40,50 @@ std::string Stamped(const std::string& xml) {
 }
 
 TEST(DispatchTable, KnowsTheHandlers) {
-  EXPECT_EQ(FindHandler("Ping"), &Ping);
-  EXPECT_EQ(FindHandler("TableList"), &ProcessTableList);
-  EXPECT_EQ(FindHandler("FieldList"), &ProcessFieldList);
-  EXPECT_EQ(FindHandler("KeyList"), &ProcessKeyList);
-  EXPECT_EQ(FindHandler("PrimaryKey"), &ProcessPrimaryKey);
-  EXPECT_EQ(FindHandler("TableData"), &TableData);
-  EXPECT_EQ(FindHandler("Initialize"), &ProcessInitialize);
-  EXPECT_EQ(FindHandler("Authorize"), &ProcessAuthorize);
-  EXPECT_EQ(FindHandler("UsersAndRoles"), &ProcessUsersAndRoles);
+  EXPECT_EQ(FindHandler("Ping", false), &Ping);
+  EXPECT_EQ(FindHandler("TableList", false), &ProcessTableList);
+  EXPECT_EQ(FindHandler("FieldList", false), &ProcessFieldList);
+  EXPECT_EQ(FindHandler("KeyList", false), &ProcessKeyList);
+  EXPECT_EQ(FindHandler("PrimaryKey", false), &ProcessPrimaryKey);
+  EXPECT_EQ(FindHandler("TableData", false), &TableData);
+  EXPECT_EQ(FindHandler("Initialize", false), &ProcessInitialize);
+  EXPECT_EQ(FindHandler("Authorize", false), &ProcessAuthorize);
+  EXPECT_EQ(FindHandler("UsersAndRoles", false), &ProcessUsersAndRoles);
+}
+
+TEST(DispatchTable, KnowsTheHandlersOfExactPaging) {
+  EXPECT_EQ(FindHandler("Ping", true), &Ping);
+  EXPECT_EQ(FindHandler("TableList", true), &ProcessExactTableList);
+  EXPECT_EQ(FindHandler("FieldList", true), &ProcessExactFieldList);
+  EXPECT_EQ(FindHandler("KeyList", true), &ProcessExactKeyList);
+  EXPECT_EQ(FindHandler("PrimaryKey", true), &ProcessExactPrimaryKey);
+  EXPECT_EQ(FindHandler("TableData", true), &ExactTableData);
+  EXPECT_EQ(FindHandler("Initialize", true), &ProcessExactInitialize);
+  EXPECT_EQ(FindHandler("Authorize", true), &ProcessAuthorize);
+  EXPECT_EQ(FindHandler("UsersAndRoles", true), &ProcessUsersAndRoles);
+  EXPECT_EQ(FindHandler("ping", true), nullptr);
 }
 
 TEST(DispatchTable, ComparesExactly) {
   for (const char* type : {"ping", "PING", "Ping ", "", "Status", "initialize", "authorize", "Usersandroles"})
-    EXPECT_EQ(FindHandler(type), nullptr) << type;
+    EXPECT_EQ(FindHandler(type, false), nullptr) << type;
 }
 
 TEST(Dispatch, PingIsAnswered) {
   test::FakeSession fake;
   EXPECT_EQ(Dispatched("Ping", &fake.session), "<XML><Ping>OK</Ping></XML>");
+}
+
+RequestHandler FindByMode(std::string_view /*type*/, bool exact) { return exact ? &Raise : &Ping; }
+
+TEST(Dispatch, TheSessionTellsWhetherPagesAreExact) {
+  test::FakeSession fake;
+  const XmlDocument request;
+  XmlDocument response;
+  DispatchRequest("any", request, response, &fake.session, &FindByMode);
+  EXPECT_EQ(response.Xml(), "<XML><Ping>OK</Ping></XML>");
+  fake.session.exact = std::make_shared<ExactSession>();
+  EXPECT_RAISES(DispatchRequest("any", request, response, &fake.session, &FindByMode), 7, "handler failed");
 }
 
 TEST(Dispatch, UsersAndRolesOfADatabaseWithoutThemAreTheStampAlone) {

@@ -88,7 +88,7 @@ void ReadQuietly(const XmlDocument& request, XmlDocument& response, DataSession&
   }
 }
 
-RequestHandler FindTestHandler(std::string_view type) {
+RequestHandler FindTestHandler(std::string_view type, bool exact) {
   if (type == "Read") return &ReadOne;
   if (type == "ReadQuietly") return &ReadQuietly;
   if (type == "DriverError") return &RaiseDriverError;
@@ -99,7 +99,7 @@ RequestHandler FindTestHandler(std::string_view type) {
   if (type == "Slow") return &AnswerSlowly;
   if (type == "Large") return &FillMuch;
   if (type == "Medium") return &FillSome;
-  return FindHandler(type);
+  return FindHandler(type, exact);
 }
 
 /// A main loop that runs until its script is at its end.

@@ -336,6 +336,17 @@ TEST_F(ServerTest, AnUnknownModeIsShownToAPerson) {
 
 // Who watches
 
+TEST_F(ServerTest, PagesAreExactWhenTheParameterIsThere) {
+  EXPECT_FALSE(Run("mode=config").exact);
+  EXPECT_TRUE(Run("mode=config exact").exact);
+  EXPECT_TRUE(Run("mode=config --exact").exact);
+  EXPECT_TRUE(Run("mode=config exact=0").exact) << "its value does not count";
+  const std::string file = folder_.Path() + "/exact.par";
+  std::ofstream(file) << "exact\n";
+  EXPECT_TRUE(Run("mode=config parameterfile=" + file).exact);
+  EXPECT_THAT(ui_.warnings, IsEmpty());
+}
+
 TEST_F(ServerTest, AServerIsUnattendedWhenHiddenOrWatched) {
   EXPECT_FALSE(Run("mode=config").Unattended);
   EXPECT_TRUE(Run("mode=config hidden").Unattended);

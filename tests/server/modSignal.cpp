@@ -150,5 +150,28 @@ TEST_F(SignalTest, AMutexThatCannotBeCreatedSaysWhy) {
                 testing::MatchesRegex("Error creating instance mutex \\([0-9]+\\)\\. .+"));
 }
 
+TEST_F(SignalTest, TheStateFileTellsConnectionAtOnceAndRequestsNowAndThen) {
+  StatusSignals signals = Signals("", "");
+  const auto tells = [this](const char* xpath) { return GetNodeText(XmlDocument(ReadFileText(file_)), xpath); };
+  signals.TellState({.requests = 1});
+  EXPECT_FALSE(std::filesystem::exists(file_)) << "no file was named";
+  signals.WriteStateTo(file_);
+  signals.TellState({.requests = 1, .connection = "none", .failure = "a \x01 < b"});
+  EXPECT_EQ(ReadFileText(file_),
+            "<XML xml:space=\"preserve\"><Requests>1</Requests><Connection>none</Connection><Failure>a ? &lt; "
+            "b</Failure></XML>");
+  signals.TellState({.requests = 2, .connection = "open"});
+  EXPECT_EQ(tells("/XML/Connection"), "open");
+  EXPECT_EQ(tells("/XML/Requests"), "2");
+  signals.TellState({.requests = 3, .connection = "open"});
+  EXPECT_EQ(tells("/XML/Requests"), "2");
+  now_ = At(8, 5, 9);
+  signals.TellState({.requests = 4, .connection = "open"});
+  EXPECT_EQ(tells("/XML/Requests"), "4");
+  signals.TellState({.requests = 5, .connection = "lost"});
+  EXPECT_EQ(tells("/XML/Connection"), "lost");
+  EXPECT_EQ(tells("/XML/Requests"), "5");
+}
+
 }  // namespace
 }  // namespace ods

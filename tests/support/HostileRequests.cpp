@@ -112,12 +112,19 @@ constexpr std::string_view kTypes[] = {"Ping",    "Initialize", "Authorize", "Ta
 constexpr std::string_view kNavigations[] = {"gotofirst", "gotonext", "gotoprev", "gotolast", ""};
 constexpr std::string_view kOperators[] = {"eq", "", "lt", "gt", "lteq", "gteq", "not", "like", "flowfilter"};
 
+/// The same with those of exact paging.
+constexpr std::string_view kExactOperators[] = {"eq",      "lt",       "gt",         "lteq",    "gteq",
+                                                "not",     "like",     "null",       "notnull", "between",
+                                                "between", "contains", "startswith", "endswith"};
+
 /// Names of elements that mean something somewhere.
 constexpr std::string_view kElements[] = {
     "XML",        "Type",       "TableId",       "Navigate",          "PageSize",   "FirstPos", "LastPos",
     "SortColumn", "SearchText", "SortDirection", "SearchString",      "Filter",     "Fields",   "Field",
     "Id",         "Condition",  "FieldId",       "FilterOp",          "Key",        "UserId",   "PrimaryKey",
     "UserMode",   "Password",   "SearchFields",  "AuthenticatedUser", "DataSession"};
+
+constexpr std::string_view kExactElements[] = {"Value", "Sort", "Column", "Direction", "Count", "Condition", "Filter"};
 
 std::string Tagged(std::string_view name, std::string_view content) {
   return std::string("<").append(name).append(">").append(content).append("</").append(name).append(">");
@@ -140,8 +147,13 @@ std::string Repeated(std::string_view text, std::size_t times) {
 /// One request in the making.
 class Draft {
  public:
-  Draft(Dice& dice, const std::vector<KnownTable>& tables)
-      : dice_(dice), tables_(tables), table_(dice.Pick(tables)), page_(FindPage()), spoiled_(dice.Pick(kSpoiled)) {}
+  Draft(Dice& dice, const std::vector<KnownTable>& tables, bool exact)
+      : dice_(dice),
+        tables_(tables),
+        table_(dice.Pick(tables)),
+        page_(FindPage()),
+        spoiled_(dice.Pick(kSpoiled)),
+        exact_(exact) {}
 
   std::string Make(std::uint64_t number);
 
@@ -180,6 +192,9 @@ class Draft {
   Value WildValue();
   std::string PageSize();
   std::string FilterValue();
+  std::string Operator() { return std::string(exact_ ? dice_.Pick(kExactOperators) : dice_.Pick(kOperators)); }
+  std::string FilterElements(const std::string& filterOperator);
+  std::string Sort();
 
   // Elements.
   std::string Encoded(const std::string& text);
@@ -213,6 +228,7 @@ class Draft {
   const KnownTable& table_;
   const KnownPage& page_;
   std::size_t spoiled_;
+  bool exact_;
 };
 
 // ---- texts ----
@@ -467,13 +483,33 @@ std::size_t Draft::Crowd(std::size_t usual) {
 std::string Draft::Conditions() {
   std::string text;
   for (std::size_t count = Crowd(2); count > 0; --count) {
-    std::string condition =
-        Joined({Element("FieldId", Column()), Element("FilterOp", Or(std::string(dice_.Pick(kOperators)))),
-                Element("Filter", FilterValue())});
+    std::string condition = Element("FieldId", Column());
+    const std::string filterOperator = Or(Operator());
+    condition += Element("FilterOp", filterOperator);
+    condition += FilterElements(filterOperator);
     if (Spoils() && dice_.OneIn(6)) condition += Tagged("Condition", condition);
     text += Tagged("Condition", condition);
   }
   return text;
+}
+
+/// `Filter`, or several `Value`, or both.
+std::string Draft::FilterElements(const std::string& filterOperator) {
+  if (!exact_ || dice_.OneIn(3)) return Element("Filter", FilterValue());
+  std::string text = dice_.OneIn(8) ? Element("Filter", FilterValue()) : "";
+  const std::size_t usual = filterOperator == "between" && !Spoils() ? 2 : 1 + Crowd(3);
+  for (std::size_t count = usual; count > 0; --count) text += Element("Value", FilterValue());
+  return text;
+}
+
+std::string Draft::Sort() {
+  constexpr std::string_view kDirections[] = {"asc", "desc", ""};
+  std::string text;
+  for (std::size_t count = Crowd(3); count > 0; --count) {
+    text += Tagged("Column",
+                   Joined({Element("Id", Column()), Element("Direction", Or(std::string(dice_.Pick(kDirections))))}));
+  }
+  return Tagged("Sort", text);
 }
 
 std::string Draft::SearchFields() {
@@ -511,6 +547,13 @@ Names Draft::TableDataElements() {
     elements.push_back(Element("SearchString", Or("a")));
     elements.push_back(Tagged("SearchFields", SearchFields()));
   }
+  // One that is sorted otherwise has no positions yet.
+  if (exact_ && dice_.OneIn(4)) {
+    if (!dice_.OneIn(4))
+      std::erase_if(elements, [](const std::string& element) { return element.find("Pos>") != std::string::npos; });
+    elements.push_back(Sort());
+  }
+  if (exact_ && dice_.OneIn(4)) elements.push_back(Element("Count", Or("1")));
   return elements;
 }
 
@@ -540,7 +583,7 @@ std::string Draft::Disturbed(Names elements) {
   if (spoiled_ > 0 && dice_.OneIn(6)) {
     for (std::size_t rounds = dice_.Between(1, 3); rounds > 0 && !elements.empty(); --rounds) {
       const std::string one = dice_.Pick(elements);
-      const std::string_view name = dice_.Pick(kElements);
+      const std::string_view name = exact_ && dice_.OneIn(2) ? dice_.Pick(kExactElements) : dice_.Pick(kElements);
       switch (dice_.Below(7)) {
         case 0:
           dice_.Shuffle(elements);
@@ -587,9 +630,10 @@ std::string Draft::Attack() {
   std::string table = table_.identifier;
   std::string field = column;
   std::string more;
-  const auto condition = [](const std::string& fieldId, std::string_view op, const std::string& value) {
+  const std::string_view valueName = exact_ && dice_.OneIn(2) ? "Value" : "Filter";
+  const auto condition = [&](const std::string& fieldId, std::string_view op, const std::string& value) {
     return Tagged("Filter",
-                  Tagged("Condition", Tagged("FieldId", fieldId) + Tagged("FilterOp", op) + Tagged("Filter", value)));
+                  Tagged("Condition", Tagged("FieldId", fieldId) + Tagged("FilterOp", op) + Tagged(valueName, value)));
   };
   const auto search = [&](const std::string& text, const std::string& pattern) {
     return Tagged("SearchString", text) +
@@ -599,7 +643,7 @@ std::string Draft::Attack() {
     case 0:
     case 1:
     case 2:
-      more = condition(column, dice_.Pick(kOperators), shown);
+      more = condition(column, Operator(), shown);
       break;
     case 3:
       more = condition(shown, "eq", "1");
@@ -611,7 +655,8 @@ std::string Draft::Attack() {
       more = search("a", shown);
       break;
     case 6:
-      more = Tagged("SortColumn", shown);
+      more = exact_ && dice_.OneIn(2) ? Tagged("Sort", Tagged("Column", Tagged("Id", shown)))
+                                      : Tagged("SortColumn", shown);
       break;
     case 7:
       more = Tagged("Key", KeyToText({attack}));
@@ -788,9 +833,11 @@ std::string Draft::Giant(std::uint64_t kind) {
     case 5:
       return Tagged("XML", Tagged("Type", std::string(kSize, 'T')));
     case 6:
-      // Twice as long in the statement, which is longer than all others then: drivers keep a buffer of that size.
+      // Twice as long in the statement, which is longer than all others then: drivers keep a buffer of that size. An
+      // exact filter takes any text of any column for what a value contains only.
       return Tagged("XML",
                     page + Tagged("Filter", Tagged("Condition", Tagged("FieldId", field) +
+                                                                    (exact_ ? Tagged("FilterOp", "contains") : "") +
                                                                     Tagged("Filter", std::string(3 * kSize, '\'')))));
     default:
       return Tagged("XML", "<Type>Ping</Type>" + std::string(kMaxMessageBytes, ' '));
@@ -809,12 +856,12 @@ std::string Draft::Make(std::uint64_t number) {
 
 }  // namespace
 
-HostileRequests::HostileRequests(std::uint64_t seed, std::vector<KnownTable> tables)
-    : seed_(seed), tables_(std::move(tables)) {}
+HostileRequests::HostileRequests(std::uint64_t seed, std::vector<KnownTable> tables, bool exact)
+    : seed_(seed), tables_(std::move(tables)), exact_(exact) {}
 
 std::string HostileRequests::Make(std::uint64_t number) const {
   Dice dice(seed_, number);
-  return Draft(dice, tables_).Make(number);
+  return Draft(dice, tables_, exact_).Make(number);
 }
 
 }  // namespace ods::test

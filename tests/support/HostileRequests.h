@@ -30,8 +30,9 @@ struct KnownTable {
 
 class HostileRequests {
  public:
-  /// At least one table, each with at least one column.
-  HostileRequests(std::uint64_t seed, std::vector<KnownTable> tables);
+  /// At least one table, each with at least one column. `exact`: the requests also have the elements and operators of
+  /// exact paging.
+  HostileRequests(std::uint64_t seed, std::vector<KnownTable> tables, bool exact = false);
 
   /// The whole message of a number. Most have some kilobytes; the first eight of every two thousand have megabytes, one
   /// of them more than any message may have.
@@ -40,6 +41,7 @@ class HostileRequests {
  private:
   std::uint64_t seed_;
   std::vector<KnownTable> tables_;
+  bool exact_;
 };
 
 }  // namespace ods::test

@@ -44,7 +44,7 @@ class SqlTokens {
     const auto digits = isHex ? word.substr(2) : word;
     return std::isdigit(static_cast<unsigned char>(word.front())) != 0 && std::ranges::all_of(digits, [&](char c) {
              return isHex ? std::isxdigit(static_cast<unsigned char>(c)) != 0
-                          : std::isdigit(static_cast<unsigned char>(c)) != 0 || c == 'E';
+                          : std::isdigit(static_cast<unsigned char>(c)) != 0 || c == 'E' || c == 'e';
            });
   }
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "common/Text.h"
 #include "support/RaisedErrors.h"
 #include "users/NavisionContext.h"
 
@@ -33,6 +34,17 @@ TEST(Initialize, WithoutAUserModeThereIsNoUserManagementOnAnyDatabase) {
     FakeSession fake(static_cast<DatabaseKind>(kind));
     EXPECT_EQ(Initialized(fake), Expected("0", "0", kind == 3 ? ",flowfilter" : "")) << kind;
     EXPECT_THAT(fake.connection->statements, IsEmpty());
+  }
+}
+
+TEST(Initialize, ExactPagingSaysSoAndListsItsOperators) {
+  for (const char* operators : {"", ",flowfilter"}) {
+    FakeSession fake(*operators == 0 ? DatabaseKind::DbUnknown : DatabaseKind::DbNavision);
+    const XmlDocument request("<XML><Type>Initialize</Type></XML>");
+    XmlDocument response;
+    ProcessExactInitialize(request, response, fake.session);
+    const std::string all = operators + std::string(",null,notnull,between,contains,startswith,endswith");
+    EXPECT_EQ(response.Xml(), ReplaceAll(Expected("0", "0", all), "</XML>", "<Exact>1</Exact></XML>"));
   }
 }
 

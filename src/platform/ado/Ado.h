@@ -64,8 +64,11 @@ inline constexpr std::int32_t kMayBeNull = 64;
 struct Field {
   std::string name;
   std::int32_t type = ado_type::kEmpty;  ///< ADO data type number
-  std::int64_t definedSize = 0;          ///< bytes of a fixed type, column size of a variable one
+  /// Bytes of a fixed type, column size of a variable one; of a decimal in the exact form of reading all its digits.
+  std::int64_t definedSize = 0;
   std::int32_t attributes = 0;
+  std::string typeName = {};  ///< as the driver calls it; only in the exact form of reading
+  std::int32_t digits = 0;    ///< behind the decimal point, or of a fraction of a second; likewise
 };
 
 /// A forward-only, read-only record set. It stands on its first record after opening. Dropping it frees everything.
@@ -87,7 +90,15 @@ class RecordSet : public Object {
 };
 
 /// The schema rowsets, by ADO's numbers.
-enum class Schema : std::int32_t { kIndexes = 12, kTables = 20, kProviderTypes = 22, kDBInfoLiterals = 31 };
+enum class Schema : std::int32_t {
+  kIndexes = 12,
+  kTables = 20,
+  kProviderTypes = 22,
+  kDBInfoLiterals = 31,
+  /// None of ADO's: `kIndexes` with one column more, FILTER_CONDITION, which is not null for an index over a part of
+  /// the rows.
+  kFilteredIndexes = -12,
+};
 
 struct ConnectionProperty {
   std::string name;
@@ -129,6 +140,15 @@ class Connection : public Object {
                                                               const std::vector<Value>& restrictions = {}) = 0;
   /// Runs a statement. `maxRecords` bounds the records that can be read; 0 or less does not.
   [[nodiscard]] virtual std::shared_ptr<RecordSet> OpenRecordSet(const std::string& sql, std::int32_t maxRecords) = 0;
+
+  /// The same in the exact form of reading, which loses nothing: dates, times and timestamps come as text with all that
+  /// the column holds (`yyyy-mm-dd`, `hh:nn:ss`, each with its fraction, or as the driver writes what is no moment of
+  /// the calendar), and fields tell their type's name and digits.
+  [[nodiscard]] virtual std::shared_ptr<RecordSet> OpenExactRecordSet(const std::string& sql, std::int32_t maxRecords) {
+    return OpenRecordSet(sql, maxRecords);
+  }
+  /// True when statements may name tables with their schema (ODBC, SQL_SCHEMA_USAGE).
+  [[nodiscard]] virtual bool HasSchemas() const { return false; }
 
   /// The value of a property, "" when it is missing.
   [[nodiscard]] std::string Property(std::string_view name) const;

@@ -43,6 +43,8 @@ class OdbcConnection final : public Connection {
   [[nodiscard]] std::string DefaultDatabase() const override { return Property("Current Catalog"); }
   [[nodiscard]] std::shared_ptr<RecordSet> OpenSchema(Schema schema, const std::vector<Value>& restrictions) override;
   [[nodiscard]] std::shared_ptr<RecordSet> OpenRecordSet(const std::string& sql, std::int32_t maxRecords) override;
+  [[nodiscard]] std::shared_ptr<RecordSet> OpenExactRecordSet(const std::string& sql, std::int32_t maxRecords) override;
+  [[nodiscard]] bool HasSchemas() const override;
 
  private:
   void Close();
@@ -79,7 +81,17 @@ void OdbcConnection::RequireOpen() const {
 
 std::shared_ptr<RecordSet> OdbcConnection::OpenRecordSet(const std::string& sql, std::int32_t maxRecords) {
   RequireOpen();
-  return std::make_shared<OdbcReader>(thread_, database_, sql, maxRecords, StatementLimit());
+  return std::make_shared<OdbcReader>(thread_, database_, sql, maxRecords, odbc::ReadForm::kUsual, StatementLimit());
+}
+
+std::shared_ptr<RecordSet> OdbcConnection::OpenExactRecordSet(const std::string& sql, std::int32_t maxRecords) {
+  RequireOpen();
+  return std::make_shared<OdbcReader>(thread_, database_, sql, maxRecords, odbc::ReadForm::kExact, StatementLimit());
+}
+
+bool OdbcConnection::HasSchemas() const {
+  RequireOpen();
+  return thread_->Ask([database = database_] { return database->HasSchemas(); }, StatementLimit());
 }
 
 std::shared_ptr<RecordSet> OdbcConnection::OpenSchema(Schema schema, const std::vector<Value>& restrictions) {

@@ -70,6 +70,7 @@ constexpr std::size_t kIndexName = 5;
 constexpr std::size_t kType = 6;
 constexpr std::size_t kOrdinal = 7;
 constexpr std::size_t kColumn = 8;
+constexpr std::size_t kFilterCondition = 12;
 }  // namespace statistics
 
 constexpr std::array<SchemaFilter, 5> kIndexesFilters = {{{0, statistics::kCatalog},
@@ -146,7 +147,7 @@ std::unique_ptr<Statement> OdbcDatabase::NewStatement(Canceller& canceller) cons
 }
 
 std::unique_ptr<OdbcRecordSet> OdbcDatabase::OpenRecordSet(const std::string& sql, std::int32_t maxRecords,
-                                                           Canceller& canceller) const {
+                                                           Canceller& canceller, ReadForm form) const {
   std::unique_ptr<Statement> statement = NewStatement(canceller);
   // A driver that takes the text as null-terminated would run only the part before it.
   if (sql.find('\0') != std::string::npos) {
@@ -165,7 +166,7 @@ std::unique_ptr<OdbcRecordSet> OdbcDatabase::OpenRecordSet(const std::string& sq
                                                    std::to_string(longestStatement_) + ".");
   }
   statement->Execute(native);
-  return std::make_unique<OdbcRecordSet>(std::move(statement), maxRecords);
+  return std::make_unique<OdbcRecordSet>(std::move(statement), maxRecords, form);
 }
 
 std::shared_ptr<RecordSet> OdbcDatabase::OpenSchema(Schema schema, const std::vector<Value>& restrictions,
@@ -174,7 +175,9 @@ std::shared_ptr<RecordSet> OdbcDatabase::OpenSchema(Schema schema, const std::ve
     case Schema::kTables:
       return OpenTables(restrictions, canceller);
     case Schema::kIndexes:
-      return OpenIndexes(restrictions, canceller);
+      return OpenIndexes(restrictions, false, canceller);
+    case Schema::kFilteredIndexes:
+      return OpenIndexes(restrictions, true, canceller);
     case Schema::kProviderTypes:
       return OpenProviderTypes(canceller);
     case Schema::kDBInfoLiterals:
@@ -211,7 +214,7 @@ std::shared_ptr<RecordSet> OdbcDatabase::OpenTables(const std::vector<Value>& re
   return std::make_shared<MemoryRecordSet>(std::move(fields), std::move(rows));
 }
 
-std::shared_ptr<RecordSet> OdbcDatabase::OpenIndexes(const std::vector<Value>& restrictions,
+std::shared_ptr<RecordSet> OdbcDatabase::OpenIndexes(const std::vector<Value>& restrictions, bool withFilter,
                                                      Canceller& canceller) const {
   std::unique_ptr<Statement> statement = NewStatement(canceller);
   const CatalogNames names = {.catalog = RestrictionText(restrictions, 0),
@@ -243,6 +246,7 @@ std::shared_ptr<RecordSet> OdbcDatabase::OpenIndexes(const std::vector<Value>& r
       named(source.Fields().at(s::kSchema), "TABLE_SCHEMA"),
       named(source.Fields().at(s::kTable), "TABLE_NAME"),
   };
+  if (withFilter) fields.push_back(named(source.Fields().at(s::kFilterCondition), "FILTER_CONDITION"));
   std::vector<std::vector<Value>> rows;
   for (; !source.AtEnd(); source.MoveNext()) {
     const std::int32_t type = SafeLng(source.Item(s::kType));
@@ -251,6 +255,7 @@ std::shared_ptr<RecordSet> OdbcDatabase::OpenIndexes(const std::vector<Value>& r
     const bool unique = !nonUnique.IsNull() && SafeLng(nonUnique) == SQL_FALSE;
     rows.push_back({source.Item(s::kIndexName), unique, type, source.Item(s::kOrdinal), source.Item(s::kColumn), Null{},
                     source.Item(s::kSchema), source.Item(s::kTable)});
+    if (withFilter) rows.back().push_back(source.Item(s::kFilterCondition));
   }
   return std::make_shared<MemoryRecordSet>(std::move(fields), std::move(rows));
 }

@@ -27,9 +27,15 @@ class OdbcDatabase {
   OdbcDatabase(const std::string& connectionString, const DriverLimits& limits);
 
   [[nodiscard]] const std::vector<ConnectionProperty>& Properties() const { return properties_; }
-  /// `Connection::OpenRecordSet`. `canceller` ends it, and later every fetch.
+  /// `Connection::HasSchemas`.
+  [[nodiscard]] bool HasSchemas() const {
+    return (session_->InfoNumber(SQL_SCHEMA_USAGE) & SQL_SU_DML_STATEMENTS) != 0;
+  }
+  /// `Connection::OpenRecordSet`, or in the exact form `OpenExactRecordSet`. `canceller` ends it, and later every
+  /// fetch.
   [[nodiscard]] std::unique_ptr<OdbcRecordSet> OpenRecordSet(const std::string& sql, std::int32_t maxRecords,
-                                                             Canceller& canceller) const;
+                                                             Canceller& canceller,
+                                                             ReadForm form = ReadForm::kUsual) const;
   /// `Connection::OpenSchema`; the rows are at hand.
   [[nodiscard]] std::shared_ptr<RecordSet> OpenSchema(Schema schema, const std::vector<Value>& restrictions,
                                                       Canceller& canceller) const;
@@ -52,7 +58,7 @@ class OdbcDatabase {
   [[nodiscard]] std::unique_ptr<Statement> NewStatement(Canceller& canceller) const;
   [[nodiscard]] std::shared_ptr<RecordSet> OpenTables(const std::vector<Value>& restrictions,
                                                       Canceller& canceller) const;
-  [[nodiscard]] std::shared_ptr<RecordSet> OpenIndexes(const std::vector<Value>& restrictions,
+  [[nodiscard]] std::shared_ptr<RecordSet> OpenIndexes(const std::vector<Value>& restrictions, bool withFilter,
                                                        Canceller& canceller) const;
   [[nodiscard]] std::shared_ptr<RecordSet> OpenProviderTypes(Canceller& canceller) const;
   [[nodiscard]] std::shared_ptr<RecordSet> OpenLiterals() const;

@@ -114,11 +114,13 @@ Session::Session(const std::string& connectionString, const DriverLimits& limits
   SetLimit(SQL_ATTR_LOGIN_TIMEOUT, limits_.connectSeconds);
   Connect(WithConnectLimit(connectionString, limits_.connectSeconds));
   SetLimit(SQL_ATTR_CONNECTION_TIMEOUT, limits_.statementSeconds);
+  getDataExtensions_ = InfoNumber(SQL_GETDATA_EXTENSIONS);
+}
+
+SQLUINTEGER Session::InfoNumber(SQLUSMALLINT infoType) const {
+  SQLUINTEGER number = 0;
   SQLSMALLINT ignored = 0;
-  if (!SQL_SUCCEEDED(
-          SQLGetInfoW(Get(), SQL_GETDATA_EXTENSIONS, &getDataExtensions_, sizeof getDataExtensions_, &ignored))) {
-    getDataExtensions_ = 0;
-  }
+  return SQL_SUCCEEDED(SQLGetInfoW(Get(), infoType, &number, sizeof number, &ignored)) ? number : 0;
 }
 
 /// A driver that refuses the attribute is bounded by nothing but the thread that it runs on.
@@ -257,14 +259,26 @@ ColumnDescription Statement::DescribeColumn(SQLUSMALLINT number) const {
     using Unit = typename decltype(functions)::Unit;
     return ReadText<Unit>([&](Unit* buffer, std::size_t units, std::int64_t& length) {
       SQLSMALLINT given = 0;
-      SQLSMALLINT digits = 0;
       Check(functions.kDescribeCol(Get(), number, buffer, static_cast<SQLSMALLINT>(units), &given, &column.odbcType,
-                                   &column.size, &digits, &column.nullable));
+                                   &column.size, &column.digits, &column.nullable));
       length = given;
       return true;
     });
   });
   return column;
+}
+
+std::string Statement::TypeNameOf(SQLUSMALLINT number) const {
+  return WithFunctions(Owner().IsWide(), [&](auto functions) {
+    using Unit = typename decltype(functions)::Unit;
+    return ReadText<Unit>([&](Unit* buffer, std::size_t units, std::int64_t& length) {
+      SQLSMALLINT bytes = 0;
+      const SQLRETURN result = functions.kColAttribute(Get(), number, SQL_DESC_TYPE_NAME, buffer,
+                                                       static_cast<SQLSMALLINT>(units * sizeof(Unit)), &bytes, nullptr);
+      length = bytes / static_cast<std::int64_t>(sizeof(Unit));
+      return SQL_SUCCEEDED(result);
+    });
+  });
 }
 
 bool Statement::IsUnsigned(SQLUSMALLINT number) const {

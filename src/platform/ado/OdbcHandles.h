@@ -70,6 +70,8 @@ class Session {
   void UseTextDates() { textDates_ = true; }
   /// A text that `SQLGetInfo` gives; "" when the driver does not know it.
   [[nodiscard]] std::string InfoText(SQLUSMALLINT infoType) const;
+  /// A number that `SQLGetInfo` gives; 0 when the driver does not know it.
+  [[nodiscard]] SQLUINTEGER InfoNumber(SQLUSMALLINT infoType) const;
   /// The catalogue in use; "" when the driver has none.
   [[nodiscard]] std::string CurrentCatalog() const;
   /// What the driver says of the connection, without asking the database: true when it is lost.
@@ -110,6 +112,7 @@ struct ColumnDescription {
   std::string name;
   SQLSMALLINT odbcType = SQL_UNKNOWN_TYPE;
   SQLULEN size = 0;
+  SQLSMALLINT digits = 0;
   SQLSMALLINT nullable = SQL_NULLABLE_UNKNOWN;
 };
 
@@ -136,6 +139,8 @@ class Statement {
   [[nodiscard]] SQLUSMALLINT ColumnCount() const;
   /// `number` counts from 1.
   [[nodiscard]] ColumnDescription DescribeColumn(SQLUSMALLINT number) const;
+  /// What the driver calls the column's type; "" when it does not tell.
+  [[nodiscard]] std::string TypeNameOf(SQLUSMALLINT number) const;
   /// True when the driver calls the column unsigned.
   [[nodiscard]] bool IsUnsigned(SQLUSMALLINT number) const;
 

@@ -65,7 +65,7 @@ struct OdbcReader::Rows {
 };
 
 OdbcReader::OdbcReader(std::shared_ptr<DriverThread> thread, std::shared_ptr<OdbcDatabase> database,
-                       const std::string& sql, std::int32_t maxRecords, CallLimit limit)
+                       const std::string& sql, std::int32_t maxRecords, ReadForm form, CallLimit limit)
     : thread_(std::move(thread)), limit_(std::move(limit)) {
   auto rows = std::make_shared<Rows>();
   rows->database = std::move(database);
@@ -73,9 +73,9 @@ OdbcReader::OdbcReader(std::shared_ptr<DriverThread> thread, std::shared_ptr<Odb
   const std::shared_ptr<Canceller> canceller = rows->canceller;
   // The rows are the thread's until it is done: given up, they stay with it.
   rows_ = thread_->Ask(
-      [rows = std::move(rows), sql, maxRecords]() mutable {
+      [rows = std::move(rows), sql, maxRecords, form]() mutable {
         OdbcDatabase& open = *rows->database;
-        rows->source = open.Watch([&] { return open.OpenRecordSet(sql, maxRecords, *rows->canceller); });
+        rows->source = open.Watch([&] { return open.OpenRecordSet(sql, maxRecords, *rows->canceller, form); });
         rows->Take();
         return std::move(rows);
       },

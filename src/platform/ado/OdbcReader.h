@@ -21,7 +21,7 @@ class OdbcReader final : public RecordSet {
   /// Runs a statement and reads its first rows. `limit` bounds this, and each later reading. Raises what
   /// `DriverThread::Run` raises.
   OdbcReader(std::shared_ptr<DriverThread> thread, std::shared_ptr<OdbcDatabase> database, const std::string& sql,
-             std::int32_t maxRecords, CallLimit limit);
+             std::int32_t maxRecords, ReadForm form, CallLimit limit);
   OdbcReader(const OdbcReader&) = delete;
   OdbcReader& operator=(const OdbcReader&) = delete;
   OdbcReader(OdbcReader&&) = delete;

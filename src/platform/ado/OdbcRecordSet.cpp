@@ -37,7 +37,7 @@ std::size_t VariableCellBytes(const CellFormat& format, SQLULEN columnSize) {
 
 }  // namespace
 
-OdbcRecordSet::OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t maxRecords)
+OdbcRecordSet::OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t maxRecords, ReadForm form)
     : recordsLeft_(maxRecords > 0 ? static_cast<std::size_t>(maxRecords) : std::numeric_limits<std::size_t>::max()),
       statement_(std::move(statement)) {
   const SQLUSMALLINT count = statement_->ColumnCount();
@@ -47,13 +47,15 @@ OdbcRecordSet::OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t 
   }
   fields_.reserve(count);
   columns_.reserve(count);
-  for (std::size_t number = 1; number <= count; ++number) DescribeColumn(static_cast<SQLUSMALLINT>(number));
+  for (std::size_t number = 1; number <= count; ++number) {
+    DescribeColumn(static_cast<SQLUSMALLINT>(number), form);
+  }
   values_.resize(columns_.size());
   PlanFetching();
   FetchBlock();
 }
 
-void OdbcRecordSet::DescribeColumn(SQLUSMALLINT number) {
+void OdbcRecordSet::DescribeColumn(SQLUSMALLINT number, ReadForm form) {
   ColumnDescription described = statement_->DescribeColumn(number);
   const ColumnType& type = FindColumnType(described.odbcType);
   Field field;
@@ -66,12 +68,20 @@ void OdbcRecordSet::DescribeColumn(SQLUSMALLINT number) {
   if (described.nullable == SQL_NULLABLE) field.attributes |= field_attribute::kIsNullable;
   if (described.nullable == SQL_NULLABLE_UNKNOWN) field.attributes |= field_attribute::kMayBeNull;
 
+  if (form == ReadForm::kExact) {
+    field.typeName = statement_->TypeNameOf(number);
+    field.digits = described.digits;
+    const bool isDecimal = described.odbcType == SQL_DECIMAL || described.odbcType == SQL_NUMERIC;
+    if (isDecimal) field.definedSize = static_cast<std::int64_t>(std::min(described.size, kMostSize));
+  }
+
   Column column;
   column.number = number;
   column.kind = type.kind;
   if (field.type == ado_type::kUnsignedBigInt) column.kind = CellKind::kUnsignedBigInteger;
   if (type.kind == CellKind::kText && statement_->Owner().HasNarrowCells()) column.kind = CellKind::kNarrowText;
   if (statement_->Owner().HasTextDates()) column.kind = AsTextDate(column.kind);
+  if (form == ReadForm::kExact) column.kind = AsExact(column.kind);
   const CellFormat& format = FormatOf(column.kind);
   column.isLong = type.isLong || (type.fixedSize == 0 && (described.size == 0 || described.size > kLongestBound));
   column.cellBytes = format.size > 0 ? format.size : VariableCellBytes(format, described.size);

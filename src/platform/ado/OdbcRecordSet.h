@@ -25,10 +25,10 @@ namespace ods::odbc {
 
 class OdbcRecordSet final : public RecordSet {
  public:
-  /// Takes a statement that has been run, and stands on its first row. A statement without columns gives a record set
-  /// without fields that is at its end. `maxRecords` bounds the records; 0 or less does not. Raises the driver's
-  /// errors.
-  OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t maxRecords);
+  /// Takes a statement that has been run, and stands on its first row. `form` says what its values are made into. A
+  /// statement without columns gives a record set without fields that is at its end. `maxRecords` bounds the records; 0
+  /// or less does not. Raises the driver's errors.
+  OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t maxRecords, ReadForm form = ReadForm::kUsual);
 
   [[nodiscard]] const std::vector<Field>& Fields() const override { return fields_; }
   [[nodiscard]] bool AtEnd() const override { return statement_ == nullptr; }
@@ -51,7 +51,7 @@ class OdbcRecordSet final : public RecordSet {
     GuardedBuffer<SQLLEN> indicators;
   };
 
-  void DescribeColumn(SQLUSMALLINT number);
+  void DescribeColumn(SQLUSMALLINT number, ReadForm form);
   /// Decides which columns are bound and how many rows a block has, and binds.
   void PlanFetching();
   [[nodiscard]] std::size_t RowsPerBlock() const;

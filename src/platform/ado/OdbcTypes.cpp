@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -11,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/Conversions.h"
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
 #include "platform/ado/OdbcText.h"
@@ -63,7 +65,7 @@ constexpr std::array<ColumnType, 29> kColumnTypes = {{
 // Integers are fetched at full width whatever their column says: SQLite keeps 64 bits in any integer column. Singles
 // are fetched as doubles: odbc-mariadb writes those of a block 8 bytes apart. Times are fetched as text: drivers refuse
 // the whole row for one that is no time of day, such as MariaDB's 838:59:59.
-constexpr std::array<CellFormat, 15> kCellFormats = {{
+constexpr std::array<CellFormat, 18> kCellFormats = {{
     {SQL_C_SBIGINT, sizeof(std::int64_t), 0, 0},                 // kInteger
     {SQL_C_CHAR, 0, 1, 1},                                       // kUnsignedBigInteger
     {SQL_C_DOUBLE, sizeof(double), 0, 0},                        // kSingle
@@ -79,8 +81,11 @@ constexpr std::array<CellFormat, 15> kCellFormats = {{
     {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT), 0, 0},  // kTimeStamp
     {SQL_C_CHAR, 0, 1, 1},                                       // kTextDate
     {SQL_C_CHAR, 0, 1, 1},                                       // kTextTimeStamp
+    {SQL_C_TYPE_DATE, sizeof(SQL_DATE_STRUCT), 0, 0},            // kExactDate
+    {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT), 0, 0},  // kExactTimeStamp
+    {SQL_C_CHAR, 0, 1, 1},                                       // kExactMoment
 }};
-static_assert(kCellFormats.size() == static_cast<std::size_t>(CellKind::kTextTimeStamp) + 1);
+static_assert(kCellFormats.size() == static_cast<std::size_t>(CellKind::kExactMoment) + 1);
 
 /// The C structure at the beginning of a cell, which need not be aligned for it.
 template <typename T>
@@ -161,6 +166,26 @@ Value DateValue(const DateParts& parts, bool dateOnly) {
 
 Value TimeStampValue(const SQL_TIMESTAMP_STRUCT& stamp) {
   return DateValue({stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second}, false);
+}
+
+/// The parts as they are, whether or not they name a moment.
+std::string DateText(SQLSMALLINT year, SQLUSMALLINT month, SQLUSMALLINT day) {
+  constexpr int kMostOfFourDigits = 9999;
+  const int number = std::abs(static_cast<int>(year));
+  return (year < 0 ? "-" : "") + (number > kMostOfFourDigits ? std::to_string(number) : PadNumber(number, 4)) + "-" +
+         PadNumber(month, 2) + "-" + PadNumber(day, 2);
+}
+
+/// The same with the fraction, whose nanoseconds end before their last zeros.
+std::string TimeStampText(const SQL_TIMESTAMP_STRUCT& stamp) {
+  std::string text = DateText(stamp.year, stamp.month, stamp.day) + " " + PadNumber(stamp.hour, 2) + ":" +
+                     PadNumber(stamp.minute, 2) + ":" + PadNumber(stamp.second, 2);
+  constexpr int kFractionDigits = 9;
+  if (stamp.fraction != 0) {
+    text += "." + PadNumber(stamp.fraction, kFractionDigits);
+    text.erase(text.find_last_not_of('0') + 1);
+  }
+  return text;
 }
 
 /// The nearest single. A text of the largest one, read as a double, may lie just beyond it; what is larger still, as a
@@ -251,6 +276,21 @@ CellKind AsTextDate(CellKind kind) {
   return kind == CellKind::kTimeStamp ? CellKind::kTextTimeStamp : kind;
 }
 
+CellKind AsExact(CellKind kind) {
+  switch (kind) {
+    case CellKind::kDate:
+      return CellKind::kExactDate;
+    case CellKind::kTimeStamp:
+      return CellKind::kExactTimeStamp;
+    case CellKind::kTime:
+    case CellKind::kTextDate:
+    case CellKind::kTextTimeStamp:
+      return CellKind::kExactMoment;
+    default:
+      return kind;
+  }
+}
+
 const CellFormat& FormatOf(CellKind kind) { return kCellFormats[static_cast<std::size_t>(kind)]; }
 
 Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> cell) {
@@ -289,6 +329,14 @@ Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> 
       return TextDateValue(Characters(cell));
     case CellKind::kTextTimeStamp:
       return TextTimeStampValue(Characters(cell));
+    case CellKind::kExactDate: {
+      const auto date = Load<SQL_DATE_STRUCT>(cell);
+      return DateText(date.year, date.month, date.day);
+    }
+    case CellKind::kExactTimeStamp:
+      return TimeStampText(Load<SQL_TIMESTAMP_STRUCT>(cell));
+    case CellKind::kExactMoment:
+      return FromNarrowText(Trim(Characters(cell)));
   }
   return Null{};
 }

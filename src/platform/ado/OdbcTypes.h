@@ -14,6 +14,12 @@
 
 namespace ods::odbc {
 
+/// What values are made into.
+enum class ReadForm : std::uint8_t {
+  kUsual,
+  kExact,  ///< nothing of a value is lost: see `Connection::OpenExactRecordSet`
+};
+
 /// What a fetched cell is made into.
 enum class CellKind : std::uint8_t {
   kInteger,
@@ -31,6 +37,9 @@ enum class CellKind : std::uint8_t {
   kTimeStamp,
   kTextDate,       ///< fetched as text
   kTextTimeStamp,  ///< fetched as text, which may tell a distance from universal time
+  kExactDate,      ///< these are made into text
+  kExactTimeStamp,
+  kExactMoment,  ///< fetched as text, which it stays
 };
 
 /// One row of the type table.
@@ -46,6 +55,9 @@ struct ColumnType {
 /// The kind that dates and timestamps have where they are fetched as text; any other kind stays.
 [[nodiscard]] CellKind AsTextDate(CellKind kind);
 
+/// The kind that dates, times and timestamps have in the exact form of reading; any other kind stays.
+[[nodiscard]] CellKind AsExact(CellKind kind);
+
 /// The row of an ODBC type; the row for "anything else" when the table lacks it.
 [[nodiscard]] const ColumnType& FindColumnType(SQLSMALLINT odbcType);
 
@@ -59,8 +71,8 @@ struct CellFormat {
 [[nodiscard]] const CellFormat& FormatOf(CellKind kind);
 
 /// The value of a fetched cell that is not null. `cell` holds the data without terminator, in the format of `kind`.
-/// A date or time that is no moment of the calendar (drivers give zeros) is null; a decimal that is no number ("NaN")
-/// stays text.
+/// A date or time that is no moment of the calendar (drivers give zeros) is null, in the exact form a text all the
+/// same; a decimal that is no number ("NaN") stays text.
 [[nodiscard]] Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> cell);
 
 }  // namespace ods::odbc

@@ -12,7 +12,7 @@ using Elements = ::testing::Types<std::byte, std::uint16_t, std::int64_t>;
 TYPED_TEST_SUITE(GuardedBufferOf, Elements);
 
 TYPED_TEST(GuardedBufferOf, SeesAWriteBehindItsElements) {
-  for (const std::size_t count : {1, 2, 64, 100'000}) {
+  for (const std::size_t count : {1U, 2U, 64U, 100'000U}) {
     GuardedBuffer<TypeParam, true> buffer;
     buffer.Resize(count);
     EXPECT_EQ(buffer.Size(), count);
@@ -20,7 +20,7 @@ TYPED_TEST(GuardedBufferOf, SeesAWriteBehindItsElements) {
     EXPECT_TRUE(buffer.IsIntact()) << count;
     auto* const bytes = reinterpret_cast<std::byte*>(buffer.Data());
     const std::size_t end = count * sizeof(TypeParam);
-    for (const std::size_t offset : {0, 1, 63}) {
+    for (const std::size_t offset : {0U, 1U, 63U}) {
       const std::byte old = bytes[end + offset];
       bytes[end + offset] = std::byte{0};
       EXPECT_FALSE(buffer.IsIntact()) << count << " elements, byte " << offset << " behind them";

@@ -169,7 +169,7 @@ TEST_F(MariaDbTest, TheTextOfAnErrorIsNeverTakenForAFormat) {
 TEST_F(MariaDbTest, NoTableNameIsTooLongToAskForItsIndexes) {
   constexpr std::size_t kLongestPossible = 256;
   for (const std::string character : {"a", "'", "\xE2\x98\x83", "\xF0\x9F\x98\x80"}) {
-    for (const std::size_t count : {64, 65, 85, 86, 128, 192, 256, 257, 600, 100'000}) {
+    for (const std::size_t count : {64U, 65U, 85U, 86U, 128U, 192U, 256U, 257U, 600U, 100'000U}) {
       const std::string name = Repeat(character, count);
       const auto open = [&] {
         return connection_->OpenSchema(Schema::kIndexes, {Value(), Value(), Value(), Value(), name});

@@ -424,6 +424,18 @@ TEST_F(SqliteTest, TheTablesSchemaMatchesANameAsItIs) {
   EXPECT_TRUE(connection_->OpenSchema(Schema::kTables, {Value(), "other", "a_b"})->AtEnd());
 }
 
+TEST_F(SqliteTest, TheIndexesSchemaMayTellWhatIndexesLeaveOut) {
+  Run("CREATE TABLE f (a INTEGER, b INTEGER)");
+  Run("CREATE UNIQUE INDEX u ON f (a, b)");
+  const std::vector<Value> table = {Value(), Value(), Value(), Value(), "f"};
+  const auto records = connection_->OpenSchema(Schema::kFilteredIndexes, table);
+  ASSERT_EQ(records->Fields().size(), connection_->OpenSchema(Schema::kIndexes, table)->Fields().size() + 1);
+  EXPECT_EQ(records->Fields().back().name, "FILTER_CONDITION");
+  const std::vector<Row> rows = ReadAll(*records);
+  ASSERT_EQ(rows.size(), 2U);
+  for (const Row& row : rows) EXPECT_TRUE(row.back().IsNull());
+}
+
 TEST_F(SqliteTest, TheIndexesSchemaListsTheColumnsOfEveryIndex) {
   Run("CREATE TABLE \"50%_x\" (id INTEGER PRIMARY KEY, a INTEGER, b INTEGER)");
   Run("CREATE INDEX \"by \xC3\xA4\" ON \"50%_x\" (b, a)");

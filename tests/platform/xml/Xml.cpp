@@ -77,7 +77,7 @@ TEST(GetNodeTextTest, APathBeyondTheLimitsIsAnErrorOfBoundedLength) {
   EXPECT_RAISES(GetNodeText(document, path.c_str()), kGeneral,
                 "Error in XPath expression " + path.substr(0, 200) + "...: Exceeded maximum allowed query depth");
   EXPECT_EQ(GetNodeText(document, "/a"), "");
-  for (const std::size_t blanks : {195, 196, 197}) {
+  for (const std::size_t blanks : {195U, 196U, 197U}) {
     const std::string split = "/a[" + std::string(blanks, ' ') + "\xC3\xA9\xC3\xA9\xC3\xA9[";
     EXPECT_RAISES(GetNodeText(document, split.c_str()), kGeneral, Truly(IsValidUtf8));
   }

@@ -101,6 +101,16 @@ std::array<int, kCount> Numbers(const std::string& text,
   return numbers;
 }
 
+/// The billionths of a second in a text that has digits behind a "." at 19.
+SQLUINTEGER FractionOf(const std::string& text) {
+  constexpr std::size_t kPoint = 19;
+  constexpr std::size_t kDigits = 9;
+  if (text.size() <= kPoint || text[kPoint] != '.') return 0;
+  std::string digits = text.substr(kPoint + 1, kDigits);
+  digits.resize(kDigits, '0');
+  return static_cast<SQLUINTEGER>(Numbers<1>(digits, {{{0, kDigits}}})[0]);
+}
+
 RenderedCell DateCell(const std::string& text) {
   const auto [year, month, day] = Numbers<3>(text, {{{0, 4}, {5, 2}, {8, 2}}});
   SQL_DATE_STRUCT date{};
@@ -129,6 +139,7 @@ RenderedCell TimeStampCell(const std::string& text) {
   stamp.hour = static_cast<SQLUSMALLINT>(hour);
   stamp.minute = static_cast<SQLUSMALLINT>(minute);
   stamp.second = static_cast<SQLUSMALLINT>(second);
+  stamp.fraction = FractionOf(text);
   return Fixed(stamp);
 }
 

@@ -10,6 +10,7 @@
 
 #include "common/Text.h"
 #include "product_driver/driver/DriverError.h"
+#include "product_driver/driver/InformationSchema.h"
 
 namespace ods::product_driver {
 namespace {
@@ -63,6 +64,7 @@ void Connection::Open(std::string_view connectionString) {
   statements_ = 0;
   lost_ = false;
   database_ = std::make_unique<Database>(settings.Text("Database"), product_->hasOwnTypes);
+  if (product_->hasInformationSchema) AddInformationSchema(*database_);
 }
 
 void Connection::Close() { database_.reset(); }
@@ -107,8 +109,10 @@ void Connection::MeetFailures() {
   }
 }
 
-/// The one thing that a session can set: that a backslash is a character like any other.
+/// What a session can set: that a backslash is a character like any other, and its time zone, on which no value hangs
+/// here.
 bool Connection::RunSet(const std::string& sql) {
+  if (product_->hasInformationSchema && ToUpper(sql).starts_with("SET TIME_ZONE")) return true;
   if (!product_->hasBackslashes || !ToUpper(sql).starts_with("SET SESSION SQL_MODE")) return false;
   if (ToUpper(sql).find("NO_BACKSLASH_ESCAPES") != std::string::npos) backslashes_ = false;
   return true;

@@ -168,6 +168,16 @@ std::vector<Row> Database::ReadAll(const std::string& sql) {
   return rows;
 }
 
+void Database::Run(const char* script) {
+  if (sqlite3_exec(handle_.get(), script, nullptr, nullptr, nullptr) != SQLITE_OK) {
+    RaiseSqlite(handle_.get(), sql_state::kGeneral);
+  }
+}
+
+void Database::AddFunction(const char* name, int values, void (*function)(sqlite3_context*, int, sqlite3_value**)) {
+  sqlite3_create_function(handle_.get(), name, values, SQLITE_UTF8, nullptr, function, nullptr, nullptr);
+}
+
 std::string Database::ExpressionType(const std::string& column) {
   if (IsDecimalLiteral(column)) return "decimal(18,5)";
   const std::string table(kExpressionTypes);

@@ -31,6 +31,10 @@ class Database {
   [[nodiscard]] std::vector<Row> ReadAll(const std::string& sql);
   /// True when some table has a column of type binary(n) of this name.
   [[nodiscard]] bool HasBinaryColumn(std::string_view name);
+  /// Runs statements of the driver's own that give no rows.
+  void Run(const char* script);
+  /// Adds a function of SQL, which is given this many values.
+  void AddFunction(const char* name, int values, void (*function)(sqlite3_context*, int, sqlite3_value**));
   void SetFlowFilters(std::vector<FlowFilter> filters) { flowFilters_ = std::move(filters); }
 
  private:

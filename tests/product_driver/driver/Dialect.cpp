@@ -53,11 +53,36 @@ bool IsTimeStamp(std::string_view text) {
   return text.size() == 19 && text[10] == ' ' && IsDate(text.substr(0, 10)) && IsTime(text.substr(11));
 }
 
+/// The digits behind the "." that a date or time has behind its seconds; `text` is then without both.
+std::string_view TakeFraction(std::string_view& text) {
+  const std::size_t point = text.find('.');
+  if (point == std::string_view::npos || point < 8) return {};
+  const std::string_view digits = text.substr(point + 1);
+  const bool whole = !digits.empty() && digits.find_first_not_of(kDigits) == std::string_view::npos;
+  if (whole) text = text.substr(0, point);
+  return whole ? digits : std::string_view();
+}
+
+/// The pattern of a LIKE in which a backslash escapes, where one takes a character in brackets for itself.
+std::string WithoutBrackets(std::string_view pattern) {
+  std::string text;
+  for (std::size_t i = 0; i < pattern.size(); ++i) {
+    const bool bracketed = pattern[i] == '[' && i + 2 < pattern.size() && pattern[i + 2] == ']';
+    if (bracketed) ++i;
+    if (bracketed || pattern[i] == '\\') text += '\\';
+    text += pattern[i];
+    if (bracketed) ++i;
+  }
+  return text;
+}
+
 struct TimeEscape {
   std::string_view word;
+  bool hasFraction;
   bool (*isValid)(std::string_view text);
 };
-constexpr std::array<TimeEscape, 3> kTimeEscapes = {{{"d", IsDate}, {"t", IsTime}, {"ts", IsTimeStamp}}};
+constexpr std::array<TimeEscape, 3> kTimeEscapes = {
+    {{"d", false, IsDate}, {"t", true, IsTime}, {"ts", true, IsTimeStamp}}};
 
 class Scanner {
  public:
@@ -79,6 +104,8 @@ class Scanner {
   struct Level {
     std::string limit;  ///< the number behind TOP
     bool ordered = false;
+    bool hasTable = false;  ///< the SELECT has a FROM
+    bool unites = false;    ///< it is one of those that a UNION joins
   };
 
   [[nodiscard]] char Peek(std::size_t ahead = 0) const { return at_ + ahead < sql_.size() ? sql_[at_ + ahead] : '\0'; }
@@ -131,6 +158,11 @@ class Scanner {
   Token NextToken(char c) {
     if (IsOneOf(c, product_.openers)) return QuotedName();
     if (c == '\'' || c == '"') return Text();
+    if (c == 'N' && Peek(1) == '\'') {
+      if (!product_.hasNationalTexts) Refuse("N'...' is not understood.");
+      ++at_;
+      return Text();
+    }
     if (c == '{') return Escape();
     if (IsDigit(c)) return Number();
     if (IsWordStart(c)) return Word();
@@ -138,6 +170,7 @@ class Scanner {
     if (c == ')') return Close();
     if (c == '[' || c == '`' || c == '}' || c == ';') Refuse(std::string("Unexpected character ") + c + ".");
     if (IsOneOf(c, kOperators)) {
+      compared_ = last_;
       Emit(TakeAll(kOperators));
       return Token::kOperator;
     }
@@ -170,7 +203,12 @@ class Scanner {
     if (product_.hasSchemas && isInner && level.ordered && level.limit.empty()) {
       Refuse("ORDER BY stands in a derived table without TOP.");
     }
+    RequireTable(level);
     if (!level.limit.empty()) Emit(" LIMIT " + level.limit);
+  }
+
+  void RequireTable(const Level& level) const {
+    if (product_.unionsNeedTables && level.unites && !level.hasTable) Refuse("A SELECT of a UNION has no table.");
   }
 
   /// A name in the product's quotes; `at_` stands on the opening one.
@@ -204,6 +242,10 @@ class Scanner {
       ++at_;
       hasSchema = true;
       name += "." + (IsOneOf(Peek(), product_.openers) ? TakeQuotedName() : std::string(TakeWord()));
+    }
+    if (product_.hasInformationSchema && name == "information_schema" && Peek() == '.') {
+      ++at_;
+      name += "." + std::string(TakeWord());
     }
     if (product_.hasSchemas && !hasSchema) name = "dbo." + name;
     Emit(Enclosed(name, "\""));
@@ -245,8 +287,14 @@ class Scanner {
       }
       Emit("X");
     }
+    if (product_.likeTakesBrackets && last_ == Token::kWord && isBehindLike_) {
+      Emit(Enclosed(WithoutBrackets(text), "'") + " ESCAPE '\\'");
+      return Token::kText;
+    }
     if (product_.padsTexts && last_ == Token::kOperator) text.erase(text.find_last_not_of(' ') + 1);
     Emit(Enclosed(text, "'"));
+    // A column itself is padded, too.
+    if (product_.padsTexts && last_ == Token::kOperator && compared_ == Token::kName) Emit(" COLLATE RTRIM");
     return Token::kText;
   }
 
@@ -271,7 +319,10 @@ class Scanner {
     if (escape == kTimeEscapes.end()) Refuse("The escape {" + word + "} is not understood.");
     const std::string text = TakeJoinedTexts();
     if (!TakeIf("}")) Refuse("The escape {" + word + "} is not closed.");
-    if (!escape->isValid(text)) throw DriverError(sql_state::kBadDate, "There is no date or time '" + text + "'.");
+    std::string_view whole = text;
+    const std::string_view fraction = escape->hasFraction ? TakeFraction(whole) : std::string_view();
+    if (!escape->isValid(whole) || fraction.size() > product_.fractionDigits)
+      throw DriverError(sql_state::kBadDate, "There is no date or time '" + text + "'.");
     Emit(Enclosed(text, "'"));
     return Token::kText;
   }
@@ -332,7 +383,20 @@ class Scanner {
     if (behindSelect && upper == "TOP") return Top();
     if (upper == "LIMIT" && product_.limit != RowLimit::kLimit) Refuse("LIMIT is not understood.");
     if (upper == "CAST" && product_.quotesBinary && TakeCastOfBinary()) return Token::kName;
+    if (upper == "DATABASE" && product_.hasInformationSchema && TakeIf("(") && TakeIf(")")) {
+      Emit("DATABASE()");
+      return Token::kName;
+    }
+    if (upper == "CASE" && !product_.hasCase) Refuse("CASE is not understood.");
+    if (upper == "ESCAPE" && !product_.hasEscape) Refuse("ESCAPE is not understood.");
     if (upper == "ORDER") levels_.back().ordered = true;
+    if (upper == "FROM") levels_.back().hasTable = true;
+    if (upper == "UNION") {
+      levels_.back().unites = true;
+      RequireTable(levels_.back());
+      levels_.back().hasTable = false;
+    }
+    isBehindLike_ = upper == "LIKE";
     Emit(IsFoldingCall(upper) ? "UPPER" : word);
     if (upper == "SELECT") return Token::kSelect;
     if (upper == "FROM" || upper == "JOIN") return Token::kTableWord;
@@ -379,7 +443,9 @@ class Scanner {
   std::vector<Level> levels_;
   std::size_t at_ = 0;
   Token last_ = Token::kNone;
-  std::string name_;  ///< the last quoted name that is no table's
+  Token compared_ = Token::kNone;  ///< what stands before the last operator
+  bool isBehindLike_ = false;      ///< the last word is LIKE
+  std::string name_;               ///< the last quoted name that is no table's
 };
 
 }  // namespace

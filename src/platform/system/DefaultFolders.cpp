@@ -1,11 +1,11 @@
-#include "server/modFolders.h"
+#include "platform/system/DefaultFolders.h"
 
 #include <filesystem>
 #include <system_error>
 
 #include "common/Files.h"
+#include "common/ProductName.h"
 #include "platform/system/System.h"
-#include "server/Product.h"
 
 namespace ods {
 
@@ -19,7 +19,7 @@ bool IsFolder(const std::string& path) {
 /// A folder of the user's own, from the environment, or else at its usual place in the home folder; "" without a home.
 /// By the XDG Base Directory Specification a relative path counts as none.
 std::string UserFolder(const char* variable, const char* usualPlace) {
-  const std::string named = EnvironmentVariable(variable);
+  std::string named = EnvironmentVariable(variable);
   if (IsAbsolutePath(named)) return named;
   const std::string home = HomeFolder();
   return home.empty() ? "" : JoinPath(home, usualPlace);
@@ -33,7 +33,7 @@ std::string FolderOf(std::string_view path) {
 }
 
 DefaultFolders FindDefaultFolders(const std::string& exeFolder) {
-  const DefaultFolders beside = {JoinPath(exeFolder, "Data"), "", JoinPath(exeFolder, "Temp")};
+  DefaultFolders beside = {JoinPath(exeFolder, "Data"), "", JoinPath(exeFolder, "Temp")};
   if (!IsFolder(exeFolder) || IsWritableFolder(exeFolder)) return beside;
   const std::string dataHome = UserFolder("XDG_DATA_HOME", ".local/share");
   const std::string configHome = UserFolder("XDG_CONFIG_HOME", ".config");

@@ -1,4 +1,4 @@
-#include "server/modFolders.h"
+#include "platform/system/DefaultFolders.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>

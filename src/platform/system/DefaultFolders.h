@@ -27,6 +27,9 @@ struct DefaultFolders {
 [[nodiscard]] std::string TempFolder(const DefaultFolders& defaults);
 /// The parent of an instance's two queues: `TempFolder`, the instance, "Queue".
 [[nodiscard]] std::string QueueFolder(const DefaultFolders& defaults, const std::string& instance);
+/// The names of the two queues in that folder.
+inline constexpr const char* kRequestsFolder = "Requests";
+inline constexpr const char* kResultsFolder = "Results";
 /// "Logs" in the data folder.
 [[nodiscard]] std::string LogFolder(const std::string& dataFolder);
 

@@ -1,0 +1,12 @@
+// Files that hold a secret.
+#pragma once
+
+#include <string>
+
+namespace ods {
+
+/// The text of a plain file of at most 64 KiB that only its owner may read or write (mode 0600 or less), and whose
+/// owner is the user of the process or root. Raises error 1000, `what` + " \"path\" " + what is wrong with it.
+[[nodiscard]] std::string ReadPrivateFile(const std::string& path, const std::string& what);
+
+}  // namespace ods
