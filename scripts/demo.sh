@@ -66,7 +66,7 @@ trap stop_demo_server EXIT
 
 say "Starting the server"
 # Should this script be killed outright, the kernel asks the server to end.
-setpriv --pdeathsig TERM -- "$folder/program/odbc-data-server" /hidden /instance=demo "/datafolder=$folder/data" "/configfolder=$folder/config" \
+setpriv --pdeathsig TERM -- "$folder/program/odbc-data-server" /hidden /exact /instance=demo "/datafolder=$folder/data" "/configfolder=$folder/config" \
   "/inqueue=$folder/requests" "/outqueue=$folder/results" "/alivefile=$folder/alive.xml" >"$folder/server.out" 2>&1 &
 server_pid=$!
 wait_until_ready "$server_pid" 20 test -d "$folder/requests/new" -a -d "$folder/results/new" || {
@@ -150,6 +150,18 @@ request "One page back" TableData "$(page "$customer" gotoprev "$customer_fields
 
 sorted='<SortColumn>name</SortColumn><SortDirection>desc</SortDirection>'
 request "Customers sorted by name, downwards" TableData "$(page "$customer" gotofirst "$customer_fields" "$sorted")"
+
+columns='<Sort><Column><Id>city</Id><Direction>desc</Direction></Column>'
+columns+='<Column><Id>credit_limit</Id><Direction>asc</Direction></Column></Sort>'
+request "Customers sorted by two columns that may be null, and how many there are" TableData \
+  "$(page "$customer" gotofirst "$(fields no city credit_limit)" "$columns<Count>1</Count>")"
+request "The last of them: those without a city" TableData \
+  "$(page "$customer" gotolast "$(fields no city credit_limit)" "$columns")"
+request "The page before" TableData "$(page "$customer" gotoprev "$(fields no city credit_limit)" "$columns")"
+
+journal_fields=$(fields entry_no posting_date description amount)
+request "A table without a key: the journal" TableData "$(page '[TABLE]journal' gotofirst "$journal_fields")"
+request "Its next page" TableData "$(page '[TABLE]journal' gotonext "$journal_fields")"
 
 filter="<Filter><Condition><FieldId>city</FieldId><FilterOp>eq</FilterOp><Filter>King's Lynn|Köln</Filter></Condition>"
 filter+='<Condition><FieldId>blocked</FieldId><FilterOp>eq</FilterOp><Filter>1</Filter></Condition></Filter>'

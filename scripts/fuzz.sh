@@ -13,8 +13,8 @@ set -euo pipefail
 seconds=${1:-3600}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || die "the seconds are a number from 1: $seconds"
 shift $(($# ? 1 : 0))
-install_packages "${BUILD_PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"
-build_preset fuzz
+install_packages "${BUILD_PACKAGES[@]}" "${SANITIZER_PACKAGES[@]}"
+build_preset asan fuzzers
 
 names=("$@")
 if ((${#names[@]} == 0)); then
@@ -22,9 +22,10 @@ if ((${#names[@]} == 0)); then
     names+=("$(basename -- "$folder")")
   done
 fi
+programs=$ODS_ROOT/build/asan/bin
 work=$ODS_ROOT/build/fuzz
 for name in "${names[@]}"; do
-  [[ -x $work/bin/fuzz-$name ]] || die "there is no fuzzer $name"
+  [[ -x $programs/fuzz-$name ]] || die "there is no fuzzer $name"
 done
 
 # The process ids of the fuzzers that run, each with its name.
@@ -54,7 +55,7 @@ export UBSAN_OPTIONS=print_stacktrace=1
 start() {
   local name=$1
   mkdir --parents -- "$work/found" "$work/corpus/$name"
-  "$work/bin/fuzz-$name" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=20 -max_len=65536 -print_final_stats=1 \
+  "$programs/fuzz-$name" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=20 -max_len=65536 -print_final_stats=1 \
     -artifact_prefix="$work/found/$name-" "$work/corpus/$name" "$ODS_ROOT/tests/fuzz/corpus/$name" \
     >"$work/$name.log" 2>&1 &
   running[$!]=$name

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Checks the sources: shellcheck over the scripts, clang-format and stale includes over all C++ files, clang-tidy over
-# src/ and client/.
+# src/, client/ and controller/.
 #
 #   --quick   without clang-tidy, which takes minutes
 #
@@ -24,7 +24,7 @@ cd -- "$ODS_ROOT"
 status=0
 
 say "shellcheck"
-find .ci scripts tests -type f \( -name '*.sh' -o -path .ci/run \) -print0 |
+find .ci scripts tests packaging -type f \( -name '*.sh' -o -name '*.bash-completion' -o -path .ci/run \) -print0 |
   xargs --null --no-run-if-empty shellcheck --external-sources || status=1
 
 say "clang-format"
@@ -42,7 +42,7 @@ rules=$(clang-tidy --version && cat .clang-tidy)
 # state_of FILE: a number that changes with the file, the project's headers that it includes, and the rules.
 state_of() {
   # Qt's headers and generated ones may be missing here: they are left out, as those of the system are.
-  g++ -std=c++20 -Isrc -MM -MG "$1" 2>/dev/null | tr ' ' '\n' | grep --extended-regexp '\.(cpp|h)$' |
+  g++ -std=c++20 -Isrc -Icontroller -MM -MG "$1" 2>/dev/null | tr ' ' '\n' | grep --extended-regexp '\.(cpp|h)$' |
     while read -r dependency; do [[ ! -f $dependency ]] || cat -- "$dependency"; done |
     sha256sum - <(printf '%s\n' "$1" "$rules") | sha256sum | cut --characters=1-64
 }
@@ -63,7 +63,7 @@ say "clang-tidy"
 [[ -f build/release/compile_commands.json ]] || cmake --preset release >/dev/null
 mkdir --parents -- "$passed"
 # shellcheck disable=SC2016  # The shell that xargs starts expands it.
-find src client -name '*.cpp' -print0 |
+find src client controller -name '*.cpp' -print0 |
   xargs --null --max-args=1 --max-procs="$(nproc)" bash -c 'tidy "$@"' tidy || status=1
 
 exit "$status"

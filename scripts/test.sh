@@ -36,7 +36,11 @@ while (($#)); do
 done
 
 packages=("${BUILD_PACKAGES[@]}" "${UI_PACKAGES[@]}" "${SQLITE_PACKAGES[@]}" "${TEST_PACKAGES[@]}" "${DESKTOP_PACKAGES[@]}" "${LINT_PACKAGES[@]}")
-((fuzz == 0)) || packages+=("${FUZZ_PACKAGES[@]}")
+# What is built with the sanitizers: the test programs, the fuzzers, both or nothing.
+sanitized=()
+((asan == 0)) || sanitized+=(all)
+((fuzz == 0)) || sanitized+=(fuzzers)
+((${#sanitized[@]} == 0)) || packages+=("${SANITIZER_PACKAGES[@]}")
 install_packages "${packages[@]}"
 
 folder=$(mktemp --directory -- "${TMPDIR:-/tmp}/ods-test.XXXXXX")
@@ -109,14 +113,13 @@ ODS_TEST_SQLITE_SAMPLE=$folder/sample.db
 export ODS_TEST_POSTGRESQL ODS_TEST_MARIADB ODS_TEST_POSTGRESQL_SCRATCH ODS_TEST_MARIADB_SCRATCH ODS_TEST_SQLITE_SAMPLE
 
 presets=(release)
-((asan == 0)) || build_meanwhile asan
+((${#sanitized[@]} == 0)) || build_meanwhile asan "${sanitized[@]}"
 step "Tests of the release preset" run_ctest release
 step "Quick checks of the sources" "$ODS_ROOT/scripts/lint.sh" --quick
-if ((asan)); then
+if ((${#sanitized[@]})); then
   say "Waiting for the build of the asan preset"
   await_build asan
 fi
-((fuzz == 0)) || build_meanwhile fuzz
 if ((asan)); then
   # Single tests only where some are asked for: a process a test takes longest with the sanitizers. The longest walks
   # through tables are thinned out here too.
@@ -126,7 +129,6 @@ if ((asan)); then
   ODS_TEST_QUICK=1 step "Tests of the asan preset" run_ctest "$preset"
 fi
 if ((fuzz)); then
-  await_build fuzz
   # Long enough to see that each works and that no old finding is back.
   step "Fuzzers" "$ODS_ROOT/scripts/fuzz.sh" 5
 fi
