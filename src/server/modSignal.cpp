@@ -15,7 +15,7 @@ constexpr int kHeartbeatSeconds = 5;
 /// A driver's text may hold what XML cannot: the report goes out all the same.
 std::string AsXmlText(const std::string& text) {
   if (IsXmlText(text)) return text;
-  return XmlDocument("<XML>" + EscapeXml(text) + "</XML>").DocumentElement().Text();
+  return GetNodeText(XmlDocument("<XML>" + EscapeXml(text) + "</XML>"), "/XML");
 }
 
 /// True when the last write is more than 5 seconds ago, or the day has changed since: `last` and `now` are seconds

@@ -25,7 +25,8 @@ UserManagement FindUserManagement(const XmlDocument& request, const DataSession&
   if (mode != "DATASERVER" && mode != "DETECT") return {};
   const std::string list = GetNavisionUsersAndRoles(session);
   if (list.empty()) return {};
-  return {.active = true, .users = XmlDocument(list).SelectNodes("/XML/Users/User").size()};
+  const XmlDocument document(list);
+  return {.active = true, .users = document.SelectNodes("/XML/Users/User").size()};
 }
 
 std::string FilterOperators(const Dialect& dialect) {

@@ -143,9 +143,9 @@ TEST_P(ExactProducts, ARowIsFoundByEachOfItsValues) {
 TEST_P(ExactProducts, AWildcardInAValueIsACharacter) {
   const auto names = [&](const std::string& operation, const std::string& text) {
     const std::string condition = Element("FieldId", "Name") + Element("FilterOp", operation) + Element("Value", text);
+    const XmlDocument page = Page({"Name"}, "<Filter><Condition>" + condition + "</Condition></Filter>");
     Texts found;
-    for (const XmlNode& value : Page({"Name"}, "<Filter><Condition>" + condition + "</Condition></Filter>")
-                                    .SelectNodes("/XML/Records/R/V[@Id='Name']")) {
+    for (const XmlNode& value : page.SelectNodes("/XML/Records/R/V[@Id='Name']")) {
       found.emplace_back(Trim(value.Text()));
     }
     return found;

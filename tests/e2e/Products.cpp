@@ -398,7 +398,10 @@ class ProductFailures : public ::testing::Test {
     EXPECT_EQ(GetNodeText(client_->AskDocument(kPing), "/XML/Ping"), "OK");
     EXPECT_EQ(server_->Stop(), 0);
   }
-  void ExpectPage() { EXPECT_EQ(client_->AskDocument(FirstPage()).SelectNodes("/XML/Records/R").size(), 4U); }
+  void ExpectPage() {
+    const XmlDocument page = client_->AskDocument(FirstPage());
+    EXPECT_EQ(page.SelectNodes("/XML/Records/R").size(), 4U);
+  }
 
   std::unique_ptr<StandIn> standIn_;
   std::unique_ptr<ServerProcess> server_;

@@ -17,13 +17,16 @@
 namespace ods::test {
 namespace {
 
+// The program ends with the test's thread that starts it, also when that crashes: what is left over would hold the test's
+// output open, and whoever waits for its end would wait for ever.
 pid_t Spawn(const std::vector<std::string>& arguments) {
   std::vector<char*> pointers;
+  for (const char* argument : {"setpriv", "--pdeathsig", "KILL", "--"}) pointers.push_back(const_cast<char*>(argument));
   for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
   pointers.push_back(nullptr);
   pid_t pid = -1;
   if (posix_spawnp(&pid, pointers.front(), nullptr, nullptr, pointers.data(), environ) != 0) {
-    throw std::runtime_error("cannot start " + arguments.front());
+    throw std::runtime_error("cannot start setpriv for " + arguments.front());
   }
   return pid;
 }

@@ -184,7 +184,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FillErrorDocument(response, error.Number(), error.Description());
   }
   StampResponse(response, "session");
-  Require(ods::XmlDocument(response.Xml()).SelectSingleNode("/XML/DataSession").Text() == "session",
+  Require(ods::GetNodeText(ods::XmlDocument(response.Xml()), "/XML/DataSession") == "session",
           "every response is a document with its session", response.Xml());
   CheckStatements(product.Statements(), session);
   return 0;

@@ -144,7 +144,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
   fake.connection->statements.clear();
   const std::string list = Answer(&ods::ProcessUsersAndRoles, request, fake.session);
-  const std::size_t users = ods::XmlDocument(list).SelectNodes("/XML/Users/User").size();
+  const ods::XmlDocument listed(list);
+  const std::size_t users = listed.SelectNodes("/XML/Users/User").size();
   CheckStatements(fake.connection->statements);
 
   fake.connection->statements.clear();

@@ -884,7 +884,8 @@ TEST_F(LoopTest, WithReconnectALostConnectionIsOpenedAnewAndTheRequestIsRunAgain
   for (const char* id : {"m1", "m2"}) Request(id, "Read");
   Run();
   EXPECT_EQ(AnswerText(0, "/XML/One"), "1");
-  EXPECT_FALSE(Answer(0).SelectSingleNode("/XML/Begun")) << "the answer was begun anew";
+  const XmlDocument first = Answer(0);
+  EXPECT_FALSE(first.SelectSingleNode("/XML/Begun")) << "the answer was begun anew";
   EXPECT_EQ(AnswerText(1, "/XML/One"), "1");
   EXPECT_EQ(database_.opened.size(), 2U);
   EXPECT_EQ(ui_.CountOf("The connection to the database is lost."), 1);

@@ -108,8 +108,10 @@ TEST_F(UsersFile, AMissingOrBrokenOneKnowsNobody) {
 }
 
 TEST_F(UsersFile, LoadsFromTheProgramsFolder) {
-  EXPECT_EQ(LoadUsersFile(fake_.folder.Path()).SelectNodes("/UserData/Groups/Group").size(), 5U);
-  EXPECT_FALSE(LoadUsersFile(fake_.folder.Path() + "/nowhere").DocumentElement());
+  const XmlDocument users = LoadUsersFile(fake_.folder.Path());
+  EXPECT_EQ(users.SelectNodes("/UserData/Groups/Group").size(), 5U);
+  const XmlDocument none = LoadUsersFile(fake_.folder.Path() + "/nowhere");
+  EXPECT_FALSE(none.DocumentElement());
 }
 
 TEST_F(UsersFile, SpeaksForEveryDatabaseButNavisionAndRunsNoStatement) {

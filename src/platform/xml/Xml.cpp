@@ -234,9 +234,9 @@ std::string XmlDocument::Xml() const {
   return writer.Take();
 }
 
-XmlNode XmlDocument::DocumentElement() const { return XmlNode(document_->document_element()); }
+XmlNode XmlDocument::DocumentElement() const& { return XmlNode(document_->document_element()); }
 
-XmlNode XmlDocument::Node() const { return XmlNode(document_->root()); }
+XmlNode XmlDocument::Node() const& { return XmlNode(document_->root()); }
 
 // ---- helpers ----
 

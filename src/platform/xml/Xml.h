@@ -76,11 +76,16 @@ class XmlDocument {
   /// The document as text: no declaration, no indentation, a carriage return as a character reference.
   [[nodiscard]] std::string Xml() const;
 
-  [[nodiscard]] XmlNode DocumentElement() const;
+  /// Nodes end with their document: so they are not had from one that ends with the expression.
+  [[nodiscard]] XmlNode DocumentElement() const&;
+  XmlNode DocumentElement() const&& = delete;
   /// The document itself as context of a selection.
-  [[nodiscard]] XmlNode Node() const;
-  [[nodiscard]] XmlNode SelectSingleNode(const char* xpath) const { return Node().SelectSingleNode(xpath); }
-  [[nodiscard]] std::vector<XmlNode> SelectNodes(const char* xpath) const { return Node().SelectNodes(xpath); }
+  [[nodiscard]] XmlNode Node() const&;
+  XmlNode Node() const&& = delete;
+  [[nodiscard]] XmlNode SelectSingleNode(const char* xpath) const& { return Node().SelectSingleNode(xpath); }
+  XmlNode SelectSingleNode(const char* xpath) const&& = delete;
+  [[nodiscard]] std::vector<XmlNode> SelectNodes(const char* xpath) const& { return Node().SelectNodes(xpath); }
+  std::vector<XmlNode> SelectNodes(const char* xpath) const&& = delete;
 
  private:
   std::unique_ptr<pugi::xml_document> document_;
