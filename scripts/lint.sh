@@ -4,7 +4,7 @@
 #
 #   --quick   without clang-tidy, which takes minutes
 #
-# clang-tidy needs the compile commands of the release preset and configures it when they are not there. A file that it
+# clang-tidy needs the compile commands of the debug preset and configures it when they are not there. A file that it
 # passed is not looked at again before the file, a header of the project that it includes, or the rules change: what
 # passed is remembered in build/lint.
 set -euo pipefail
@@ -53,14 +53,14 @@ tidy() {
   local state
   state=$(state_of "$1")
   [[ ! -f $passed/$state ]] || return 0
-  clang-tidy --quiet -p build/release --extra-arg=-Wno-unknown-warning-option "$1" 2>/dev/null || return 1
+  clang-tidy --quiet -p build/debug --extra-arg=-Wno-unknown-warning-option "$1" 2>/dev/null || return 1
   printf '%s\n' "$1" >"$passed/$state"
 }
 export -f state_of tidy
 export passed rules
 
 say "clang-tidy"
-[[ -f build/release/compile_commands.json ]] || cmake --preset release >/dev/null
+[[ -f build/debug/compile_commands.json ]] || cmake --preset debug >/dev/null
 mkdir --parents -- "$passed"
 # shellcheck disable=SC2016  # The shell that xargs starts expands it.
 find src client controller -name '*.cpp' -print0 |

@@ -16,8 +16,6 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
 
-char Lower(char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter; }
-
 bool IsWordLetter(char letter) {
   const auto code = static_cast<unsigned char>(letter);
   return (Lower(letter) >= 'a' && Lower(letter) <= 'z') || (letter >= '0' && letter <= '9') || letter == '_' ||

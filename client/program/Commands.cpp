@@ -348,12 +348,12 @@ int Export(const Call& call) {
   return exit_status::kAnswered;
 }
 
-struct CommandRow {
+struct Runner {
   Command command;
   int (*run)(const Call& call);
 };
 
-constexpr auto kCommands = std::to_array<CommandRow>({
+constexpr auto kCommands = std::to_array<Runner>({
     {Command::kPing, &Ping},
     {Command::kInitialize, &Initialize},
     {Command::kTables, &Tables},
@@ -372,7 +372,7 @@ constexpr auto kCommands = std::to_array<CommandRow>({
 int RunCommand(const Options& options, Streams streams) {
   const Call call{options, streams};
   try {
-    return std::ranges::find(kCommands, options.command, &CommandRow::command)->run(call);
+    return std::ranges::find(kCommands, options.command, &Runner::command)->run(call);
   } catch (const ErrorAnswer& error) {
     TellError(call, error);
     return exit_status::kErrorAnswer;

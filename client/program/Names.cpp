@@ -10,8 +10,6 @@ namespace odbc_data {
 
 namespace {
 
-char Lower(char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter; }
-
 bool EqualWithoutCase(std::string_view one, std::string_view other) {
   return std::ranges::equal(one, other, {}, Lower, Lower);
 }
@@ -62,6 +60,8 @@ std::string Find(const std::vector<Named>& all, const std::string& name, const s
 }
 
 }  // namespace
+
+char Lower(char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter; }
 
 std::size_t EditDistance(std::string_view one, std::string_view other) {
   // Three rows of the table of distances between all beginnings of the texts.

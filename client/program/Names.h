@@ -10,6 +10,9 @@
 
 namespace odbc_data {
 
+/// The small letter of a capital one of ASCII; any other character as it is.
+[[nodiscard]] char Lower(char letter);
+
 /// How many letters must be put in, left out, exchanged for others or swapped with their neighbours to make one text of
 /// the other; ASCII letters count without case.
 [[nodiscard]] std::size_t EditDistance(std::string_view one, std::string_view other);

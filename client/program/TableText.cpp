@@ -10,8 +10,8 @@ namespace odbc_data {
 
 namespace {
 
-constexpr std::size_t kGap = 2;
-constexpr std::size_t kNarrowest = 10;
+constexpr std::size_t kColumnGap = 2;
+constexpr std::size_t kNarrowestColumn = 10;
 constexpr std::string_view kRule = "\xE2\x94\x80";
 constexpr std::string_view kBold = "\x1B[1m";
 constexpr std::string_view kFaint = "\x1B[2m";
@@ -19,7 +19,7 @@ constexpr std::string_view kPlain = "\x1B[0m";
 
 std::size_t Total(const std::vector<std::size_t>& widths) {
   if (widths.empty()) return 0;
-  return std::accumulate(widths.begin(), widths.end(), kGap * (widths.size() - 1));
+  return std::accumulate(widths.begin(), widths.end(), kColumnGap * (widths.size() - 1));
 }
 
 std::vector<std::size_t> Capped(const std::vector<SheetColumn>& columns, std::vector<std::size_t> widths,
@@ -42,7 +42,7 @@ void FillUp(std::vector<std::size_t>& widths, const std::vector<std::size_t>& na
 
 void AppendLine(std::string& text, const std::vector<std::string>& parts) {
   std::string line;
-  for (const std::string& part : parts) line += (line.empty() ? "" : std::string(kGap, ' ')) + part;
+  for (const std::string& part : parts) line += (line.empty() ? "" : std::string(kColumnGap, ' ')) + part;
   const std::size_t last = line.find_last_not_of(' ');
   text.append(line, 0, last == std::string::npos ? 0 : last + 1);
   text += '\n';
@@ -62,11 +62,11 @@ TableLayout LayOut(const std::vector<SheetColumn>& columns, std::vector<std::siz
     layout.widths = std::move(natural);
     return layout;
   }
-  while (natural.size() > 1 && Total(Capped(columns, natural, kNarrowest)) > width) {
+  while (natural.size() > 1 && Total(Capped(columns, natural, kNarrowestColumn)) > width) {
     natural.pop_back();
     ++layout.hidden;
   }
-  std::size_t low = kNarrowest;
+  std::size_t low = kNarrowestColumn;
   std::size_t high = width;
   while (low < high) {
     const std::size_t middle = (low + high + 1) / 2;

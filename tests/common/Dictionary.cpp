@@ -20,7 +20,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
-Value Long(std::int32_t number) { return number; }
+Value LongValue(std::int32_t number) { return number; }
 Value AsValue(std::shared_ptr<Object> object) { return Value(std::move(object)); }
 
 // ---- the container ----
@@ -115,7 +115,7 @@ TEST(DictionaryTest, BehavesLikeAListOfPairsUnderAnyMixOfOperations) {
     const std::string key = std::to_string(random() % 40);
     const auto found = std::find_if(model.begin(), model.end(), [&](const auto& entry) { return entry.first == key; });
     if (random() % 2 == 0) {
-      const Value item = Long(i);
+      const Value item = LongValue(i);
       dictionary.Set(key, item);
       if (found == model.end()) {
         model.emplace_back(key, item);
@@ -173,7 +173,7 @@ TEST(ComponentsTest, AComponentOfAnotherClassIsATypeMismatch) {
 void FillWithEveryScalar(Dictionary& dictionary) {
   dictionary.Set("empty", Value());
   dictionary.Set("Null", Null{});
-  dictionary.Set("long", Long(std::numeric_limits<std::int32_t>::min()));
+  dictionary.Set("long", LongValue(std::numeric_limits<std::int32_t>::min()));
   dictionary.Set("longlong", std::numeric_limits<std::int64_t>::max());
   dictionary.Set("double", -0.0);
   dictionary.Set("tiny", 5e-324);
@@ -232,7 +232,7 @@ TEST(MarshallingTest, ADoubleKeepsEveryBit) {
 
 TEST(MarshallingTest, TheLayoutIsFixed) {
   Dictionary dictionary;
-  dictionary.Set("No", Long(258));
+  dictionary.Set("No", LongValue(258));
   EXPECT_EQ(BytesToHex(dictionary.marshalldictionary()), "0101000000020000004E6F0202010000");
   EXPECT_EQ(BytesToHex(Dictionary().marshalldictionary()), "0100000000");
 }
@@ -412,13 +412,13 @@ TEST(SortDictionaryTest, SortsByItemWithTheEmptyPath) {
 }
 
 TEST(SortDictionaryTest, ComparesNumbersAsNumbersAndTextsByByte) {
-  EXPECT_THAT(SortedItems({Long(10), 9.5, Long(-1), Decimal{"9.25"}, std::int64_t{8}}),
-              ElementsAre(Long(-1), Value(std::int64_t{8}), Value(Decimal{"9.25"}), Value(9.5), Long(10)));
+  EXPECT_THAT(SortedItems({LongValue(10), 9.5, LongValue(-1), Decimal{"9.25"}, std::int64_t{8}}),
+              ElementsAre(LongValue(-1), Value(std::int64_t{8}), Value(Decimal{"9.25"}), Value(9.5), LongValue(10)));
   EXPECT_THAT(SortedItems({"9", "10", "\xC3\xA9", "z"}),
               ElementsAre(Value("10"), Value("9"), Value("z"), Value("\xC3\xA9")));
   EXPECT_THAT(SortedItems({std::int64_t{9007199254740993}, std::int64_t{9007199254740992}}),
               ElementsAre(Value(std::int64_t{9007199254740992}), Value(std::int64_t{9007199254740993})));
-  EXPECT_THAT(SortedItems({"a", Long(1), Null{}}), ElementsAre(Value(Null{}), Long(1), Value("a")));
+  EXPECT_THAT(SortedItems({"a", LongValue(1), Null{}}), ElementsAre(Value(Null{}), LongValue(1), Value("a")));
   EXPECT_THAT(SortedItems({Date{5}, Date{-5}}), ElementsAre(Value(Date{-5}), Value(Date{5})));
 }
 
@@ -426,7 +426,7 @@ TEST(SortDictionaryTest, SortsByAValueInsideTheItems) {
   Dictionary dictionary;
   for (const auto& [key, position] : {std::pair("x", 2), std::pair("y", 1), std::pair("z", 3)}) {
     const auto inner = std::make_shared<Dictionary>();
-    inner->Set("Position", Long(position));
+    inner->Set("Position", LongValue(position));
     const auto outer = std::make_shared<Dictionary>();
     outer->Set("Sort", AsValue(inner));
     dictionary.Set(key, AsValue(outer));
@@ -474,7 +474,7 @@ void ExpectManySortQuickly(const std::vector<Value>& items) {
 }
 
 TEST(SortDictionaryTest, ManyEntriesSortQuicklyInWhateverOrderTheyCome) {
-  ExpectManySortQuickly(std::vector<Value>(100000, Long(7)));
+  ExpectManySortQuickly(std::vector<Value>(100000, LongValue(7)));
   constexpr std::int32_t kSome = 20000;
   std::vector<Value> ascending;
   ascending.reserve(kSome);
@@ -493,7 +493,7 @@ TEST(GetValueByPathTest, FollowsTheKeys) {
   const auto outer = std::make_shared<ForeignDictionary>("Dictionary");
   outer->Set("inner", AsValue(inner));
   const Value value = AsValue(outer);
-  EXPECT_EQ(GetValueByPath(value, {"inner", Long(5)}), Value("five"));
+  EXPECT_EQ(GetValueByPath(value, {"inner", LongValue(5)}), Value("five"));
   EXPECT_EQ(GetValueByPath(value, {"inner"}), AsValue(inner));
   EXPECT_EQ(GetValueByPath(value, {}), value);
   EXPECT_EQ(GetValueByPath("text", {}), Value("text"));

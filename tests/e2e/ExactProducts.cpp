@@ -8,13 +8,12 @@
 
 #include "common/Files.h"
 #include "common/Text.h"
+#include "e2e/ExactPages.h"
 #include "e2e/ServerProcess.h"
 #include "e2e/StandIn.h"
 
 namespace ods::test {
 namespace {
-
-using Texts = std::vector<std::string>;
 
 struct ExactProductCase {
   std::string folder;    ///< under products/, where its data is
@@ -27,24 +26,6 @@ struct ExactProductCase {
 
 std::string Element(const std::string& name, const std::string& text) {
   return "<" + name + ">" + EscapeXml(text) + "</" + name + ">";
-}
-
-/// The values of a page's rows, each row's joined by ",".
-Texts RowsOf(const XmlDocument& page) {
-  Texts rows;
-  for (const XmlNode& record : page.SelectNodes("/XML/Records/R")) {
-    Texts values;
-    for (const XmlNode& value : record.SelectNodes("V")) {
-      values.push_back(value.Raw().child("Null") ? "null" : value.Text());
-    }
-    rows.push_back(Join(values, ","));
-  }
-  return rows;
-}
-
-std::string From(const XmlDocument& page, const std::string& navigate) {
-  return Element("Navigate", navigate) + Element("FirstPos", GetNodeText(page, "/XML/FirstPosition")) +
-         Element("LastPos", GetNodeText(page, "/XML/LastPosition"));
 }
 
 class ExactProducts : public ::testing::TestWithParam<ExactProductCase> {

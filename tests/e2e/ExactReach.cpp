@@ -8,33 +8,13 @@
 #include <vector>
 
 #include "common/Text.h"
+#include "e2e/ExactPages.h"
 #include "e2e/ServerProcess.h"
 #include "platform/ado/Ado.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods::test {
 namespace {
-
-using Texts = std::vector<std::string>;
-
-/// The elements of a walk's next page.
-std::string From(const XmlDocument& page, const std::string& navigate) {
-  return "<Navigate>" + navigate + "</Navigate><FirstPos>" + GetNodeText(page, "/XML/FirstPosition") +
-         "</FirstPos><LastPos>" + GetNodeText(page, "/XML/LastPosition") + "</LastPos>";
-}
-
-/// The values of a page's rows, each row's joined by ",".
-Texts RowsOf(const XmlDocument& page) {
-  Texts rows;
-  for (const XmlNode& record : page.SelectNodes("/XML/Records/R")) {
-    Texts values;
-    for (const XmlNode& value : record.SelectNodes("V")) {
-      values.push_back(value.Raw().child("Null") ? "null" : value.Text());
-    }
-    rows.push_back(Join(values, ","));
-  }
-  return rows;
-}
 
 /// A server with exact paging on a database that the test fills.
 class ExactReach : public ::testing::Test {

@@ -8,9 +8,9 @@ namespace ods::test {
 namespace {
 
 /// A session of a product with schemas.
-class Names : public ::testing::Test {
+class ExactNames : public ::testing::Test {
  protected:
-  Names() { fake_.session.namesWithSchema = true; }
+  ExactNames() { fake_.session.namesWithSchema = true; }
   void ExpectBack(const std::string& schema, const std::string& name, const std::string& identifier) {
     EXPECT_EQ(ExactIdentifier(fake_.session, "TABLE", {schema, name}), identifier);
     const TableName back = SplitExactName(fake_.session, identifier);
@@ -20,7 +20,7 @@ class Names : public ::testing::Test {
   FakeSession fake_{DatabaseKind::DbUnknown};
 };
 
-TEST_F(Names, ComeBackFromTheirIdentifiers) {
+TEST_F(ExactNames, ComeBackFromTheirIdentifiers) {
   ExpectBack("sales", "order", "[TABLE]\"sales\".\"order\"");
   ExpectBack("a.b", "c\"d", "[TABLE]\"a.b\".\"c\"\"d\"");
   ExpectBack("\"", ".", "[TABLE]\"\"\"\".\".\"");
@@ -29,19 +29,19 @@ TEST_F(Names, ComeBackFromTheirIdentifiers) {
   ExpectBack("", "sales.order", "[TABLE]sales.order");
 }
 
-TEST_F(Names, WithoutASchemaThatLookLikePartsInQuotesAreQuoted) {
+TEST_F(ExactNames, WithoutASchemaThatLookLikePartsInQuotesAreQuoted) {
   ExpectBack("", "\"a\".\"b\"", "[TABLE]\"\"\"a\"\".\"\"b\"\"\"");
   ExpectBack("", "\"a\"", "[TABLE]\"\"\"a\"\"\"");
   ExpectBack("", "\"a", "[TABLE]\"a");
 }
 
-TEST_F(Names, AreOnePartWhereTheProductHasNoSchemas) {
+TEST_F(ExactNames, AreOnePartWhereTheProductHasNoSchemas) {
   fake_.session.namesWithSchema = false;
   ExpectBack("", "\"a\".\"b\"", "[TABLE]\"a\".\"b\"");
   ExpectBack("", "order", "[TABLE]order");
 }
 
-TEST_F(Names, InBracketsStayWhatTheyAre) {
+TEST_F(ExactNames, InBracketsStayWhatTheyAre) {
   FakeSession server(DatabaseKind::DbSqlServer);
   const std::string identifier = ExactIdentifier(server.session, "VIEW", {"d]o", "Or]ders"});
   EXPECT_EQ(identifier, "[VIEW][d]]o].[Or]]ders]");

@@ -137,23 +137,23 @@ class Asking {
     const std::size_t column = choice.column % (table_.Columns().size() - table_.NumberColumns());
     const ColumnType& type = *Column(column).type;
     Operation operation = kOperations[choice.operation % kOperations.size()];
-    using Values = Operation::Values;
+    using Given = Operation::Values;
     std::vector<std::size_t> rows;
-    if (operation.values != Values::kNone && operation.values != Values::kFragment && table_.MeantRows() > 0) {
+    if (operation.values != Given::kNone && operation.values != Given::kFragment && table_.MeantRows() > 0) {
       rows.push_back(choice.row % table_.MeantRows());
-      if (operation.values != Values::kOne) rows.push_back(choice.otherRow % table_.MeantRows());
+      if (operation.values != Given::kOne) rows.push_back(choice.otherRow % table_.MeantRows());
     }
     std::erase_if(rows, [&](std::size_t row) { return !AskableText(row, column); });
-    const bool lacksValue = operation.values == Values::kTwo ? rows.size() < 2 : rows.empty();
-    const bool possible = operation.values == Values::kFragment
+    const bool lacksValue = operation.values == Given::kTwo ? rows.size() < 2 : rows.empty();
+    const bool possible = operation.values == Given::kFragment
                               ? type.searched
                               : type.filtered && type.ordered && (type.ranged || !operation.ranged) && !lacksValue;
-    if (operation.values != Values::kNone && !possible) operation = kOperations[0];
+    if (operation.values != Given::kNone && !possible) operation = kOperations[0];
 
     std::string xml = "<Condition><FieldId>" + Escaped(Column(column).name) + "</FieldId><FilterOp>" +
                       std::string(operation.keyword) + "</FilterOp>";
     const std::string name = table_.Quoted(column);
-    if (operation.values == Values::kFragment) {
+    if (operation.values == Given::kFragment) {
       const std::string& fragment = kFragments[choice.fragment % kFragments.size()];
       AddCondition(name + " LIKE " + SqlText(ReplaceAll(std::string(operation.sql), "{1}", LikeText(fragment))) +
                    " ESCAPE '!'");
@@ -165,15 +165,15 @@ class Asking {
       const std::string values = ReplaceAll(ReplaceAll(std::string(operation.sql), "{1}", first), "{2}", second);
       return ReplaceAll(values, "{c}", name);
     };
-    if (operation.values == Values::kNone) {
+    if (operation.values == Given::kNone) {
       sql = ReplaceAll(std::string(operation.sql), "{c}", table_.NullSql(column));
-    } else if (operation.values == Values::kTwo) {
+    } else if (operation.values == Given::kTwo) {
       sql = filled(table_.MeantValue(rows[0], column), table_.MeantValue(rows[1], column));
     } else {
       for (const std::size_t row : rows)
         sql += (sql.empty() ? "" : " OR ") + filled(table_.MeantValue(row, column), "");
     }
-    if (operation.values != Values::kNone) {
+    if (operation.values != Given::kNone) {
       for (const std::size_t row : rows) xml += "<Value>" + Escaped(*AskableText(row, column)) + "</Value>";
     }
     AddCondition(sql);

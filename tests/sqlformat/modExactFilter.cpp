@@ -5,12 +5,11 @@
 #include "doubles/FakeSession.h"
 #include "exact/ExactProduct.h"
 #include "exact/ExactSession.h"
+#include "sqlformat/FilterTexts.h"
 #include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
-
-const std::string kTable = "[TABLE]Customer";
 
 struct Shape {
   const char* name;
@@ -71,7 +70,7 @@ class ExactFilter : public ::testing::Test {
     fake_ = std::make_unique<FakeSession>(kind);
     fake_->session.exact = std::make_shared<ExactSession>();
     fake_->session.exact->product = &ExactProductOf(product);
-    ExactTable& table = fake_->session.exact->tables[kTable];
+    ExactTable& table = fake_->session.exact->tables[kFilteredTable];
     for (const Shape& shape : columns) {
       ExactColumn column;
       column.name = shape.name;
@@ -89,7 +88,7 @@ class ExactFilter : public ::testing::Test {
     }
   }
   [[nodiscard]] ExactColumn& Column(const std::string& name) {
-    for (ExactColumn& column : fake_->session.exact->tables[kTable].columns) {
+    for (ExactColumn& column : fake_->session.exact->tables[kFilteredTable].columns) {
       if (column.name == name) return column;
     }
     throw std::logic_error(name);
@@ -98,7 +97,7 @@ class ExactFilter : public ::testing::Test {
   [[nodiscard]] std::string Where(const std::string& conditions) {
     const XmlDocument request("<XML><Filter>" + conditions + "</Filter></XML>");
     std::string step;
-    return BuildExactFilter(fake_->session, kTable, request.DocumentElement(), step);
+    return BuildExactFilter(fake_->session, kFilteredTable, request.DocumentElement(), step);
   }
   [[nodiscard]] static std::string Element(const std::string& field, const std::string& op, const std::string& more) {
     return "<Condition><FieldId>" + field + "</FieldId><FilterOp>" + op + "</FilterOp>" + more + "</Condition>";
@@ -116,7 +115,7 @@ class ExactFilter : public ::testing::Test {
   }
   [[nodiscard]] std::string Search(const std::string& fields, const std::string& text) {
     const XmlDocument request("<XML><SearchFields>" + fields + "</SearchFields></XML>");
-    return BuildExactSearch(fake_->session, kTable, request.DocumentElement(), text);
+    return BuildExactSearch(fake_->session, kFilteredTable, request.DocumentElement(), text);
   }
   /// "no value" when the text is refused with the error that says so.
   [[nodiscard]] std::string Refused(const std::string& field, const std::string& value, const std::string& type) {
@@ -406,15 +405,6 @@ TEST_F(ExactFilter, SearchesInTheFoldedTextsOfAllColumns) {
   EXPECT_RAISES(Search("<Field><Id>Missing</Id><SearchString>{0}</SearchString></Field>", "x"), 1000, ::testing::_);
   Use(kPlainColumns, "", DatabaseKind::DbUnnamed);
   EXPECT_EQ(Search("<Field><Id>Name</Id><SearchString>{0}</SearchString></Field>", "a"), R"((("Name" LIKE 'a')))");
-}
-
-constexpr const char* kTooLong =
-    "The request makes a statement of more than 16777216 bytes. Ask with shorter or fewer conditions.";
-
-std::string Repeat(const std::string& piece, std::size_t times) {
-  std::string text;
-  while (times-- > 0) text += piece;
-  return text;
 }
 
 TEST_F(ExactFilter, IsBounded) {

@@ -3,12 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "doubles/FakeSession.h"
+#include "sqlformat/FilterTexts.h"
 #include "support/RaisedErrors.h"
 
 namespace ods::test {
 namespace {
-
-const std::string kTable = "[TABLE]Customer";
 
 class Filter : public ::testing::Test {
  protected:
@@ -16,25 +15,25 @@ class Filter : public ::testing::Test {
 
   void Use(DatabaseKind kind) {
     fake_ = std::make_unique<FakeSession>(kind);
-    fake_->Describe(kTable, {{"Name", ado_type::kVarWChar, 50, 0},
-                             {"Id", ado_type::kInteger, 4, 0},
-                             {"Weight", ado_type::kDouble, 8, 0},
-                             {"Blocked", ado_type::kBoolean, 1, 0},
-                             {"Born", ado_type::kDBDate, 6, 0},
-                             {"Changed", ado_type::kDBTimeStamp, 16, 0},
-                             {"Lunch", ado_type::kDBTime, 6, 0},
-                             {"Code", ado_type::kVarBinary, 8, 0},
-                             {"Location Filter", ado_type::kInteger, 4, 0},
-                             {"Date Filter", ado_type::kVarWChar, 20, 0},
-                             {"Odd", ado_type::kEmpty, 0, 0}});
+    fake_->Describe(kFilteredTable, {{"Name", ado_type::kVarWChar, 50, 0},
+                                     {"Id", ado_type::kInteger, 4, 0},
+                                     {"Weight", ado_type::kDouble, 8, 0},
+                                     {"Blocked", ado_type::kBoolean, 1, 0},
+                                     {"Born", ado_type::kDBDate, 6, 0},
+                                     {"Changed", ado_type::kDBTimeStamp, 16, 0},
+                                     {"Lunch", ado_type::kDBTime, 6, 0},
+                                     {"Code", ado_type::kVarBinary, 8, 0},
+                                     {"Location Filter", ado_type::kInteger, 4, 0},
+                                     {"Date Filter", ado_type::kVarWChar, 20, 0},
+                                     {"Odd", ado_type::kEmpty, 0, 0}});
   }
   [[nodiscard]] std::string Normalised(const std::string& field, const Value& value) {
-    return SafeFilter(fake_->session, kTable, field, value);
+    return SafeFilter(fake_->session, kFilteredTable, field, value);
   }
   [[nodiscard]] std::string Where(const std::string& conditions) {
     const XmlDocument request("<XML><Filter>" + conditions + "</Filter></XML>");
     std::string step;
-    return BuildFilter(fake_->session, kTable, request.DocumentElement(), step);
+    return BuildFilter(fake_->session, kFilteredTable, request.DocumentElement(), step);
   }
   [[nodiscard]] std::string Condition(const std::string& field, const std::string& op, const std::string& value) {
     return Where("<Condition><FieldId>" + field + "</FieldId><FilterOp>" + op + "</FilterOp><Filter>" + value +
@@ -42,7 +41,7 @@ class Filter : public ::testing::Test {
   }
   [[nodiscard]] std::string Search(const std::string& fields, const std::string& text) {
     const XmlDocument request("<XML><SearchFields>" + fields + "</SearchFields></XML>");
-    return BuildSearch(fake_->session, kTable, request.DocumentElement(), text);
+    return BuildSearch(fake_->session, kFilteredTable, request.DocumentElement(), text);
   }
 
   std::unique_ptr<FakeSession> fake_;
@@ -188,15 +187,6 @@ TEST_F(Filter, NormalisesSearchTextByTheFieldToo) {
 TEST_F(Filter, ASearchWithoutPatternsLeavesEmptyParentheses) {
   EXPECT_EQ(Search("", "x"), "()");
   EXPECT_EQ(Search("<Field><Id>Name</Id><SearchString/></Field>", "x"), "()");
-}
-
-constexpr const char* kTooLong =
-    "The request makes a statement of more than 16777216 bytes. Ask with shorter or fewer conditions.";
-
-std::string Repeat(const std::string& piece, std::size_t times) {
-  std::string text;
-  while (times-- > 0) text += piece;
-  return text;
 }
 
 TEST_F(Filter, ASearchTextThatIsRepeatedBeyondAllMeasureIsRefused) {

@@ -12,13 +12,13 @@ namespace {
 
 using ::testing::_;
 
-const std::string kTable = "[TABLE]t";
+const std::string kTypedTable = "[TABLE]t";
 
 /// The literal of a value for a column of a type on a product.
 std::string Literal(DatabaseKind kind, std::int32_t type, const Value& value) {
   FakeSession fake(kind);
-  fake.Describe(kTable, {{"f", type, 16, 0}});
-  return SafeVal(fake.session, kTable, "f", value);
+  fake.Describe(kTypedTable, {{"f", type, 16, 0}});
+  return SafeVal(fake.session, kTypedTable, "f", value);
 }
 
 std::string Literal(std::int32_t type, const Value& value) { return Literal(DatabaseKind::DbSqlServer, type, value); }
@@ -164,14 +164,14 @@ TEST(SafeVal, RefusesTextThatNoStatementCanCarry) {
 
 TEST(SafeVal, FailsForAnUnknownField) {
   FakeSession fake;
-  fake.Describe(kTable, {{"f", ado_type::kInteger, 4, 0}});
-  EXPECT_RAISES(SafeVal(fake.session, kTable, "g", 1), error_number::kObjectMissing, _);
+  fake.Describe(kTypedTable, {{"f", ado_type::kInteger, 4, 0}});
+  EXPECT_RAISES(SafeVal(fake.session, kTypedTable, "g", 1), error_number::kObjectMissing, _);
 }
 
 std::string Column(DatabaseKind kind, std::int32_t type, std::int64_t size = 16) {
   FakeSession fake(kind);
-  fake.Describe(kTable, {{"a]\"`", type, size, 0}});
-  return SafeQuote(fake.session, kTable, "a]\"`");
+  fake.Describe(kTypedTable, {{"a]\"`", type, size, 0}});
+  return SafeQuote(fake.session, kTypedTable, "a]\"`");
 }
 
 TEST(SafeQuote, QuotesTheNameAsTheProductWants) {
@@ -193,9 +193,9 @@ TEST(SafeQuote, CastsIdentifiersOfSixteenBytesOnPervasiveOnly) {
 
 TEST(SafeQuote, NamesTheFieldThatTheTableLacks) {
   FakeSession fake;
-  fake.Describe(kTable, {{"f", ado_type::kInteger, 4, 0}});
+  fake.Describe(kTypedTable, {{"f", ado_type::kInteger, 4, 0}});
   EXPECT_RAISES(
-      SafeQuote(fake.session, kTable, "g'--"), 1000,
+      SafeQuote(fake.session, kTypedTable, "g'--"), 1000,
       "Unable to get information about field 'g'--' in table '[TABLE]t'. Please make sure that the field exist.");
 }
 

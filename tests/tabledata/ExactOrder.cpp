@@ -29,7 +29,7 @@ OrderTerm Term(const std::string& field, bool nullable, LiteralStyle literal = L
   return term;
 }
 
-ExactColumn Column(const std::string& name, bool nullable, LiteralStyle literal = LiteralStyle::kNumber) {
+ExactColumn MakeColumn(const std::string& name, bool nullable, LiteralStyle literal = LiteralStyle::kNumber) {
   ExactColumn column;
   column.name = name;
   column.typeName = "odd";
@@ -47,8 +47,8 @@ class ExactOrderTest : public ::testing::Test {
     fake.session.exact = std::make_shared<ExactSession>();
     fake.session.exact->product = &ExactProductOf("");
     fake.session.exact->nullOrder = NullOrder::kLast;
-    known.columns = {Column("id", false), Column("a", true), Column("b", true),
-                     Column("t", false, LiteralStyle::kQuoted), Column("j", true)};
+    known.columns = {MakeColumn("id", false), MakeColumn("a", true), MakeColumn("b", true),
+                     MakeColumn("t", false, LiteralStyle::kQuoted), MakeColumn("j", true)};
     known.columns.back().order.reset();
   }
   void AddKey(std::vector<std::string> fields, bool unique = true) {
@@ -204,7 +204,7 @@ TEST_F(ExactOrderTest, NestsWhatNoIndexServes) {
 }
 
 TEST_F(ExactOrderTest, GivesEqualRowsARangeOfTheirOwn) {
-  known.columns = {Column("a", true), Column("b", true)};
+  known.columns = {MakeColumn("a", true), MakeColumn("b", true)};
   EXPECT_EQ(Ranges({.sort = {{"a", false}}}, {kNull, Number("2")}, false, EqualRows::kAlone),
             "a IS NULL AND b=2 | \n"
             "a IS NULL AND (b>2 OR b IS NULL) | b\n");
@@ -216,7 +216,7 @@ TEST_F(ExactOrderTest, GivesEqualRowsARangeOfTheirOwn) {
 
 TEST_F(ExactOrderTest, WritesEqualityAsARangeWhereAnIndexServesNoneElse) {
   fake.session.exact->product = &ExactProductOf("MariaDB");
-  known.columns = {Column("a", true), Column("b", false)};
+  known.columns = {MakeColumn("a", true), MakeColumn("b", false)};
   AddKey({"b"});
   EXPECT_EQ(Ranges({.sort = {{"a", false}}}, {Number("1"), Number("2")}),
             "a>=1 AND a<=1 AND b>2 | a, b\n"
@@ -232,7 +232,7 @@ TEST_F(ExactOrderTest, CutsOnlySoOften) {
   std::vector<std::string> fields;
   std::vector<ExactValue> values;
   for (const char* name : {"c1", "c2", "c3", "c4", "c5"}) {
-    known.columns.push_back(Column(name, false));
+    known.columns.push_back(MakeColumn(name, false));
     fields.emplace_back(name);
     values.push_back(Number("1"));
   }

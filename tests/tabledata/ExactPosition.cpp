@@ -8,7 +8,7 @@
 namespace ods {
 namespace {
 
-std::string Text(const std::string& plain) {
+std::string AsPosition(const std::string& plain) {
   return std::string(kExactPositionMark) + BytesToHex(Bytes(plain.begin(), plain.end()));
 }
 
@@ -29,7 +29,7 @@ TEST(ExactPosition, ComesBackAsItWas) {
 }
 
 TEST(ExactPosition, OfARowWithoutEqualsCountsOne) {
-  const ExactPosition position = ParsePosition(Text("1,2,f,1,N0:"));
+  const ExactPosition position = ParsePosition(AsPosition("1,2,f,1,N0:"));
   EXPECT_EQ(position.from, CountedFrom::kFront);
   EXPECT_EQ(position.count, 1U);
   EXPECT_EQ(position.values, std::vector<ExactValue>(1));
@@ -45,7 +45,7 @@ TEST(ExactPosition, TakesNothingDamaged) {
        {"", "1", "1,2", "1,2,f", "1,2,f,", "1,2,f,0,", "1,2,x,1,", "1,2,f,1", "1,2,f,1,X0:", "1,2,f,1,T",
         "1,2,f,1,T5:abc", "1,2,f,1,T-1:", "1,2,f,1,T99999999999999999999:a", "1,2,f,1,N1:a", "1,2,f,4294967296,",
         "-1,2,f,1,", " 1,2,f,1,", "1,18446744073709551616,f,1,", "1,2,f,1,T3:abcd"}) {
-    EXPECT_RAISES(ParsePosition(Text(plain)), 13, "Type mismatch: the position is damaged.") << plain;
+    EXPECT_RAISES(ParsePosition(AsPosition(plain)), 13, "Type mismatch: the position is damaged.") << plain;
   }
   EXPECT_RAISES(ParsePosition("exact-GG"), 13, "Type mismatch");
 }

@@ -17,7 +17,7 @@ using ::testing::IsEmpty;
 
 constexpr const char* kProbe = R"(SELECT "User ID" FROM "User" WHERE 1=2)";
 constexpr const char* kUsers = R"(SELECT "User ID" AS userid, "Name" as username FROM "User")";
-constexpr const char* kRoles = R"(SELECT "Role ID" AS roleid, "Name" as rolename FROM "User Role")";
+constexpr const char* kAllRoles = R"(SELECT "Role ID" AS roleid, "Name" as rolename FROM "User Role")";
 constexpr const char* kMembers = R"(SELECT "User ID" AS userid, "Role ID" as roleid FROM "Member Of")";
 
 class UsersAndRoles : public ::testing::Test {
@@ -29,7 +29,7 @@ class UsersAndRoles : public ::testing::Test {
       if (sql == kProbe && probeFails_) throw Error(error_number::kGeneralFailure, "no probe");
       if (sql == failing_) throw Error(-2147217865, "no such table");
       if (sql == kUsers) return MakeRows(TextColumns({"userid", "username"}), users_);
-      if (sql == kRoles) return MakeRows(TextColumns({"roleid", "rolename"}), roles_);
+      if (sql == kAllRoles) return MakeRows(TextColumns({"roleid", "rolename"}), roles_);
       if (sql == kMembers) return MakeRows(TextColumns({"userid", "roleid"}), members_);
       return MakeRows(TextColumns({"userid"}));
     };
@@ -51,7 +51,7 @@ class UsersAndRoles : public ::testing::Test {
 
 TEST_F(UsersAndRoles, RunsItsFourStatementsInOrder) {
   EXPECT_EQ(Answer(), "<XML><Users/><Groups/></XML>");
-  EXPECT_THAT(fake_.connection->statements, ElementsAre(kProbe, kUsers, kRoles, kMembers));
+  EXPECT_THAT(fake_.connection->statements, ElementsAre(kProbe, kUsers, kAllRoles, kMembers));
   EXPECT_THAT(fake_.connection->limits, ElementsAre(0, 0, 0, 0));
 }
 
@@ -105,7 +105,7 @@ TEST_F(UsersAndRoles, AProbeThatFailsOtherwiseIsTracedAsAnErrorAndChangesNothing
 }
 
 TEST_F(UsersAndRoles, EveryOtherErrorEndsTheRequest) {
-  for (const char* statement : {kUsers, kRoles, kMembers}) {
+  for (const char* statement : {kUsers, kAllRoles, kMembers}) {
     failing_ = statement;
     EXPECT_RAISES(Answer(), -2147217865, "no such table SQL: " + std::string(statement));
   }

@@ -58,7 +58,7 @@ TEST(ExactReading, OtherKindsStay) {
 }
 
 /// A column of a database, and what the driver alone makes of it in the exact form.
-struct ColumnCase {
+struct ExactColumnCase {
   std::string type;
   std::string value;  ///< in the database's SQL
   std::string text;
@@ -66,7 +66,7 @@ struct ColumnCase {
   int digits = 0;
 };
 
-void Compare(Connection& connection, const std::string& table, const std::vector<ColumnCase>& cases) {
+void Compare(Connection& connection, const std::string& table, const std::vector<ExactColumnCase>& cases) {
   std::string columns;
   std::string values;
   for (std::size_t i = 0; i < cases.size(); ++i) {

@@ -49,7 +49,7 @@ TEST(Folders, EveryInstanceHasItsOwnQueues) {
 }
 
 /// A folder of programs that a plain user can only read, and that user's home.
-class InstalledForEverybody : public testing::Test {
+class InstalledForEverybody : public ::testing::Test {
  protected:
   InstalledForEverybody() {
     namespace fs = std::filesystem;

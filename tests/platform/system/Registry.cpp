@@ -292,14 +292,14 @@ TEST_F(RegistryTest, AFileThatCannotBeMadeIsAFailure) {
 
 TEST_F(RegistryTest, KeepsTheOwnerOfTheFile) {
   if (geteuid() != 0) GTEST_SKIP() << "only root may give a file away";
-  constexpr uid_t kNobody = 65534;
+  constexpr uid_t kOwner = 65534;
   WriteText(UserFile(), "[Sales]\nA=1\n");
-  ASSERT_EQ(chown(UserFile().c_str(), kNobody, kNobody), 0);
+  ASSERT_EQ(chown(UserFile().c_str(), kOwner, kOwner), 0);
   EXPECT_TRUE(RegWrite(std::string(kUser) + "\\Sales\\A", "2"));
   struct stat facts {};
   ASSERT_EQ(stat(UserFile().c_str(), &facts), 0);
-  EXPECT_EQ(facts.st_uid, kNobody);
-  EXPECT_EQ(facts.st_gid, kNobody);
+  EXPECT_EQ(facts.st_uid, kOwner);
+  EXPECT_EQ(facts.st_gid, kOwner);
 }
 
 TEST_F(RegistryTest, WhatIsNoPlainFileCannotBeOpened) {

@@ -13,7 +13,7 @@
 namespace ods {
 namespace {
 
-class SlotTest : public testing::Test {
+class SlotTest : public ::testing::Test {
  protected:
   /// A program that lives until its handle is told to end.
   ProcessHandle StartSleeper() {
