@@ -112,21 +112,21 @@ ODS_TEST_MARIADB_SCRATCH=$(mariadb_connection_string "$folder/mariadb" "$mariadb
 ODS_TEST_SQLITE_SAMPLE=$folder/sample.db
 export ODS_TEST_POSTGRESQL ODS_TEST_MARIADB ODS_TEST_POSTGRESQL_SCRATCH ODS_TEST_MARIADB_SCRATCH ODS_TEST_SQLITE_SAMPLE
 
-presets=(release)
+# Single tests only where some are asked for: a process a test takes longest.
+way=-by-program
+[[ -z $filter ]] || way=
+presets=("release$way")
 ((${#sanitized[@]} == 0)) || build_meanwhile asan "${sanitized[@]}"
-step "Tests of the release preset" run_ctest release
+step "Tests of the release preset" run_ctest "release$way"
 step "Quick checks of the sources" "$ODS_ROOT/scripts/lint.sh" --quick
 if ((${#sanitized[@]})); then
   say "Waiting for the build of the asan preset"
   await_build asan
 fi
 if ((asan)); then
-  # Single tests only where some are asked for: a process a test takes longest with the sanitizers. The longest walks
-  # through tables are thinned out here too.
-  preset="asan-by-program"
-  [[ -z $filter ]] || preset=asan
-  presets+=("$preset")
-  ODS_TEST_QUICK=1 step "Tests of the asan preset" run_ctest "$preset"
+  # The longest walks through tables are thinned out here.
+  presets+=("asan$way")
+  ODS_TEST_QUICK=1 step "Tests of the asan preset" run_ctest "asan$way"
 fi
 if ((fuzz)); then
   # Long enough to see that each works and that no old finding is back.

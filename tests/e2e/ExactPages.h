@@ -9,8 +9,6 @@
 
 namespace ods::test {
 
-using Texts = std::vector<std::string>;
-
 /// The elements of a request for the page beside `page`, which `navigate` names.
 inline std::string From(const XmlDocument& page, const std::string& navigate) {
   return "<Navigate>" + navigate + "</Navigate><FirstPos>" + GetNodeText(page, "/XML/FirstPosition") +
@@ -18,10 +16,10 @@ inline std::string From(const XmlDocument& page, const std::string& navigate) {
 }
 
 /// The values of a page's rows, each row's joined by ",".
-inline Texts RowsOf(const XmlDocument& page) {
-  Texts rows;
+inline std::vector<std::string> RowsOf(const XmlDocument& page) {
+  std::vector<std::string> rows;
   for (const XmlNode& record : page.SelectNodes("/XML/Records/R")) {
-    Texts values;
+    std::vector<std::string> values;
     for (const XmlNode& value : record.SelectNodes("V")) {
       values.push_back(value.Raw().child("Null") ? "null" : value.Text());
     }

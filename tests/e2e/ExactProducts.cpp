@@ -15,6 +15,8 @@
 namespace ods::test {
 namespace {
 
+using Texts = std::vector<std::string>;
+
 struct ExactProductCase {
   std::string folder;    ///< under products/, where its data is
   std::string name;      ///< the DBMS name

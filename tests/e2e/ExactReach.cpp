@@ -16,6 +16,8 @@
 namespace ods::test {
 namespace {
 
+using Texts = std::vector<std::string>;
+
 /// A server with exact paging on a database that the test fills.
 class ExactReach : public ::testing::Test {
  protected:
