@@ -9,26 +9,26 @@
 
 namespace ods::test {
 
-/// A request that a test sends. A plain text is meant to be valid.
+/// A message that a test sends. A plain text is meant to be valid.
 struct Message {
   enum class Meant { kValid, kMalformed, kAnything };
 
-  Message(std::string request)  // NOLINT(google-explicit-constructor): nearly all requests are plain texts
-      : text(std::move(request)) {}
-  Message(const char* request) : text(request) {}  // NOLINT(google-explicit-constructor): the same
+  Message(std::string message)  // NOLINT(google-explicit-constructor): nearly all messages are plain texts
+      : text(std::move(message)) {}
+  Message(const char* message) : text(message) {}  // NOLINT(google-explicit-constructor): the same
 
   std::string text;
   Meant meant = Meant::kValid;
 };
 
-/// A request that is wrong, and that the schema must refuse: a test fails on one that is valid.
+/// A message that is wrong, and that the schema must refuse: a test fails on one that is valid.
 [[nodiscard]] inline Message Malformed(std::string text) {
   Message message(std::move(text));
   message.meant = Message::Meant::kMalformed;
   return message;
 }
 
-/// A request that is made by chance, or from texts that are, and may be valid or not.
+/// A message that is made by chance, or from texts that are, and may be valid or not.
 [[nodiscard]] inline Message Unchecked(std::string text) {
   Message message(std::move(text));
   message.meant = Message::Meant::kAnything;
@@ -43,8 +43,8 @@ class MessageWatch {
   void SetExact(bool exact);
   /// A request goes out under an id.
   void Sent(const std::string& id, const Message& request);
-  /// The response to it came.
-  void Received(const std::string& id, const std::string& response);
+  /// The response to it came; one that is not meant to be valid is one that the test made itself.
+  void Received(const std::string& id, const Message& response);
 
  private:
   std::mutex mutex_;
