@@ -106,6 +106,8 @@ const std::vector<std::string>& HostileTexts() {
       "1 OR 1=1",
       "NULL",
       "$$$$WHERE_MACRO$$$$",
+      "</Message><Records/><Message>",  // of an error document
+      "<b>bold</b> &amp; --",
   };
   return texts;
 }
