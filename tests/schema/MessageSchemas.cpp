@@ -31,7 +31,7 @@ struct Refusal {
   const char* type;
   bool exact;
   std::string valid;
-  std::vector<std::pair<const char*, const char*>> wrong;
+  std::vector<std::pair<std::string, std::string>> wrong;
 };
 
 using Fault = std::string (*)(const Refusal& refusal, const std::string& message);
@@ -90,13 +90,13 @@ TEST(RequestSchemas, RefuseWhatIsWrong) {
       {"FieldList",
        false,
        Request("FieldList", kTable),
-       {{kTable.c_str(), ""}, {"TableId", "TableID"}, {"[TABLE]", ""}, {"[TABLE]", "[table]"}, {"customer", ""}}},
-      {"KeyList", false, Request("KeyList", kTable), {{kTable.c_str(), ""}, {"[TABLE]", "TABLE"}}},
-      {"PrimaryKey", false, Request("PrimaryKey", kTable), {{kTable.c_str(), ""}, {"</XML>", "<Key/></XML>"}}},
+       {{kTable, ""}, {"TableId", "TableID"}, {"[TABLE]", ""}, {"[TABLE]", "[table]"}, {"customer", ""}}},
+      {"KeyList", false, Request("KeyList", kTable), {{kTable, ""}, {"[TABLE]", "TABLE"}}},
+      {"PrimaryKey", false, Request("PrimaryKey", kTable), {{kTable, ""}, {"</XML>", "<Key/></XML>"}}},
       {"TableData",
        false,
        Request("TableData", kPage),
-       {{kTable.c_str(), ""},
+       {{kTable, ""},
         {"[TABLE]", "[QUERY]"},
         {"gotonext", "next"},
         {"gotonext", "GotoNext"},
@@ -117,9 +117,9 @@ TEST(RequestSchemas, RefuseWhatIsWrong) {
         {"Condition", "Conditions"},
         {"<Id>name</Id>", ""},
         {"<Id>no</Id>", ""},
-        {kField.c_str(), ""},
-        {kField.c_str(), "<Fields/>"},
-        {kField.c_str(), "<Field><Id>no</Id></Field>"},
+        {kField, ""},
+        {kField, "<Fields/>"},
+        {kField, "<Field><Id>no</Id></Field>"},
         {"<Fields>", "<Count>1</Count><Fields>"},
         {"<Fields>", "<Sort><Column><Id>no</Id></Column></Sort><Fields>"}}},
       {"TableData",
@@ -298,7 +298,7 @@ TEST(ResponseSchemas, RefuseWhatIsWrong) {
         {"<Null/>", "<Null>0</Null>"},
         {"<Null/>", "<Null/>text"},
         {"<R>", "<R>text"},
-        {kSession, (std::string("<Navigated>gotonext</Navigated>") + kSession).c_str()}}},
+        {kSession, std::string("<Navigated>gotonext</Navigated>") + kSession}}},
       {"TableData",
        true,
        Response(kExactRows),
