@@ -10,8 +10,8 @@
 
 namespace ods {
 
-/// Makes `response` an error document. `description` goes in as it is; where that gives no well-formed document, as
-/// text.
+/// Makes `response` an error document. `description` goes in as it is; where that gives no well-formed document, or one
+/// with more than an error and its message, as text.
 void FillErrorDocument(XmlDocument& response, std::int32_t number, const std::string& description);
 void FillErrorDocument(XmlDocument& response, const Error& error);
 

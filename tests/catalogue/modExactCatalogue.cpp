@@ -7,6 +7,7 @@
 #include "exact/ExactProduct.h"
 #include "exact/ExactSession.h"
 #include "support/RaisedErrors.h"
+#include "support/RunHandler.h"
 
 namespace ods::test {
 namespace {
@@ -28,15 +29,14 @@ class ExactCatalogue : public ::testing::Test {
     fake_.session.namesWithSchema = true;
   }
   ExactTable& Table() { return fake_.session.exact->tables["[TABLE]t"]; }
-  template <typename Handler>
-  std::string Answer(Handler handler) {
+  std::string Answer(const std::string& type, RequestHandler handler) {
     const XmlDocument request("<XML><TableId>[TABLE]t</TableId></XML>");
     XmlDocument response;
-    handler(request, response, fake_.session);
+    RunHandler(type, handler, request, response, fake_.session);
     return response.Xml();
   }
   std::string Tables() {
-    const XmlDocument answer(Answer(ProcessExactTableList));
+    const XmlDocument answer(Answer("TableList", ProcessExactTableList));
     std::string text;
     for (const XmlNode& table : answer.SelectNodes("/XML/Tables/Table")) {
       text += GetNodeText(table, "Id") + "=" + GetNodeText(table, "Caption") + "\n";
@@ -133,7 +133,7 @@ TEST_F(ExactCatalogue, FieldsTellAllThatIsKnownOfThem) {
   text.typeName = "varchar";
   text.size = 50;
   Table().columns = {number, text};
-  EXPECT_EQ(Answer(ProcessExactFieldList),
+  EXPECT_EQ(Answer("FieldList", ProcessExactFieldList),
             "<XML><Fields>"
             "<Field><Id>no</Id><Name>no</Name><Caption>no</Caption><Type>131</Type><Active>1</Active>"
             "<TypeName>numeric</TypeName><Size>18</Size><Digits>4</Digits><Nullable>0</Nullable></Field>"
@@ -153,7 +153,7 @@ ExactKey KeyOf(const std::string& name, bool unique, bool nullable, const std::v
 
 TEST_F(ExactCatalogue, KeysAreListedAndTheOneThatTellsRowsApartIsThePrimaryOne) {
   Table().keys = {KeyOf("i", false, false, {"a"}), KeyOf("n", true, true, {"b"}), KeyOf("u", true, false, {"c", "d"})};
-  const std::string answer = Answer(ProcessExactKeyList);
+  const std::string answer = Answer("KeyList", ProcessExactKeyList);
   const auto key = [](const std::string& fields, const std::string& id, const std::string& caption,
                       const std::string& flags) {
     return "<Key><Fields>" + fields + "</Fields><Id>" + id + "</Id><Caption>" + caption + "</Caption>" + flags +
@@ -166,14 +166,15 @@ TEST_F(ExactCatalogue, KeysAreListedAndTheOneThatTellsRowsApartIsThePrimaryOne) 
                         key(field("b"), "b", "b", "<Unique>1</Unique><Primary>0</Primary>") +
                         key(field("c") + field("d"), "c\\09d", "c, d", "<Unique>1</Unique><Primary>1</Primary>") +
                         "</Keys><ChoosePrimary>0</ChoosePrimary></XML>");
-  EXPECT_EQ(Answer(ProcessExactPrimaryKey), "<XML><PrimaryKey>c\\09d</PrimaryKey><Constructed>0</Constructed></XML>");
+  EXPECT_EQ(Answer("PrimaryKey", ProcessExactPrimaryKey),
+            "<XML><PrimaryKey>c\\09d</PrimaryKey><Constructed>0</Constructed></XML>");
 }
 
 TEST_F(ExactCatalogue, ATableWithoutAKeyThatTellsRowsApartHasNone) {
   Table().keys = {KeyOf("n", true, true, {"b"})};
-  EXPECT_EQ(Answer(ProcessExactPrimaryKey), "<XML><PrimaryKey/><Constructed>1</Constructed></XML>");
+  EXPECT_EQ(Answer("PrimaryKey", ProcessExactPrimaryKey), "<XML><PrimaryKey/><Constructed>1</Constructed></XML>");
   Table().keys = {};
-  EXPECT_EQ(Answer(ProcessExactKeyList), "<XML><Keys/><ChoosePrimary>1</ChoosePrimary></XML>");
+  EXPECT_EQ(Answer("KeyList", ProcessExactKeyList), "<XML><Keys/><ChoosePrimary>1</ChoosePrimary></XML>");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "doubles/FakeSession.h"
 #include "support/RaisedErrors.h"
+#include "support/RunHandler.h"
 
 namespace ods::test {
 namespace {
@@ -14,7 +15,7 @@ using ::testing::_;
 std::string Answer(FakeSession& fake, const std::string& table) {
   const XmlDocument request("<XML><Type>FieldList</Type><TableId>" + table + "</TableId></XML>");
   XmlDocument response;
-  ProcessFieldList(request, response, fake.session);
+  RunHandler("FieldList", ProcessFieldList, request, response, fake.session);
   return response.Xml();
 }
 

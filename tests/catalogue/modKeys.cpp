@@ -5,6 +5,7 @@
 
 #include "doubles/FakeSession.h"
 #include "support/RaisedErrors.h"
+#include "support/RunHandler.h"
 
 namespace ods::test {
 namespace {
@@ -53,11 +54,10 @@ class Keys : public ::testing::Test {
     fake_.connection->answer = [fields](const std::string&) { return MakeRows(fields); };
   }
   TableKeys Read(const std::string& table = "[TABLE]t") { return GetTableKeys(fake_.session, table); }
-  template <typename Handler>
-  std::string Answer(Handler handler) {
+  std::string Answer(const std::string& type, RequestHandler handler) {
     const XmlDocument request("<XML><TableId>[TABLE]t</TableId></XML>");
     XmlDocument response;
-    handler(request, response, fake_.session);
+    RunHandler(type, handler, request, response, fake_.session);
     return response.Xml();
   }
 
@@ -117,7 +117,8 @@ TEST_F(Keys, OfASqlServerHeapAreConstructedFromTheIntegerAndNotFromTheLongText) 
   const TableKeys keys = Read("[TABLE][dbo].[Heap]");
   EXPECT_EQ(keys.ConstructedPrimaryKey, Names{"No"});
   EXPECT_TRUE(keys.IsConstructed);
-  EXPECT_EQ(Answer(ProcessPrimaryKey), "<XML><PrimaryKey>No</PrimaryKey><Constructed>1</Constructed></XML>");
+  EXPECT_EQ(Answer("PrimaryKey", ProcessPrimaryKey),
+            "<XML><PrimaryKey>No</PrimaryKey><Constructed>1</Constructed></XML>");
 }
 
 TEST_F(Keys, UseEveryTypeFitForAKey) {
@@ -176,7 +177,7 @@ TEST_F(Keys, AskTheIndexSchemaForSchemaAndName) {
 TEST_F(Keys, TheKeyListShowsAllAndWhichOneIsPrimary) {
   Indexes({{"pk", true, 1, 1, "Order_No"}, {"pk", true, 1, 2, "Line2"}, {"ix", false, 3, 1, "City"}});
   EXPECT_EQ(
-      Answer(ProcessKeyList),
+      Answer("KeyList", ProcessKeyList),
       "<XML><Keys>"
       "<Key><Fields><Field><Id>Order_No</Id><Caption>Order_No</Caption></Field>"
       "<Field><Id>Line2</Id><Caption>Line2</Caption></Field></Fields>"
@@ -189,18 +190,19 @@ TEST_F(Keys, TheKeyListShowsAllAndWhichOneIsPrimary) {
 TEST_F(Keys, TheClientMayChooseWhenNoIndexIsUnique) {
   Indexes({});
   Columns({});
-  EXPECT_EQ(Answer(ProcessKeyList), "<XML><Keys/><ChoosePrimary>1</ChoosePrimary></XML>");
+  EXPECT_EQ(Answer("KeyList", ProcessKeyList), "<XML><Keys/><ChoosePrimary>1</ChoosePrimary></XML>");
 }
 
 TEST_F(Keys, ThePrimaryKeyIsAnsweredAsAKeyText) {
   Indexes({{"pk", true, 1, 1, "Order_No"}, {"pk", true, 1, 2, "Line2"}});
-  EXPECT_EQ(Answer(ProcessPrimaryKey),
+  EXPECT_EQ(Answer("PrimaryKey", ProcessPrimaryKey),
             "<XML><PrimaryKey>Order_No\\09Line\\32</PrimaryKey><Constructed>0</Constructed></XML>");
   Indexes({});
   Columns({{"id", ado_type::kInteger, 4, 0}});
-  EXPECT_EQ(Answer(ProcessPrimaryKey), "<XML><PrimaryKey>id</PrimaryKey><Constructed>1</Constructed></XML>");
+  EXPECT_EQ(Answer("PrimaryKey", ProcessPrimaryKey),
+            "<XML><PrimaryKey>id</PrimaryKey><Constructed>1</Constructed></XML>");
   Columns({{"id", ado_type::kInteger, 4, 32}});
-  EXPECT_EQ(Answer(ProcessPrimaryKey), "<XML><PrimaryKey/><Constructed>1</Constructed></XML>");
+  EXPECT_EQ(Answer("PrimaryKey", ProcessPrimaryKey), "<XML><PrimaryKey/><Constructed>1</Constructed></XML>");
 }
 
 }  // namespace

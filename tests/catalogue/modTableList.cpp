@@ -5,6 +5,7 @@
 
 #include "doubles/FakeSession.h"
 #include "support/RaisedErrors.h"
+#include "support/RunHandler.h"
 
 namespace ods::test {
 namespace {
@@ -22,7 +23,7 @@ class TableList : public ::testing::Test {
   [[nodiscard]] static std::string Answer(FakeSession& fake) {
     const XmlDocument request("<XML><Type>TableList</Type></XML>");
     XmlDocument response;
-    ProcessTableList(request, response, fake.session);
+    RunHandler("TableList", ProcessTableList, request, response, fake.session);
     std::string text;
     for (const XmlNode& table : response.SelectNodes("/XML/Tables/Table")) {
       text += GetNodeText(table, "Id") + "=" + GetNodeText(table, "Caption") + "\n";
@@ -36,7 +37,7 @@ TEST_F(TableList, IsEmptyForAnEmptyDatabase) {
   Tables(fake, {});
   const XmlDocument request("<XML/>");
   XmlDocument response;
-  ProcessTableList(request, response, fake.session);
+  RunHandler("TableList", ProcessTableList, request, response, fake.session);
   EXPECT_EQ(response.Xml(), "<XML><Tables/></XML>");
 }
 

@@ -20,16 +20,15 @@ using ods::testing::WriteText;
 ScriptedServer::Script Numbers(int failsBehind = 100) {
   return [failsBehind](const std::string& request) -> std::string {
     const ods::XmlDocument document(request);
-    const std::string after = ods::GetNodeText(document, "/XML/LastPos");
-    const int first = after.empty() ? 1 : std::stoi(after) + 1;
-    if (first > failsBehind) return "<XML><Error>1000</Error><Message>gone</Message></XML>";
+    const int first = NumberOf(ods::GetNodeText(document, "/XML/LastPos")) + 1;
+    if (first > failsBehind) return Whole("<Error>1000</Error><Message>gone</Message>");
     const int last = std::min(first + std::stoi(ods::GetNodeText(document, "/XML/PageSize")) - 1, 10);
-    return PageOf(first, last, last < 10, after.empty() ? "<Total>10</Total>" : "");
+    return PageOf(first, last, last < 10, first == 1 ? "<Navigated>gotofirst</Navigated><Total>10</Total>" : kReadOn);
   };
 }
 
 ExportJob Job(std::unique_ptr<RowWriter> writer, const std::string& after = "") {
-  return {.question = {.table = "t", .fields = {"no"}, .pageSize = 3},
+  return {.question = {.table = "[TABLE]t", .fields = {"no"}, .pageSize = 3},
           .columns = {{"no", ColumnKind::kNumber}},
           .walk = {.after = after},
           .writer = std::move(writer)};
@@ -50,7 +49,7 @@ TEST(Export, WritesEveryRowAndTellsHowFarItIs) {
   RunExport(client, std::move(job), output, exported);
   EXPECT_EQ(stream.str(), "no\n1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n");
   EXPECT_EQ(exported.rows, 10);
-  EXPECT_EQ(exported.position, "10");
+  EXPECT_EQ(exported.position, PositionOf(10));
   EXPECT_THAT(shown, ::testing::ElementsAre(3, 6, 9, 10));
 }
 
@@ -65,7 +64,7 @@ TEST(Export, GoesOnInTheFileOfAnExportThatFailed) {
     EXPECT_THROW(RunExport(client, Job(MakeJsonWriter()), output, exported), ErrorAnswer);
   }
   EXPECT_EQ(exported.rows, 6);
-  EXPECT_EQ(exported.position, "6");
+  EXPECT_EQ(exported.position, PositionOf(6));
   {
     const ScriptedServer server(Numbers());
     Client client(server.Folders());
@@ -87,7 +86,7 @@ TEST(Export, StopsBetweenPages) {
   job.stop = [&exported] { return exported.rows >= 6; };
   EXPECT_THROW(RunExport(client, std::move(job), output, exported), Stopped);
   EXPECT_EQ(stream.str(), "no\n1\n2\n3\n4\n5\n6\n");
-  EXPECT_EQ(exported.position, "6");
+  EXPECT_EQ(exported.position, PositionOf(6));
   EXPECT_TRUE(std::filesystem::is_empty(server.Folders().results + "/new")) << "the page under way was taken out";
 }
 

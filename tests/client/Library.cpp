@@ -10,17 +10,19 @@
 #include "platform/system/System.h"
 #include "platform/xml/Xml.h"
 #include "support/EnvironmentValue.h"
+#include "support/MessageSchemas.h"
 
 namespace odbc_data {
 namespace {
 
+using ods::test::Malformed;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-/// Asks a server that has one answer to everything.
+/// Asks a server that has one answer to everything; with `exact` it plays one that was started so.
 template <typename Action>
-auto Answered(const std::string& answer, Action action) {
-  const ScriptedServer server([&](const std::string&) { return answer; });
+auto Answered(const ods::test::Message& answer, Action action, bool exact = false) {
+  const ScriptedServer server([&](const std::string&) { return answer; }, exact);
   Client client(server.Folders());
   return action(client);
 }
@@ -29,8 +31,7 @@ auto Answered(const std::string& answer, Action action) {
 std::string ServeNumbers(const std::string& request, int rows) {
   const ods::XmlDocument document(request);
   const int size = std::stoi(ods::GetNodeText(document, "/XML/PageSize"));
-  const std::string after = ods::GetNodeText(document, "/XML/LastPos");
-  const int first = after.empty() ? 1 : std::stoi(after) + 1;
+  const int first = NumberOf(ods::GetNodeText(document, "/XML/LastPos")) + 1;
   const int last = std::min(first + size - 1, rows);
   return PageOf(first, last, last < rows);
 }
@@ -43,7 +44,7 @@ std::vector<std::string> Texts(const Page& page) {
 
 TEST(Library, AnErrorDocumentIsRaisedWithNumberAndMessage) {
   try {
-    Answered("<XML><Error>-2147217865</Error><Message>No such table</Message></XML>",
+    Answered(Whole("<Error>-2147217865</Error><Message>No such table</Message>"),
              [](Client& client) { return client.Tables(); });
     ADD_FAILURE() << "no error";
   } catch (const ErrorAnswer& error) {
@@ -55,10 +56,10 @@ TEST(Library, AnErrorDocumentIsRaisedWithNumberAndMessage) {
 
 TEST(Library, WhatIsNoDocumentIsNoAnswer) {
   for (const char* answer : {"", "text", "<XML>", "<Other/>"}) {
-    EXPECT_THROW((void)Answered(answer, [](Client& client) { return client.Tables(); }), Failure) << answer;
+    EXPECT_THROW((void)Answered(Malformed(answer), [](Client& client) { return client.Tables(); }), Failure) << answer;
   }
-  EXPECT_THROW(Answered("<XML><Ping>no</Ping></XML>", [](Client& client) { client.Ping(); }), Failure);
-  EXPECT_NO_THROW(Answered("<XML><Ping>OK</Ping></XML>", [](Client& client) { client.Ping(); }));
+  EXPECT_THROW(Answered(Malformed(Whole("<Ping>no</Ping>")), [](Client& client) { client.Ping(); }), Failure);
+  EXPECT_NO_THROW(Answered(Whole("<Ping>OK</Ping>"), [](Client& client) { client.Ping(); }));
 }
 
 TEST(Library, NoAnswerInTimeNamesTheRequest) {
@@ -81,55 +82,63 @@ TEST(Library, WaitingEndsWhenItIsToStop) {
 
 TEST(Library, ReadsWhatAServerCanDo) {
   const Capabilities found = Answered(
-      "<XML><Authorization/><Name>Generic ODBC</Name><UserManagement>1</UserManagement><UserCount>7</UserCount>"
-      "<FilterOperators>eq,lt,between</FilterOperators><Exact>1</Exact></XML>",
-      [](Client& client) { return client.Initialize(); });
+      Whole(
+          "<Authorization/><Name>Generic ODBC</Name><ColumnSorting>1</ColumnSorting><IdIsCaption>1</IdIsCaption>"
+          "<UserManagement>1</UserManagement><UserCount>7</UserCount><FilterOperators>eq,lt,gt,lteq,gteq,not,like,null,"
+          "notnull,between,contains,startswith,endswith</FilterOperators><Exact>1</Exact>"),
+      [](Client& client) { return client.Initialize(); }, true);
   EXPECT_EQ(found.name, "Generic ODBC");
   EXPECT_TRUE(found.exact);
   EXPECT_TRUE(found.userManagement);
   EXPECT_EQ(found.users, 7);
-  EXPECT_THAT(found.filterOperators, ElementsAre("eq", "lt", "between"));
+  EXPECT_THAT(found.filterOperators, ElementsAre("eq", "lt", "gt", "lteq", "gteq", "not", "like", "null", "notnull",
+                                                 "between", "contains", "startswith", "endswith"));
 }
 
 TEST(Library, ReadsFieldsWithAndWithoutWhatAnExactServerTells) {
-  const auto fields = Answered(
-      "<XML><Fields><Field><Id>a</Id><Name>a</Name><Caption>A</Caption><Type>131</Type><Active>1</Active>"
-      "<TypeName>numeric</TypeName><Size>18</Size><Digits>4</Digits><Nullable>0</Nullable></Field>"
-      "<Field><Id>b</Id><Name>b</Name><Caption>B</Caption><Type>3</Type><Active>1</Active></Field></Fields></XML>",
-      [](Client& client) { return client.Fields("[TABLE]t"); });
-  ASSERT_EQ(fields.size(), 2U);
-  EXPECT_TRUE(fields[0].exact);
-  EXPECT_EQ(fields[0].typeName, "numeric");
-  EXPECT_EQ(fields[0].size, 18);
-  EXPECT_EQ(fields[0].digits, 4);
-  EXPECT_FALSE(fields[0].nullable);
-  EXPECT_FALSE(fields[1].exact);
-  EXPECT_TRUE(fields[1].nullable);
-  EXPECT_EQ(fields[1].type, 3);
+  const auto field = [](const std::string& more) {
+    const auto fields = Answered(
+        Whole("<Fields><Field><Id>a</Id><Name>a</Name><Caption>A</Caption><Type>131</Type>"
+              "<Active>1</Active>" +
+              more + "</Field></Fields>"),
+        [](Client& client) { return client.Fields("[TABLE]t"); }, !more.empty());
+    return fields.at(0);
+  };
+  const auto exact = field("<TypeName>numeric</TypeName><Size>18</Size><Digits>4</Digits><Nullable>0</Nullable>");
+  EXPECT_TRUE(exact.exact);
+  EXPECT_EQ(exact.typeName, "numeric");
+  EXPECT_EQ(exact.size, 18);
+  EXPECT_EQ(exact.digits, 4);
+  EXPECT_FALSE(exact.nullable);
+  const auto plain = field("");
+  EXPECT_FALSE(plain.exact);
+  EXPECT_TRUE(plain.nullable);
+  EXPECT_EQ(plain.type, 131);
 }
 
 TEST(Library, ReadsKeysUsersAndAuthorizations) {
   const auto keys = Answered(
-      "<XML><Keys><Key><Fields><Field><Id>a</Id></Field><Field><Id>b</Id></Field></Fields><Id>a\\09b</Id>"
-      "<Caption>a, b</Caption><Unique>1</Unique><Primary>0</Primary></Key></Keys></XML>",
+      Whole("<Keys><Key><Fields><Field><Id>a</Id><Caption>a</Caption></Field><Field><Id>b</Id><Caption>b</Caption>"
+            "</Field></Fields><Id>a\\09b</Id><Caption>a, b</Caption><Unique>1</Unique><Primary>0</Primary></Key></Keys>"
+            "<ChoosePrimary>1</ChoosePrimary>"),
       [](Client& client) { return client.Keys("[TABLE]t"); });
   ASSERT_EQ(keys.size(), 1U);
   EXPECT_THAT(keys[0].fields, ElementsAre("a", "b"));
   EXPECT_TRUE(keys[0].unique);
   EXPECT_FALSE(keys[0].primary);
-  const auto key = Answered("<XML><PrimaryKey>a</PrimaryKey><Constructed>1</Constructed></XML>",
+  const auto key = Answered(Whole("<PrimaryKey>a</PrimaryKey><Constructed>1</Constructed>"),
                             [](Client& client) { return client.FindPrimaryKey("[TABLE]t"); });
   EXPECT_EQ(key.id, "a");
   EXPECT_TRUE(key.constructed);
   const auto all = Answered(
-      "<XML><Users><User><Id>ANN</Id><Name>Ann</Name></User></Users><Groups><Group><Id>S</Id><Name>Sales</Name><Users>"
-      "<User><Id>ANN</Id></User></Users></Group></Groups></XML>",
+      Whole("<Users><User><Id>ANN</Id><Name>Ann</Name></User></Users><Groups><Group><Id>S</Id><Name>Sales</Name><Users>"
+            "<User><Id>ANN</Id></User></Users></Group></Groups>"),
       [](Client& client) { return client.UsersAndRoles(); });
   EXPECT_EQ(all.users.at(0).name, "Ann");
   EXPECT_THAT(all.roles.at(0).members, ElementsAre("ANN"));
   const auto authorization = Answered(
-      "<XML><UserId>ann</UserId><UserName>Ann</UserName><Authorized>1</Authorized><Admin>1</Admin><Groups><Group>"
-      "<Id>Admins</Id></Group></Groups></XML>",
+      Whole("<UserId>ann</UserId><UserName>Ann</UserName><Authorized>1</Authorized><Admin>1</Admin><Groups><Group>"
+            "<Id>Admins</Id></Group></Groups>"),
       [](Client& client) { return client.Authorize("ann", "x<y", false); });
   EXPECT_TRUE(authorization.authorized);
   EXPECT_TRUE(authorization.admin);
@@ -138,10 +147,11 @@ TEST(Library, ReadsKeysUsersAndAuthorizations) {
 
 TEST(Library, ReadsValuesNullsAndHexadecimalText) {
   const Page page = Answered(
-      "<XML><FirstPosition>1</FirstPosition><LastPosition>2</LastPosition><HasNextPage>1</HasNextPage><Total>9</Total>"
-      "<Columns><Column><Id>a</Id><DataType>202</DataType></Column></Columns><Records><R><V Id=\"a\"> x &amp; </V></R>"
-      "<R><V Id=\"a\"><Null/></V></R><R><V Id=\"a\"/></R><R><V Id=\"a\" Encoding=\"hex\">00</V></R></Records></XML>",
-      [](Client& client) { return client.ReadPage({.table = "t", .fields = {"a"}}, Navigate::kFirst); });
+      Whole("<FirstPosition>exact-01</FirstPosition><LastPosition>exact-02</LastPosition><HasNextPage>1</HasNextPage>"
+            "<HasPreviousPage>0</HasPreviousPage><Columns><Column><Id>a</Id><DataType>202</DataType></Column></Columns>"
+            "<Records><R><V Id=\"a\"> x &amp; </V></R><R><V Id=\"a\"><Null/></V></R><R><V Id=\"a\"/></R>"
+            "<R><V Id=\"a\" Encoding=\"hex\">00</V></R></Records><Navigated>gotofirst</Navigated><Total>9</Total>"),
+      [](Client& client) { return client.ReadPage({.table = "[TABLE]t", .fields = {"a"}}, Navigate::kFirst); }, true);
   ASSERT_EQ(page.rows.size(), 4U);
   EXPECT_EQ(page.rows[0][0].text, " x & ");
   EXPECT_TRUE(page.rows[1][0].isNull);
@@ -155,9 +165,12 @@ TEST(Library, ReadsValuesNullsAndHexadecimalText) {
 
 TEST(Library, ARowThatDoesNotFitItsColumnsIsRefused) {
   EXPECT_THROW(
-      (void)Answered("<XML><Columns><Column><Id>a</Id><DataType>3</DataType></Column></Columns><Records><R/>"
-                     "</Records></XML>",
-                     [](Client& client) { return client.ReadPage({.table = "t", .fields = {"a"}}, Navigate::kFirst); }),
+      (void)Answered(
+          Malformed(
+              Whole("<FirstPosition/><LastPosition/><HasNextPage>0</HasNextPage><HasPreviousPage>0"
+                    "</HasPreviousPage><Columns><Column><Id>a</Id><DataType>3</DataType></Column></Columns><Records>"
+                    "<R/></Records>")),
+          [](Client& client) { return client.ReadPage({.table = "[TABLE]t", .fields = {"a"}}, Navigate::kFirst); }),
       Failure);
 }
 
@@ -170,9 +183,11 @@ TEST(Library, APageIsAskedForWithAllThatWasAsked) {
                           .searchFields = {"name"},
                           .pageSize = 7,
                           .count = true};
-  EXPECT_EQ(PageRequestText(question, Navigate::kNext, {.first = "F", .last = "L"}),
+  const std::string request = PageRequestText(question, Navigate::kNext, {.first = "exact-0F", .last = "exact-1F"});
+  EXPECT_EQ(ods::test::FaultOfRequest(request, true), "");
+  EXPECT_EQ(request,
             "<XML><Type>TableData</Type><TableId>[TABLE]a&amp;b</TableId><Navigate>gotonext</Navigate>"
-            "<PageSize>7</PageSize><FirstPos>F</FirstPos><LastPos>L</LastPos>"
+            "<PageSize>7</PageSize><FirstPos>exact-0F</FirstPos><LastPos>exact-1F</LastPos>"
             "<Sort><Column><Id>name</Id><Direction>desc</Direction></Column>"
             "<Column><Id>city</Id><Direction>asc</Direction></Column></Sort>"
             "<Filter><Condition><FieldId>city</FieldId><FilterOp>eq</FilterOp><Filter>Rome|a|&lt;b&gt;</Filter>"
@@ -192,21 +207,26 @@ TEST(Library, TextIsEscapedOrRefused) {
 }
 
 TEST(Library, APageThatComesAgainIsTold) {
-  const auto again = [](const std::string& answer, const Place& from) {
-    return Answered(answer, [&](Client& client) {
-      return client.ReadPage({.table = "t", .fields = {"no"}}, Navigate::kNext, from).again;
-    });
+  const auto again = [](int first, int last, const std::string& navigated) {
+    const bool exact = !navigated.empty();
+    const Place from = {.first = PositionOf(1, exact), .last = PositionOf(2, exact)};
+    return Answered(
+        PageOf(first, last, false, navigated),
+        [&](Client& client) {
+          return client.ReadPage({.table = "[TABLE]t", .fields = {"no"}}, Navigate::kNext, from).again;
+        },
+        exact);
   };
-  EXPECT_FALSE(again(PageOf(3, 4, false), {.first = "1", .last = "2"}));
-  EXPECT_TRUE(again(PageOf(1, 2, false), {.first = "1", .last = "2"})) << "by its position";
-  EXPECT_TRUE(again(PageOf(3, 4, false, "<Navigated>gotolast</Navigated>"), {.first = "1", .last = "2"}));
-  EXPECT_FALSE(again(PageOf(1, 2, false, "<Navigated>gotonext</Navigated>"), {.first = "1", .last = "2"}));
+  EXPECT_FALSE(again(3, 4, ""));
+  EXPECT_TRUE(again(1, 2, "")) << "by its position";
+  EXPECT_TRUE(again(3, 4, "<Navigated>gotolast</Navigated>"));
+  EXPECT_FALSE(again(1, 2, "<Navigated>gotonext</Navigated>"));
 }
 
 TEST(TableWalk, GivesEveryRowOnceAndAsksForTheNextPageAhead) {
   const ScriptedServer server([](const std::string& request) { return ServeNumbers(request, 7); });
   Client client(server.Folders());
-  TableWalk walk(client, {.table = "t", .fields = {"no"}, .pageSize = 3, .count = true});
+  TableWalk walk(client, {.table = "[TABLE]t", .fields = {"no"}, .pageSize = 3, .count = true});
   std::vector<std::string> rows;
   while (const auto page = walk.Next()) {
     // What follows was asked for, and needs nobody to ask for it.
@@ -229,7 +249,7 @@ TEST(TableWalk, GivesEveryRowOnceAndAsksForTheNextPageAhead) {
 TEST(TableWalk, BeginsBehindAPosition) {
   const ScriptedServer server([](const std::string& request) { return ServeNumbers(request, 7); });
   Client client(server.Folders());
-  TableWalk walk(client, {.table = "t", .fields = {"no"}, .pageSize = 10}, {.after = "5"});
+  TableWalk walk(client, {.table = "[TABLE]t", .fields = {"no"}, .pageSize = 10}, {.after = PositionOf(5)});
   const auto page = walk.Next();
   ASSERT_TRUE(page);
   EXPECT_THAT(Texts(*page), ElementsAre("6", "7"));
@@ -240,14 +260,14 @@ TEST(TableWalk, TheLastPageOnceMoreIsTheEnd) {
   const ScriptedServer server(
       [](const std::string&) { return PageOf(4, 7, false, "<Navigated>gotolast</Navigated>"); });
   Client client(server.Folders());
-  TableWalk walk(client, {.table = "t", .fields = {"no"}}, {.after = "7"});
+  TableWalk walk(client, {.table = "[TABLE]t", .fields = {"no"}}, {.after = PositionOf(7)});
   EXPECT_FALSE(walk.Next());
 }
 
 TEST(TableWalk, FitsThePageToTheBytesOfItsRows) {
   const ScriptedServer server([](const std::string& request) { return ServeNumbers(request, 100000); });
   Client client(server.Folders());
-  TableWalk walk(client, {.table = "t", .fields = {"no"}, .pageSize = 50}, {.after = {}, .pageBytes = 100000});
+  TableWalk walk(client, {.table = "[TABLE]t", .fields = {"no"}, .pageSize = 50}, {.after = {}, .pageBytes = 100000});
   std::size_t rows = 0;
   std::vector<std::size_t> bytes;
   while (const auto page = walk.Next()) {
@@ -268,17 +288,19 @@ TEST(TableWalk, AsksForLessWhenAnAnswerIsTooLarge) {
   const ScriptedServer server([](const std::string& request) -> std::string {
     const int size = std::stoi(ods::GetNodeText(ods::XmlDocument(request), "/XML/PageSize"));
     if (size > 10) {
-      return "<XML><Error>1000</Error><Message>The response is larger than 67108864 bytes (64 MiB). Ask for fewer rows "
-             "or fields.</Message></XML>";
+      return Whole(
+          "<Error>1000</Error><Message>The response is larger than 67108864 bytes (64 MiB). Ask for fewer rows or "
+          "fields."
+          "</Message>");
     }
     return ServeNumbers(request, 30);
   });
   Client client(server.Folders());
   std::size_t rows = 0;
-  TableWalk walk(client, {.table = "t", .fields = {"no"}, .pageSize = 100}, {.after = {}, .pageBytes = 100000});
+  TableWalk walk(client, {.table = "[TABLE]t", .fields = {"no"}, .pageSize = 100}, {.after = {}, .pageBytes = 100000});
   while (const auto page = walk.Next()) rows += page->rows.size();
   EXPECT_EQ(rows, 30U);
-  TableWalk fixed(client, {.table = "t", .fields = {"no"}, .pageSize = 100});
+  TableWalk fixed(client, {.table = "[TABLE]t", .fields = {"no"}, .pageSize = 100});
   EXPECT_THROW((void)fixed.Next(), ErrorAnswer) << "a page size that was chosen stays";
 }
 
@@ -286,7 +308,7 @@ TEST(TableWalk, LeavesNoAnswerBehind) {
   const ScriptedServer server([](const std::string& request) { return ServeNumbers(request, 7); });
   Client client(server.Folders());
   {
-    TableWalk walk(client, {.table = "t", .fields = {"no"}, .pageSize = 3});
+    TableWalk walk(client, {.table = "[TABLE]t", .fields = {"no"}, .pageSize = 3});
     EXPECT_TRUE(walk.Next());
   }
   EXPECT_EQ(server.Requests().size(), 2U);

@@ -13,6 +13,7 @@
 #include <sys/ioctl.h>
 #include <vector>
 
+#include "e2e/QueueRelay.h"
 #include "e2e/ServerProcess.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
@@ -123,6 +124,7 @@ class ProgramTest : public ::testing::Test {
                std::to_string(kBigRows) + ") INSERT INTO big SELECT i, 'row ' || i FROM n;");
     server_->folders.Configure("Driver=SQLite3;Database=" + path);
     server_->process = std::make_unique<ods::test::ServerProcess>(server_->folders, std::vector<std::string>{"/exact"});
+    server_->relay = std::make_unique<ods::test::QueueRelay>(server_->folders);
   }
   static void TearDownTestSuite() { server_.reset(); }
 
@@ -133,8 +135,8 @@ class ProgramTest : public ::testing::Test {
       std::vector<char*> pointers = {const_cast<char*>(program.c_str())};
       for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
       pointers.push_back(nullptr);
-      setenv("ODBC_DATA_REQUESTS", server_->folders.Requests().c_str(), 1);
-      setenv("ODBC_DATA_RESULTS", server_->folders.Results().c_str(), 1);
+      setenv("ODBC_DATA_REQUESTS", server_->relay->Requests().c_str(), 1);
+      setenv("ODBC_DATA_RESULTS", server_->relay->Results().c_str(), 1);
       dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
       dup2(open((base_ / "output").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
       dup2(open((base_ / "errors").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
@@ -168,8 +170,8 @@ class ProgramTest : public ::testing::Test {
   [[nodiscard]] std::unique_ptr<OnTerminal> StartOnTerminal(std::vector<std::string> arguments) const {
     arguments.insert(arguments.begin(),
                      std::filesystem::path(ods::ExecutablePath()).parent_path() / "odbc-data-client");
-    for (const std::string& more : {std::string("--requests"), server_->folders.Requests(), std::string("--results"),
-                                    server_->folders.Results()}) {
+    for (const std::string& more :
+         {std::string("--requests"), server_->relay->Requests(), std::string("--results"), server_->relay->Results()}) {
       arguments.push_back(more);
     }
     return std::make_unique<OnTerminal>(arguments, static_cast<unsigned short>(60), static_cast<unsigned short>(10));
@@ -178,6 +180,7 @@ class ProgramTest : public ::testing::Test {
   struct Server {
     ods::test::ServerFolders folders;
     std::unique_ptr<ods::test::ServerProcess> process;
+    std::unique_ptr<ods::test::QueueRelay> relay;
   };
   static inline std::unique_ptr<Server> server_;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
   TestFolder base_;
@@ -262,7 +265,8 @@ TEST_F(ProgramTest, AnErrorOfTheServerIsToldWithItsNumber) {
   EXPECT_TRUE(std::regex_search(result.errors, std::regex("^odbc-data-client: error -21[0-9]+: .*missing")))
       << result.errors;
   EXPECT_EQ(Run({"data", "customer", "--filter", "no eq text"}).status, 1);
-  const Result sent = Run({"send", "/dev/null"});
+  const auto& folders = server_->folders;  // past the relay, to which no empty request may come
+  const Result sent = Run({"send", "/dev/null", "--requests", folders.Requests(), "--results", folders.Results()});
   EXPECT_EQ(sent.status, 1);
   EXPECT_THAT(sent.output, HasSubstr("<Error>1</Error>"));
   EXPECT_EQ(sent.errors, "odbc-data-client: error 1: Unknown message type: \n");
@@ -293,7 +297,7 @@ TEST_F(ProgramTest, AnInterruptedExportGoesOnWhereItWas) {
     std::smatch found;
     ASSERT_TRUE(std::regex_search(result.errors, found, std::regex("([0-9,]+) rows were written.* --after '([^']+)'")))
         << result.errors;
-    EXPECT_TRUE(std::filesystem::is_empty(server_->folders.Results() + "/new"));
+    EXPECT_TRUE(std::filesystem::is_empty(server_->relay->Results() + "/new"));
     arguments.insert(arguments.end(), {"--after", found[2]});
     arguments[6] = "5000";
     EXPECT_EQ(Output(arguments), "");

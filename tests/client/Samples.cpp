@@ -5,17 +5,20 @@
 #include <string>
 
 #include "common/Files.h"
+#include "e2e/QueueRelay.h"
 #include "e2e/ServerProcess.h"
+#include "support/TemporaryFolder.h"
 
 namespace odbc_data {
 namespace {
 
 constexpr int kCustomers = 250;
 
-/// What a client prints that is started by a shell's command line, with the folders of the server behind it.
-std::string PrintedBy(const std::string& command, const ods::test::ServerFolders& folders) {
-  const std::string output = folders.Root() + "/printed";
-  const std::string line = command + " '" + folders.Requests() + "' '" + folders.Results() + "' > '" + output + "'";
+/// What a client prints that is started by a shell's command line, with the folders of a server behind it.
+std::string PrintedBy(const std::string& command, const ods::test::QueueRelay& server) {
+  const ods::test::TemporaryFolder folder;
+  const std::string output = folder.Path() + "/printed";
+  const std::string line = command + " '" + server.Requests() + "' '" + server.Results() + "' > '" + output + "'";
   EXPECT_EQ(ods::test::RunProgram({"/bin/sh", "-c", line}), 0) << command;
   return ods::ReadFileText(output);
 }
@@ -40,8 +43,10 @@ TEST(SampleClients, PrintAllCustomers) {
   folders.Configure("Driver=SQLite3;Database=" + path);
   ods::test::ServerProcess server(folders, {"/exact"});
   ASSERT_TRUE(ods::test::Eventually([&] { return std::filesystem::exists(folders.Results() + "/new"); }));
-  EXPECT_EQ(PrintedBy(ODS_SAMPLE_CLIENT, folders), expected);
-  EXPECT_EQ(PrintedBy("LC_ALL=C.UTF-8 python3 '" ODS_SAMPLES_FOLDER "/clients/customers.py'", folders), expected);
+  const ods::test::QueueRelay relay(folders);
+  EXPECT_EQ(PrintedBy(ODS_SAMPLE_CLIENT, relay), expected);
+  EXPECT_EQ(PrintedBy("LC_ALL=C.UTF-8 python3 '" ODS_SAMPLES_FOLDER "/clients/customers.py'", relay), expected);
+  EXPECT_GT(relay.Answered(), 4U);
   EXPECT_EQ(server.Stop(), 0);
 }
 

@@ -29,6 +29,15 @@ TEST(ErrorDocument, ADescriptionThatIsNoXmlGoesInAsText) {
   }
 }
 
+TEST(ErrorDocument, ADescriptionPutsNothingBesideIt) {
+  for (const std::string text : {"</Message><Records><R/></Records><Message>", "</Message>a<Message>",
+                                 "</Message><DataSession>1</DataSession><Message>", "</Message><!-- --><Message>"}) {
+    const XmlDocument document(ErrorDocument(1, text));
+    EXPECT_EQ(document.SelectNodes("/XML/node()").size(), 2U) << document.Xml();
+    EXPECT_EQ(GetNodeText(document, "/XML/Message"), text);
+  }
+}
+
 TEST(ErrorDocument, WhatXmlCannotCarryDoesNotSpoilIt) {
   EXPECT_EQ(ErrorDocument(1, "bad\x01 \xFF"), "<XML><Error>1</Error><Message>bad? ?</Message></XML>");
 }

@@ -197,11 +197,12 @@ TEST_F(Windows, StartedByHandItIsConfiguredWorksIsWatchedAndStopped) {
     robot.Press({"alt+t", "l"});
     robot.WaitForActiveWindow("Trace Log");
     EXPECT_EQ(robot.InWindows([] { return Rows("lvTrace"); }), 0);
-    for (const char* type : {"TableList", "FieldList", "PrimaryKey", "TableData"}) {
-      (void)client.AskDocument(
-          Request(type,
-                  "<TableId>[TABLE]customer</TableId><PrimaryKey>no</PrimaryKey><PageSize>10</PageSize>"
-                  "<Navigate>gotofirst</Navigate><Fields><Field><Id>name</Id></Field></Fields>"));
+    const std::string table = "<TableId>[TABLE]customer</TableId>";
+    for (const std::string& request :
+         {Request("TableList"), Request("FieldList", table), Request("PrimaryKey", table),
+          Request("TableData", table + "<PrimaryKey>no</PrimaryKey><PageSize>10</PageSize><Navigate>gotofirst"
+                                       "</Navigate><Fields><Field><Id>name</Id></Field></Fields>")}) {
+      (void)client.AskDocument(request);
     }
     robot.WaitUntil("An entry for each request", [] { return Rows("lvTrace") >= 4; });
     robot.WaitUntil("The newest row in view", [] { return NewestRowIsInView("lvTrace"); });
@@ -243,7 +244,8 @@ TEST_F(Windows, TheRequestInHandIsFinishedWhenTheWindowIsClosed) {
     robot.WaitForText("lblStatus", "Running");
     robot.WaitForActiveWindow("ODBC Data Server");
     QueueClient client(folders_);
-    const std::string id = client.Send(Request("TableData", "<TableId>[TABLE]nothing</TableId>"));
+    const std::string id = client.Send(
+        Request("TableData", "<TableId>[TABLE]nothing</TableId><Fields><Field><Id>no</Id></Field></Fields>"));
     while (std::filesystem::exists(folders_.Requests() + "/new/" + id + ".xml")) std::this_thread::yield();
     robot.Press({"alt+F4"});
     EXPECT_NE(client.Receive(id).find("<DataSession>"), std::string::npos);
@@ -452,7 +454,8 @@ TEST_F(Windows, AWholeEntryOfTheTraceLogIsCopiedAndShown) {
     robot.WaitForActiveWindow("Trace Log");
     QueueClient client(folders_);
     const std::string type = "<img src='/dev/zero'> " + std::string(1 << 20, 'x');
-    (void)client.Ask("<XML><Type>&lt;img src='/dev/zero'&gt; " + std::string(1 << 20, 'x') + "</Type></XML>");
+    (void)client.Ask(
+        Malformed("<XML><Type>&lt;img src='/dev/zero'&gt; " + std::string(1 << 20, 'x') + "</Type></XML>"));
     EXPECT_NE(client.Ask(kPing).find("<Ping>OK</Ping>"), std::string::npos);
     const int row = LongestRow(robot);
     ASSERT_GE(row, 0) << "the type of the request is traced";

@@ -35,12 +35,12 @@ class ExactReach : public ::testing::Test {
   }
   void Run(const std::string& sql) { (void)connection_->OpenRecordSet(sql, 0); }
 
-  XmlDocument Ask(const std::string& type, const std::string& table = "", const std::string& more = "") {
+  XmlDocument Ask(const std::string& type, const std::string& table, const std::string& more = "") {
     return client_->AskDocument(Request(type, "<TableId>" + EscapeXml(table) + "</TableId>" + more));
   }
   /// The listed tables with `part` in their identifier, each as identifier and caption.
   std::string Tables(const std::string& part) {
-    const XmlDocument list = Ask("TableList");
+    const XmlDocument list = client_->AskDocument(Request("TableList"));
     std::string text;
     for (const XmlNode& table : list.SelectNodes("/XML/Tables/Table")) {
       const std::string identifier = GetNodeText(table, "Id");

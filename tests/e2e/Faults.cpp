@@ -25,7 +25,7 @@ class FaultsTest : public ::testing::Test {
 
   static bool IsPong(const std::string& answer) { return answer.find("<Ping>OK</Ping>") != std::string::npos; }
   /// A request whose answer names its type: an answer of that many bytes and some more.
-  static std::string Large(std::size_t bytes) { return Request(std::string(bytes, 'x')); }
+  static Message Large(std::size_t bytes) { return Malformed(Request(std::string(bytes, 'x'))); }
   static bool IsWhole(const std::string& answer, std::size_t bytes) {
     return answer.find("Unknown message type: " + std::string(bytes, 'x')) != std::string::npos;
   }

@@ -106,6 +106,8 @@ const std::vector<std::string>& HostileTexts() {
       "1 OR 1=1",
       "NULL",
       "$$$$WHERE_MACRO$$$$",
+      "</Message><Records/><Message>",  // of an error document
+      "<b>bold</b> &amp; --",
   };
   return texts;
 }
@@ -223,9 +225,9 @@ class Hostile : public ::testing::TestWithParam<HostileDatabase> {
            "</FilterOp><Filter>" + EscapeXml(value) + "</Filter></Condition></Filter>";
   }
   /// Sends a request, whatever becomes of it, and looks at the statements that it made.
-  XmlDocument AskAndCheck(const std::string& request) {
+  XmlDocument AskAndCheck(const Message& request) {
     XmlDocument answer = client_->AskDocument(request);
-    CheckNewStatements(request);
+    CheckNewStatements(request.text);
     return answer;
   }
   /// What a column that has the text is compared by: on Concorde without the blanks around it.
@@ -288,7 +290,7 @@ TEST_P(Hostile, EveryOperatorTakesTheValueAsALiteral) {
       (void)AskAndCheck(Rows(FilterFor("word", op, text + "|" + text)));
     }
     (void)AskAndCheck(Rows(FilterFor("amount", "eq", text)));
-    (void)AskAndCheck(Rows(FilterFor("word", text, text)));
+    (void)AskAndCheck(Malformed(Rows(FilterFor("word", text, text))));
     (void)AskAndCheck(Rows(FilterFor(text, "flowfilter", text)));
   }
   EXPECT_GE(checked_, 10 * HostileTexts().size());
@@ -322,27 +324,30 @@ TEST_P(Hostile, ASearchFindsTheRowsThatHaveTheText) {
 TEST_P(Hostile, NamesOfAnyKindStayNames) {
   for (const std::string& text : HostileTexts()) {
     const std::string shown = EscapeXml(text);
-    for (const std::string& table : {"[TABLE]" + shown, "[VIEW]" + shown, "[APPVIEW]" + shown, shown,
-                                     "[" + shown + "]" + TableName(), "[TABLE]" + TableName() + shown}) {
-      for (const char* type : {"FieldList", "KeyList", "PrimaryKey"}) {
-        (void)AskAndCheck(Request(type, "<TableId>" + table + "</TableId>"));
-      }
-      (void)AskAndCheck(Request("TableData", "<TableId>" + table +
-                                                 "</TableId><PrimaryKey>id</PrimaryKey><PageSize>1"
-                                                 "</PageSize><Fields><Field><Id>id</Id></Field></Fields>"));
+    for (const auto& [table, hasKind] :
+         {std::pair("[TABLE]" + shown, true), std::pair("[VIEW]" + shown, true), std::pair("[APPVIEW]" + shown, true),
+          std::pair("[TABLE]" + TableName() + shown, true), std::pair(shown, false),
+          std::pair("[" + shown + "]" + TableName(), false)}) {
+      const auto ask = [&](const std::string& type, const std::string& elements) {
+        const std::string request = Request(type, "<TableId>" + table + "</TableId>" + elements);
+        (void)AskAndCheck(hasKind ? Message(request) : Malformed(request));
+      };
+      for (const char* type : {"FieldList", "KeyList", "PrimaryKey"}) ask(type, "");
+      ask("TableData", "<PrimaryKey>id</PrimaryKey><PageSize>1</PageSize><Fields><Field><Id>id</Id></Field></Fields>");
     }
     (void)AskAndCheck(Rows("", "<Field><Id>" + shown + "</Id></Field>"));
-    (void)AskAndCheck(Rows("<SortColumn>" + shown + "</SortColumn><SortDirection>" + shown + "</SortDirection>"));
-    (void)AskAndCheck(Rows("<Navigate>" + shown + "</Navigate>"));
+    (void)AskAndCheck(
+        Malformed(Rows("<SortColumn>" + shown + "</SortColumn><SortDirection>" + shown + "</SortDirection>")));
+    (void)AskAndCheck(Malformed(Rows("<Navigate>" + shown + "</Navigate>")));
     (void)AskAndCheck(Rows("<Key>" + KeyToText({"word", text}) + "</Key>"));
-    (void)AskAndCheck(Rows("<Key>" + shown + "</Key>"));
+    (void)AskAndCheck(Unchecked(Rows("<Key>" + shown + "</Key>")));
     (void)AskAndCheck(Rows(FilterFor(text, "eq", "1")));
     (void)AskAndCheck(Rows("<SearchString>a</SearchString><SearchFields><Field><Id>" + shown +
                            "</Id><SearchString>{0}</SearchString></Field></SearchFields>"));
-    (void)AskAndCheck(Request(shown));
-    (void)AskAndCheck(Request("TableData", "<TableId>[TABLE]" + TableName() + "</TableId><PageSize>" + shown +
-                                               "</PageSize><PrimaryKey>" + KeyToText({text}) +
-                                               "</PrimaryKey><Fields><Field><Id>id</Id></Field></Fields>"));
+    (void)AskAndCheck(Malformed(Request(shown)));
+    (void)AskAndCheck(Malformed(Request("TableData", "<TableId>[TABLE]" + TableName() + "</TableId><PageSize>" + shown +
+                                                         "</PageSize><PrimaryKey>" + KeyToText({text}) +
+                                                         "</PrimaryKey><Fields><Field><Id>id</Id></Field></Fields>")));
   }
   EXPECT_GE(checked_, 11 * HostileTexts().size());
 }

@@ -104,13 +104,13 @@ TEST(Lifecycle, WithoutADatabaseEveryRequestIsCodeOneThousand) {
   folders.Configure("Driver=No such driver");
   ServerProcess server(folders, {"/messagefile=" + folders.MessageFile()});
   QueueClient client(folders);
-  for (const std::string& request : {kPing, Request("TableList"), Request("nonsense")}) {
+  for (const Message& request : {Message(kPing), Message(Request("TableList")), Malformed(Request("nonsense"))}) {
     const XmlDocument answer = client.AskDocument(request);
     EXPECT_EQ(GetNodeText(answer, "/XML/Error"), "1000");
     EXPECT_EQ(GetNodeText(answer, "/XML/Message"),
               "The database connection is not open. The database configuration may be invalid.");
   }
-  EXPECT_EQ(GetNodeText(client.AskDocument(Request("Status")), "/XML/Error"), "1");
+  EXPECT_EQ(GetNodeText(client.AskDocument(Malformed(Request("Status"))), "/XML/Error"), "1");
   EXPECT_NE(ReadFileText(folders.MessageFile()).find("<Code>UnableToConnectDB</Code>"), std::string::npos);
   EXPECT_EQ(server.Stop(), 0);
 }

@@ -28,7 +28,7 @@ class Requests : public ::testing::Test {
   }
 
   /// The code and text of the error document that answers `request`.
-  std::pair<std::string, std::string> ErrorOf(const std::string& request) {
+  std::pair<std::string, std::string> ErrorOf(const Message& request) {
     const XmlDocument answer = client_->AskDocument(request);
     EXPECT_TRUE(answer.SelectSingleNode("/XML/Error")) << answer.Xml().substr(0, 500);
     return {GetNodeText(answer, "/XML/Error"), GetNodeText(answer, "/XML/Message")};
@@ -55,23 +55,23 @@ TEST_F(Requests, APingIsAnsweredWithTheDataSession) {
 }
 
 TEST_F(Requests, AMissingOrUnknownTypeIsCodeOne) {
-  EXPECT_EQ(ErrorOf("<XML/>"), (Result{"1", "Unknown message type: "}));
-  EXPECT_EQ(ErrorOf("<XML><Type/></XML>"), (Result{"1", "Unknown message type: "}));
-  EXPECT_EQ(ErrorOf(Request("Nonsense")), (Result{"1", "Unknown message type: Nonsense"}));
-  EXPECT_EQ(ErrorOf(Request("ping")), (Result{"1", "Unknown message type: ping"}));
-  EXPECT_EQ(ErrorOf(Request("Status")), (Result{"1", "Unknown message type: Status"}));
-  EXPECT_EQ(ErrorOf("<Other><Type>Ping</Type></Other>"), (Result{"1", "Unknown message type: "}));
+  EXPECT_EQ(ErrorOf(Malformed("<XML/>")), (Result{"1", "Unknown message type: "}));
+  EXPECT_EQ(ErrorOf(Malformed("<XML><Type/></XML>")), (Result{"1", "Unknown message type: "}));
+  EXPECT_EQ(ErrorOf(Malformed(Request("Nonsense"))), (Result{"1", "Unknown message type: Nonsense"}));
+  EXPECT_EQ(ErrorOf(Malformed(Request("ping"))), (Result{"1", "Unknown message type: ping"}));
+  EXPECT_EQ(ErrorOf(Malformed(Request("Status"))), (Result{"1", "Unknown message type: Status"}));
+  EXPECT_EQ(ErrorOf(Malformed("<Other><Type>Ping</Type></Other>")), (Result{"1", "Unknown message type: "}));
 }
 
 TEST_F(Requests, AMessageThatIsNoDocumentHasNoType) {
   const Result noType = {"1", "Unknown message type: "};
-  EXPECT_EQ(ErrorOf(""), noType);
-  EXPECT_EQ(ErrorOf("<XML><Type>Ping</Type>"), noType);
-  EXPECT_EQ(ErrorOf("Ping"), noType);
-  EXPECT_EQ(ErrorOf("<XML><Type>Ping</Type></XML><XML/>"), noType);
-  EXPECT_EQ(ErrorOf("<XML><Type>Ping\xFF</Type></XML>"), noType);
-  EXPECT_EQ(ErrorOf(std::string("<XML><Type>Pi\0ng</Type></XML>", 29)), noType);
-  EXPECT_EQ(ErrorOf("<!DOCTYPE XML [<!ENTITY a 'Ping'>]><XML><Type>&a;</Type></XML>"), noType);
+  for (const std::string& text :
+       {std::string(), std::string("<XML><Type>Ping</Type>"), std::string("Ping"),
+        std::string("<XML><Type>Ping</Type></XML><XML/>"), std::string("<XML><Type>Ping\xFF</Type></XML>"),
+        std::string("<XML><Type>Pi\0ng</Type></XML>", 29),
+        std::string("<!DOCTYPE XML [<!ENTITY a 'Ping'>]><XML><Type>&a;</Type></XML>")}) {
+    EXPECT_EQ(ErrorOf(Malformed(text)), noType) << text;
+  }
 }
 
 TEST_F(Requests, AnEntityBombDoesNotGoOff) {
@@ -80,19 +80,19 @@ TEST_F(Requests, AnEntityBombDoesNotGoOff) {
     const std::string previous = "&e" + std::to_string(i - 1) + ";";
     bomb += "<!ENTITY e" + std::to_string(i) + " '" + previous + previous + "'>";
   }
-  EXPECT_EQ(ErrorOf(bomb + "]><XML><Type>&e59;</Type></XML>").first, "1");
+  EXPECT_EQ(ErrorOf(Malformed(bomb + "]><XML><Type>&e59;</Type></XML>")).first, "1");
 }
 
 TEST_F(Requests, TenMegabytesOfTextAreAnswered) {
   const std::string text(10U * 1024 * 1024, 'x');
-  EXPECT_EQ(ErrorOf(text).first, "1");
-  EXPECT_EQ(ErrorOf(Request(text)).second.size(), text.size() + 22);
+  EXPECT_EQ(ErrorOf(Malformed(text)).first, "1");
+  EXPECT_EQ(ErrorOf(Malformed(Request(text))).second.size(), text.size() + 22);
   const auto [code, message] = ErrorOf(Customers("", "<Field><Id>" + text + "</Id></Field>"));
   EXPECT_EQ(code, "1000");
 }
 
 TEST_F(Requests, AMessageThatIsTooLargeIsRefused) {
-  const auto [code, message] = ErrorOf(std::string(kMaxMessageBytes + 1, ' '));
+  const auto [code, message] = ErrorOf(Malformed(std::string(kMaxMessageBytes + 1, ' ')));
   EXPECT_EQ(code, "1000");
   EXPECT_NE(message.find("16777216"), std::string::npos) << message;
   EXPECT_FALSE(std::filesystem::is_empty(folders_.Requests() + "/failed"));
@@ -101,16 +101,16 @@ TEST_F(Requests, AMessageThatIsTooLargeIsRefused) {
 TEST_F(Requests, DeepNestingIsAnswered) {
   std::string deep;
   for (int i = 0; i < 100'000; ++i) deep += "<a>";
-  EXPECT_EQ(ErrorOf(deep).first, "1");
+  EXPECT_EQ(ErrorOf(Malformed(deep)).first, "1");
 }
 
 TEST_F(Requests, MissingElementsAreErrorsThatSayWhatIsWrong) {
   for (const char* type : {"FieldList", "KeyList", "PrimaryKey", "TableData"}) {
-    const auto [code, message] = ErrorOf(Request(type));
+    const auto [code, message] = ErrorOf(Malformed(Request(type)));
     EXPECT_NE(code, "") << type;
     EXPECT_NE(message, "") << type;
   }
-  EXPECT_EQ(ErrorOf(Customers("", "")),
+  EXPECT_EQ(ErrorOf(Malformed(Customers("", ""))),
             (Result{"1000", "No fields specified on this form TableData[Get fields from form definition]"}));
 }
 
@@ -129,8 +129,8 @@ TEST_F(Requests, UnknownTablesAndFieldsAreNamed) {
 }
 
 TEST_F(Requests, AnUnknownOperatorIsRejectedByTheDatabase) {
-  const auto [code, message] = ErrorOf(Customers(
-      "<Filter><Condition><FieldId>no</FieldId><FilterOp>between</FilterOp><Filter>1</Filter></Condition></Filter>"));
+  const auto [code, message] = ErrorOf(Malformed(Customers(
+      "<Filter><Condition><FieldId>no</FieldId><FilterOp>between</FilterOp><Filter>1</Filter></Condition></Filter>")));
   EXPECT_LT(std::stol(code), 0);
   EXPECT_NE(message.find("SQL: SELECT"), std::string::npos) << message;
 }
@@ -141,9 +141,14 @@ TEST_F(Requests, BrokenPositionsAreRefused) {
   ASSERT_GT(position.size(), 8U);
   std::string wrong = position;
   wrong[0] = wrong[0] == '0' ? '7' : '0';
-  for (const std::string& broken : {position + "0", "xyz" + position, position.substr(0, position.size() - 2), wrong,
-                                    std::string("00"), std::string("FFFFFFFFFFFFFFFFFFFF"), position + position}) {
-    const auto [code, message] = ErrorOf(Customers("<Navigate>gotonext</Navigate><LastPos>" + broken + "</LastPos>"));
+  const auto behind = [](const std::string& text) {
+    return Customers("<Navigate>gotonext</Navigate><LastPos>" + text + "</LastPos>");
+  };
+  for (const Message& request :
+       {Malformed(behind(position + "0")), Malformed(behind("xyz" + position)),
+        Message(behind(position.substr(0, position.size() - 2))), Message(behind(wrong)), Message(behind("00")),
+        Message(behind("FFFFFFFFFFFFFFFFFFFF")), Message(behind(position + position))}) {
+    const auto [code, message] = ErrorOf(request);
     EXPECT_TRUE(message.ends_with(" TableData[Get positions]")) << message;
   }
   const auto [code, message] = ErrorOf(
@@ -156,9 +161,9 @@ TEST_F(Requests, NamesFullOfQuotesAndBracketsStayNames) {
        {std::string("[TABLE]customer\"; DROP TABLE customer; --"), std::string("[TABLE]\"customer\""),
         std::string("]][[\"'`;--/*"), std::string("[APPVIEW]x' or '1'='1"), std::string("[APPVIEW]'\"'\"]")}) {
     for (const char* type : {"FieldList", "KeyList", "PrimaryKey"}) {
-      (void)client_->AskDocument(Request(type, "<TableId>" + EscapeXml(name) + "</TableId>"));
+      (void)client_->AskDocument(Unchecked(Request(type, "<TableId>" + EscapeXml(name) + "</TableId>")));
     }
-    EXPECT_NE(ErrorOf(Request("FieldList", "<TableId>" + EscapeXml(name) + "</TableId>")).second, "");
+    EXPECT_NE(ErrorOf(Unchecked(Request("FieldList", "<TableId>" + EscapeXml(name) + "</TableId>"))).second, "");
     EXPECT_EQ(ErrorOf(Customers("", "<Field><Id>" + EscapeXml(name) + "</Id></Field>")).first, "1000");
     EXPECT_EQ(ErrorOf(Customers("<SortColumn>" + EscapeXml(name) + "</SortColumn>")).first, "1000");
   }

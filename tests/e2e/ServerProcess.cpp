@@ -1,5 +1,6 @@
 #include "e2e/ServerProcess.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -33,6 +34,8 @@ pid_t Spawn(const std::vector<std::string>& arguments) {
 
 int StatusOf(int waitStatus) { return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : -WTERMSIG(waitStatus); }
 
+bool IsExact(const std::string& argument) { return argument == "/exact" || argument == "exact"; }
+
 }  // namespace
 
 ServerFolders::ServerFolders() { std::filesystem::create_directories(Config()); }
@@ -65,6 +68,7 @@ ServerProcess::ServerProcess(const ServerFolders& folders, const std::vector<std
                                         "/inqueue=" + folders.Requests(),
                                         "/outqueue=" + folders.Results()};
   arguments.insert(arguments.end(), moreArguments.begin(), moreArguments.end());
+  folders.Watch().SetExact(std::ranges::any_of(moreArguments, IsExact));
   pid_ = Spawn(arguments);
 }
 
@@ -111,35 +115,35 @@ int RunProgram(const std::vector<std::string>& arguments) {
   return StatusOf(status);
 }
 
-QueueClient::QueueClient(const ServerFolders& folders) : requests_(CreateFolderQueue()), results_(folders.Results()) {
+QueueClient::QueueClient(const ServerFolders& folders)
+    : watch_(folders.Watch()), requests_(CreateFolderQueue()), results_(folders.Results()) {
   requests_->SetFolder(folders.Requests());
   requests_->Create();
 }
 
-std::string QueueClient::Send(const std::string& text) {
+std::string QueueClient::Send(const Message& request) {
   const std::string id = NewGuidText();
-  requests_->SetPackage(text);
+  watch_.Sent(id, request);
+  requests_->SetPackage(request.text);
   requests_->Send(id);
   return id;
 }
 
 std::string QueueClient::Receive(const std::string& id, std::chrono::seconds timeout) {
   auto answer = results_.Receive(id, timeout);
-  EXPECT_TRUE(answer) << "no answer in time";
+  if (answer) {
+    watch_.Received(id, *answer);
+  } else {
+    ADD_FAILURE() << "no answer in time";
+  }
   return answer.value_or("");
 }
 
-std::string QueueClient::Ask(const std::string& text, std::chrono::seconds timeout) {
-  return Receive(Send(text), timeout);
+std::string QueueClient::Ask(const Message& request, std::chrono::seconds timeout) {
+  return Receive(Send(request), timeout);
 }
 
-XmlDocument QueueClient::AskDocument(const std::string& text) {
-  const std::string answer = Ask(text);
-  XmlDocument document;
-  EXPECT_TRUE(document.LoadXML(answer)) << answer.substr(0, 1000);
-  EXPECT_NE(GetNodeText(document, "/XML/DataSession"), "") << answer.substr(0, 1000);
-  return document;
-}
+XmlDocument QueueClient::AskDocument(const Message& request) { return XmlDocument(Ask(request)); }
 
 std::string Request(const std::string& type, const std::string& elements) {
   return "<XML><Type>" + type + "</Type>" + elements + "</XML>";

@@ -10,6 +10,7 @@
 
 #include "platform/queue/Queue.h"
 #include "platform/xml/Xml.h"
+#include "support/MessageWatch.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods::test {
@@ -30,9 +31,12 @@ class ServerFolders {
   void Configure(const std::string& connectionString) const;
   /// All log files of the instance, one after the other.
   [[nodiscard]] std::string LogText() const;
+  /// What looks at the messages in the queues, on behalf of all their clients.
+  [[nodiscard]] MessageWatch& Watch() const { return *watch_; }
 
  private:
   TemporaryFolder root_;
+  std::shared_ptr<MessageWatch> watch_ = std::make_shared<MessageWatch>();
 };
 
 void WriteTextFile(const std::string& path, const std::string& text);
@@ -79,20 +83,22 @@ bool Eventually(Condition&& holds) {
 /// Runs a program and returns its exit status, or minus the number of the signal that ended it.
 int RunProgram(const std::vector<std::string>& arguments);
 
-/// A client of the two queue folders.
+/// A client of the two queue folders. Every request that is meant to be valid, and every response, is held against the
+/// schemas of docs/schema.
 class QueueClient {
  public:
   explicit QueueClient(const ServerFolders& folders);
 
-  /// Sends a text as a message and waits for its answer; fails the test and returns "" when none comes.
-  [[nodiscard]] std::string Ask(const std::string& text, std::chrono::seconds timeout = std::chrono::seconds(30));
-  /// Puts a text into the queue and returns its message id.
-  std::string Send(const std::string& text);
+  /// Sends a request and waits for its answer; fails the test and returns "" when none comes.
+  [[nodiscard]] std::string Ask(const Message& request, std::chrono::seconds timeout = std::chrono::seconds(30));
+  /// Puts a request into the queue and returns its message id.
+  std::string Send(const Message& request);
   [[nodiscard]] std::string Receive(const std::string& id, std::chrono::seconds timeout = std::chrono::seconds(30));
   /// The answer as a document; fails the test when it is not well-formed XML with a data session.
-  [[nodiscard]] XmlDocument AskDocument(const std::string& text);
+  [[nodiscard]] XmlDocument AskDocument(const Message& request);
 
  private:
+  MessageWatch& watch_;
   std::shared_ptr<Queue> requests_;
   AnswerFolder results_;
 };

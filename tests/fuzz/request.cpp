@@ -18,6 +18,7 @@
 #include "fuzz/Fuzz.h"
 #include "server/modConnect.h"
 #include "server/modDispatch.h"
+#include "support/MessageSchemas.h"
 #include "support/SqlTokens.h"
 #include "users/NavisionContext.h"
 
@@ -176,16 +177,16 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   ProductSession& product = SessionOf(NumberOf(data[0]));
   ods::DataSession& session = product.Renewed();
   const ods::XmlDocument request(InputText(data + 1, size - 1));
+  const std::string type = GetNodeText(request, "/XML/Type");
   ods::XmlDocument response;
   try {
-    const std::string type = GetNodeText(request, "/XML/Type");
     DispatchRequest(type, request, response, &session, &ods::FindHandler);
   } catch (const ods::Error& error) {
     FillErrorDocument(response, error.Number(), error.Description());
   }
-  StampResponse(response, "session");
-  Require(ods::GetNodeText(ods::XmlDocument(response.Xml()), "/XML/DataSession") == "session",
-          "every response is a document with its session", response.Xml());
+  StampResponse(response, "0A1B2C3D-0000-4000-8000-000000000001");
+  const std::string fault = FaultOfResponse(response.Xml(), type, session.exact != nullptr);
+  Require(fault.empty(), "every response is valid", fault);
   CheckStatements(product.Statements(), session);
   return 0;
 }

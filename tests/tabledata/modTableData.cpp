@@ -9,6 +9,7 @@
 #include "doubles/EndlessRows.h"
 #include "doubles/FakeSession.h"
 #include "support/RaisedErrors.h"
+#include "support/RunHandler.h"
 #include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
@@ -62,7 +63,7 @@ class Paging : public ::testing::Test {
     const XmlDocument request("<XML><Type>TableData</Type><TableId>[TABLE]t</TableId>" + elements + "<Fields>" +
                               fields + "</Fields></XML>");
     XmlDocument response;
-    TableData(request, response, fake_->session);
+    RunHandler("TableData", TableData, request, response, fake_->session);
     return response;
   }
   [[nodiscard]] const std::vector<std::string>& Statements() const { return fake_->connection->statements; }
@@ -443,7 +444,7 @@ TEST_F(Paging, AViewWithAFixedFieldListIsReadByName) {
       "<XML><TableId>[APPVIEW]v</TableId><PrimaryKey>No</PrimaryKey><PageSize>5</PageSize>"
       "<Fields><Field><Id>Name</Id></Field></Fields></XML>");
   XmlDocument response;
-  TableData(request, response, fake_->session);
+  RunHandler("TableData", TableData, request, response, fake_->session);
   EXPECT_EQ(GetNodeText(response, "/XML/Records/R/V[1]"), "Ann");
   EXPECT_EQ(GetNodeText(response, "/XML/Records/R/V[2]"), "1");
   EXPECT_EQ(GetNodeText(response, "/XML/Columns/Column[2]/DataType"), "3");

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "support/RaisedErrors.h"
+#include "support/RunHandler.h"
 #include "users/NavisionContext.h"
 
 namespace ods::test {
@@ -19,7 +20,7 @@ using ::testing::Not;
 std::string Authorized(FakeSession& fake, const std::string& elements) {
   const XmlDocument request("<XML><Type>Authorize</Type>" + elements + "</XML>");
   XmlDocument response("<XML><Old/></XML>");
-  ProcessAuthorize(request, response, fake.session);
+  RunHandler("Authorize", ProcessAuthorize, request, response, fake.session);
   return response.Xml();
 }
 

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "common/Text.h"
+#include "exact/ExactSession.h"
 #include "support/RaisedErrors.h"
+#include "support/RunHandler.h"
 #include "users/NavisionContext.h"
 
 namespace ods::test {
@@ -16,7 +18,7 @@ using ::testing::IsEmpty;
 std::string Initialized(FakeSession& fake, const std::string& elements = "") {
   const XmlDocument request("<XML><Type>Initialize</Type>" + elements + "</XML>");
   XmlDocument response("<XML><Old/></XML>");
-  ProcessInitialize(request, response, fake.session);
+  RunHandler("Initialize", ProcessInitialize, request, response, fake.session);
   return response.Xml();
 }
 
@@ -40,9 +42,10 @@ TEST(Initialize, WithoutAUserModeThereIsNoUserManagementOnAnyDatabase) {
 TEST(Initialize, ExactPagingSaysSoAndListsItsOperators) {
   for (const char* operators : {"", ",flowfilter"}) {
     FakeSession fake(*operators == 0 ? DatabaseKind::DbUnknown : DatabaseKind::DbNavision);
+    fake.session.exact = std::make_shared<ExactSession>();
     const XmlDocument request("<XML><Type>Initialize</Type></XML>");
     XmlDocument response;
-    ProcessExactInitialize(request, response, fake.session);
+    RunHandler("Initialize", ProcessExactInitialize, request, response, fake.session);
     const std::string all = operators + std::string(",null,notnull,between,contains,startswith,endswith");
     EXPECT_EQ(response.Xml(), ReplaceAll(Expected("0", "0", all), "</XML>", "<Exact>1</Exact></XML>"));
   }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "support/RaisedErrors.h"
+#include "support/RunHandler.h"
 #include "users/NavisionContext.h"
 
 namespace ods::test {
@@ -37,7 +38,7 @@ class UsersAndRoles : public ::testing::Test {
   std::string Answer() {
     const XmlDocument request("<XML><Type>UsersAndRoles</Type></XML>");
     XmlDocument response;
-    ProcessUsersAndRoles(request, response, fake_.session);
+    RunHandler("UsersAndRoles", ProcessUsersAndRoles, request, response, fake_.session);
     return response.Xml();
   }
 
