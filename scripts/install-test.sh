@@ -122,39 +122,41 @@ LEFT_OUT=(/var/lib/dpkg /var/lib/apt /var/cache/apt /var/cache/debconf /var/cach
   /var/log/dpkg.log /var/log/alternatives.log /etc/passwd- /etc/group- /etc/shadow- /etc/gshadow- /etc/.pwd.lock
   "$LOCKS")
 
+list_packages() { dpkg-query --show --showformat='${Package}:${Architecture} ${db:Status-Abbrev}\n' | grep --invert-match 'un $' | LC_ALL=C sort; }
+
 # list_system FILE: every path where packages and services leave something, the packages, and users and groups.
 list_system() {
   local path leave_out=(-name __pycache__)
   for path in "${LEFT_OUT[@]}"; do leave_out+=(-o -path "$path"); done
   {
     find /usr /etc /opt /srv /var/lib /var/log /var/cache /var/spool /run \( "${leave_out[@]}" \) -prune -o -printf '%M %u %g %p\n'
-    dpkg-query --show --showformat='package ${Package}:${Architecture} ${db:Status-Abbrev}\n' | grep --invert-match ' un $'
+    list_packages | tee "$1.packages" | sed 's/^/package /'
     sed 's/^/user /' /etc/passwd
     sed 's/^/group /' /etc/group
   } | LC_ALL=C sort >"$1"
 }
 
-packages_of() { sed --quiet 's/^package \([^ ]*\) .*/\1/p' "$1" | LC_ALL=C sort; }
-
 # purge: the packages, and what was installed because of them.
 purge() {
   local because=()
-  list_system "$folder/with"
-  mapfile -t because < <(LC_ALL=C comm -13 <(packages_of "$folder/before") <(packages_of "$folder/with"))
+  mapfile -t because < <(list_packages | LC_ALL=C comm -13 "$folder/before.packages" - | cut --delimiter=' ' --fields=1)
   env DEBIAN_FRONTEND=noninteractive apt-get purge --quiet --yes "${because[@]}" >"$folder/purge.log" 2>&1 ||
     { cat -- "$folder/purge.log" >&2; return 1; }
   installed=0
 }
 
-# compare_with_before: dies of whatever is there now and was not, or was and is not.
+# compare_with_before UID: dies of whatever is there now and was not, of what was and is not, and of what belongs to the
+# service's user, who is no more.
 compare_with_before() {
-  local uid=$1 differences owned
+  local differences
   list_system "$folder/after"
-  differences=$(diff "$folder/before" "$folder/after" | sed --quiet 's/^< /gone: /p; s/^> /left: /p')
-  owned=$(find /etc /home /opt /run /srv /tmp /usr /var -ignore_readdir_race -uid "$uid" 2>/dev/null | sed 's/^/left, of the removed user: /')
-  [[ -z $differences$owned ]] || die "the packages are removed, and this differs from before:"$'\n'"$differences$owned"
-  # Only others' servers may have mutexes here.
-  [[ ! -d $LOCKS ]] || [[ -n $(ls --almost-all "$LOCKS") ]] || die "$LOCKS is left, and empty"
+  differences=$(
+    diff "$folder/before" "$folder/after" | sed --quiet 's/^< /gone: /p; s/^> /left: /p'
+    find /etc /home /opt /run /srv /tmp /usr /var -ignore_readdir_race -uid "$1" -printf 'left, of the removed user: %p\n' 2>/dev/null
+    # Servers of others may have mutexes there.
+    [[ ! -d $LOCKS ]] || find "$LOCKS" -maxdepth 0 -empty -printf 'left: %p\n'
+  ) || true
+  [[ -z $differences ]] || die "the packages are removed, and this differs from before:"$'\n'"$differences"
 }
 
 # ------------------------------------------------------------------------------------------------------------- installing
@@ -188,21 +190,24 @@ check_rights() {
 
 unit_value() { sed --quiet "s/^$1=//p" "$UNIT"; }
 
-as_service() { runuser --user "$SERVICE_USER" -- "$@"; }
+# as_service COMMAND...: replaces this (sub)shell by the command, as systemd would run it by the unit: its user, without
+# further rights, with its mask. In the unit's own /tmp a driver's log goes with the service; here none is written.
+as_service() {
+  umask "$(unit_value UMask)"
+  cd /
+  exec env --ignore-environment PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 USER="$SERVICE_USER" ODBCSYSINI="$ODBCSYSINI" \
+    setpriv --reuid="$(unit_value User)" --regid="$(unit_value Group)" --init-groups --no-new-privs --inh-caps=-all \
+    --bounding-set=-all --pdeathsig=TERM -- "$@"
+}
+ask() { runuser --user "$SERVICE_USER" -- odbc-data-client "$@"; }
 
-# start_controller: as systemd would by the unit: its user without further rights, its mask and its folders.
+# start_controller: with the folders that systemd would make.
 start_controller() {
   local command
   read -ra command <<<"$(unit_value ExecStart)"
   install_folder "$STATE" "$(unit_value StateDirectoryMode)"
   install_folder "$RUNTIME" "$(unit_value RuntimeDirectoryMode)"
-  (
-    cd /
-    umask "$(unit_value UMask)"
-    exec env --ignore-environment PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 USER="$SERVICE_USER" \
-      setpriv --reuid="$(unit_value User)" --regid="$(unit_value Group)" --init-groups --no-new-privs --inh-caps=-all \
-      --bounding-set=-all --pdeathsig=TERM -- "${command[@]}"
-  ) 2>"$folder/controller.log" &
+  as_service "${command[@]}" 2>"$folder/controller.log" &
   controller=$!
   wait_until_ready "$controller" 30 odbc-data-controller status ||
     { cat -- "$folder/controller.log" >&2; odbc-data-controller status >&2 || true; die "the service does not come up"; }
@@ -257,12 +262,13 @@ command install --owner="$SERVICE_USER" --mode=0600 "$folder/postgresql/password
 cat >>"$CONFIGURATION/controller.toml" <<TOML
 [[source]]
 name = "company"
-connection = "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=$port;Database=sample;CommLog=0"
+connection = "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=$port;Database=sample"
 user = "sample"
 password_file = "company.password"
 servers = 2
 TOML
-as_service odbc-data-controller check
+use_own_driver_list "$folder/odbc"
+(as_service odbc-data-controller check)
 ! command -v systemctl >/dev/null || systemctl --quiet enable odbc-data-controller.service
 start_controller
 odbc-data-controller status --json >"$folder/status.json"
@@ -270,11 +276,11 @@ odbc-data-controller status
 did "configured and started the service"
 
 export ODBC_DATA_REQUESTS=$STATE/queues/company/requests ODBC_DATA_RESULTS=$STATE/queues/company/results
-database() { postgresql_client "$folder/postgresql" "$port" sample --quiet --no-align --tuples-only --command="$1"; }
-as_service odbc-data-client data customer --fields no,name,city --sort "city desc, no" --filter "name contains smi" --page-size 5
-as_service odbc-data-client data customer --count >"$folder/count"
+database() { postgresql_client "$folder/postgresql" "$port" sample --quiet --no-align --field-separator=$'\t' --tuples-only --command="$1"; }
+ask data customer --fields no,name,city --sort "city desc, no" --filter "name like A%" --page-size 5
+ask data customer --count >"$folder/count"
 database 'SELECT count(*) FROM customer' | same "numbers of rows" "$folder/count" -
-as_service odbc-data-client export order_line --output csv --lf >"$folder/order_line.csv"
+ask export order_line --output csv --lf >"$folder/order_line.csv"
 database 'COPY (SELECT * FROM order_line ORDER BY order_no, line_no) TO STDOUT (FORMAT csv, HEADER)' |
   same "exported rows" "$folder/order_line.csv" -
 did "asked for pages, and exported $(wc --lines <"$folder/order_line.csv") lines that are the database's own"
@@ -294,9 +300,9 @@ CMAKE
 read -ra flags <<<"$(pkg-config --static --cflags --libs odbc-data-client)"
 g++ -std=c++20 -o "$folder/client/by-pkg-config" "$folder/client/customers.cpp" "${flags[@]}" ||
   die "a client cannot be built on the library by pkg-config"
-database 'COPY (SELECT no, name FROM customer ORDER BY no) TO STDOUT' >"$folder/customers"
+database 'SELECT no, name FROM customer ORDER BY no' >"$folder/customers"
 for client in build/customers by-pkg-config; do
-  as_service "$folder/client/$client" "$ODBC_DATA_REQUESTS" "$ODBC_DATA_RESULTS" >"$folder/client/rows"
+  runuser --user "$SERVICE_USER" -- "$folder/client/$client" "$ODBC_DATA_REQUESTS" "$ODBC_DATA_RESULTS" >"$folder/client/rows"
   same "rows of a client of our own" "$folder/client/rows" "$folder/customers"
 done
 did "built a client on the library, by CMake and by pkg-config, and read $(wc --lines <"$folder/customers") rows with each"

@@ -16,5 +16,7 @@ rm --recursive --force -- build/package
 cpack --preset package
 rm --recursive --force -- build/package/_CPack_Packages
 say "lintian"
+temporary=$(mktemp --directory) # lintian leaves files behind
+trap 'rm --recursive --force -- "$temporary"' EXIT
 # They are no upload to Debian, where somebody would have asked for them by a bug report.
-lintian --allow-root --suppress-tags initial-upload-closes-no-bugs --fail-on error build/package/*.deb
+TMPDIR=$temporary lintian --allow-root --suppress-tags initial-upload-closes-no-bugs --fail-on error build/package/*.deb
