@@ -38,83 +38,6 @@ while (($#)); do
   shift
 done
 
-# ---------------------------------------------------------------------------------------------------- may it run at all?
-
-((EUID == 0)) || die "it takes root to install packages"
-refuse_if_used() {
-  local name path state
-  for name in "${NAMES[@]}"; do
-    state=$(dpkg-query --show --showformat='${db:Status-Status}' "$name" 2>/dev/null || true)
-    [[ -z $state || $state == not-installed ]] || die "$name is $state here, and would be purged: nothing was done"
-  done
-  for path in "$CONFIGURATION" "$STATE" "$RUNTIME"; do
-    [[ ! -e $path ]] || die "$path is there, and would be removed: nothing was done"
-  done
-  ! getent passwd "$SERVICE_USER" >/dev/null || die "the user $SERVICE_USER is there, and would be removed: nothing was done"
-}
-refuse_if_used
-
-mark=$SECONDS
-# did TEXT: what was done since the last time, and how many seconds it took.
-did() {
-  printf '    %3d s  %s\n' $((SECONDS - mark)) "$*"
-  mark=$SECONDS
-}
-
-if [[ -z $packages ]]; then
-  "$ODS_ROOT/scripts/package.sh"
-  packages=$ODS_ROOT/build/package
-  did "made the packages, and lintian found no error"
-fi
-generator=$ODS_ROOT/build/release/bin/odbc-sample-data
-[[ -x $generator ]] || build_preset package odbc-sample-data
-
-folder=$(mktemp --directory -- "${TMPDIR:-/tmp}/ods-install.XXXXXX")
-chmod 0711 -- "$folder"
-controller=
-installed=0
-# shellcheck disable=SC2317  # The trap below calls it.
-end_all() {
-  local status=$?
-  stop_controller || true
-  stop_servers
-  ((installed == 0)) || { purge >/dev/null 2>&1 && say "The packages are removed again"; } || true
-  rm --recursive --force -- "$folder"
-  exit "$status"
-}
-trap end_all EXIT
-
-# -------------------------------------------------------------------------------------------------- in a tree of its own
-
-if ((fresh)); then
-  install_packages debootstrap
-  # shellcheck source=/dev/null
-  suite=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
-  tree=$folder/tree
-  say "Fetching a minimal Debian ($suite)"
-  debootstrap --variant=minbase "$suite" "$tree" >"$folder/debootstrap.log" ||
-    { tail "$folder/debootstrap.log" >&2; die "no minimal Debian could be had"; }
-  did "fetched it"
-  cp --recursive /etc/apt/. "$tree/etc/apt"
-  cp /etc/resolv.conf "$tree/etc/resolv.conf"
-  mkdir --parents -- "$tree/ods/build/release/bin"
-  cp --recursive -- "$ODS_ROOT/scripts" "$ODS_ROOT/samples" "$tree/ods"
-  cp -- "$generator" "$tree/ods/build/release/bin"
-  cp --recursive -- "$packages" "$tree/ods/packages"
-  printf '#!/bin/sh\nexit 101\n' >"$tree/usr/sbin/policy-rc.d" # nothing is started that is only installed
-  chmod 0755 -- "$tree/usr/sbin/policy-rc.d"
-  # Processes and mounts of the tree end with this command.
-  # shellcheck disable=SC2016  # The shell within expands it.
-  unshare --mount --propagation private --pid --fork --kill-child bash -euc '
-    mount -t proc proc "$1/proc"
-    mount -t tmpfs tmpfs "$1/run"
-    mount -t tmpfs tmpfs "$1/dev/shm" 2>/dev/null || true
-    mkdir -m 1777 "$1/run/lock"
-    exec chroot "$1" env -i PATH="$PATH" LANG=C.UTF-8 TERM=dumb /ods/scripts/install-test.sh --bare --packages /ods/packages
-  ' bash "$tree"
-  exit
-fi
-
 # --------------------------------------------------------------------------------------------------------------- removing
 
 # What the lists below leave out: what apt, dpkg and their helpers write about any package, and what changes by itself.
@@ -161,7 +84,7 @@ compare_with_before() {
 
 # ------------------------------------------------------------------------------------------------------------- installing
 
-install() {
+install_packages_to_try() {
   local debs=("$packages"/*.deb)
   installed=1
   env DEBIAN_FRONTEND=noninteractive apt-get install --quiet --yes --no-remove --no-install-recommends "${debs[@]}" \
@@ -212,7 +135,7 @@ start_controller() {
   wait_until_ready "$controller" 30 odbc-data-controller status ||
     { cat -- "$folder/controller.log" >&2; odbc-data-controller status >&2 || true; die "the service does not come up"; }
 }
-install_folder() { command install --directory --owner="$SERVICE_USER" --group="$SERVICE_USER" --mode="$2" "$1"; }
+install_folder() { install --directory --owner="$SERVICE_USER" --group="$SERVICE_USER" --mode="$2" "$1"; }
 
 stop_controller() {
   local result=0
@@ -226,13 +149,93 @@ stop_controller() {
 # same WHAT FILE FILE: dies when the files differ.
 same() { cmp --quiet "$2" "$3" || { diff "$2" "$3" | head --lines=10 >&2; die "$1 differ from the database's"; }; }
 
+# ---------------------------------------------------------------------------------------------------- may it run at all?
+
+((EUID == 0)) || die "it takes root to install packages"
+refuse_if_used() {
+  local name path state
+  for name in "${NAMES[@]}"; do
+    state=$(dpkg-query --show --showformat='${db:Status-Status}' "$name" 2>/dev/null || true)
+    [[ -z $state || $state == not-installed ]] || die "$name is $state here, and would be purged: nothing was done"
+  done
+  for path in "$CONFIGURATION" "$STATE" "$RUNTIME"; do
+    [[ ! -e $path ]] || die "$path is there, and would be removed: nothing was done"
+  done
+  ! getent passwd "$SERVICE_USER" >/dev/null || die "the user $SERVICE_USER is there, and would be removed: nothing was done"
+}
+refuse_if_used
+
+mark=$SECONDS
+# did TEXT: what was done since the last time, and how many seconds it took.
+did() {
+  printf '    %3d s  %s\n' $((SECONDS - mark)) "$*"
+  mark=$SECONDS
+}
+
+if [[ -z $packages ]]; then
+  "$ODS_ROOT/scripts/package.sh"
+  packages=$ODS_ROOT/build/package
+  did "made the packages, and lintian found no error"
+fi
+generator=$ODS_ROOT/build/release/bin/odbc-sample-data
+[[ -x $generator ]] || build_preset package odbc-sample-data
+
+folder=$(mktemp --directory -- "${TMPDIR:-/tmp}/ods-install.XXXXXX")
+chmod 0711 -- "$folder"
+controller=
+installed=0
+# shellcheck disable=SC2317  # The trap below calls it.
+end_all() {
+  local status=$?
+  stop_controller || true
+  stop_servers
+  if ((installed)); then
+    if purge; then say "The packages are removed again"; else say "The packages could not be removed"; fi
+  fi
+  rm --recursive --force -- "$folder"
+  exit "$status"
+}
+trap end_all EXIT
+
+# -------------------------------------------------------------------------------------------------- in a tree of its own
+
+if ((fresh)); then
+  install_packages debootstrap
+  # shellcheck source=/dev/null
+  suite=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
+  tree=$folder/tree
+  say "Fetching a minimal Debian ($suite)"
+  debootstrap --variant=minbase --include=systemd "$suite" "$tree" >"$folder/debootstrap.log" ||
+    { tail "$folder/debootstrap.log" >&2; die "no minimal Debian could be had"; }
+  did "fetched it"
+  rm -- "$tree/etc/apt/sources.list"
+  cp --recursive /etc/apt/. "$tree/etc/apt"
+  cp /etc/resolv.conf "$tree/etc/resolv.conf"
+  mkdir --parents -- "$tree/ods/build/release/bin"
+  cp --recursive -- "$ODS_ROOT/scripts" "$ODS_ROOT/samples" "$tree/ods"
+  cp -- "$generator" "$tree/ods/build/release/bin"
+  cp --recursive -- "$packages" "$tree/ods/packages"
+  printf '#!/bin/sh\nexit 101\n' >"$tree/usr/sbin/policy-rc.d" # nothing is started that is only installed
+  chmod 0755 -- "$tree/usr/sbin/policy-rc.d"
+  # Processes and mounts of the tree end with this command.
+  # shellcheck disable=SC2016  # The shell within expands it.
+  unshare --mount --propagation private --pid --fork --kill-child bash -euc '
+    mount -t proc proc "$1/proc"
+    mount -t tmpfs tmpfs "$1/run"
+    mount -t tmpfs tmpfs "$1/dev/shm" 2>/dev/null || true
+    mkdir -m 1777 "$1/run/lock"
+    exec chroot "$1" env -i PATH="$PATH" LANG=C.UTF-8 TERM=dumb /ods/scripts/install-test.sh --bare --packages /ods/packages
+  ' bash "$tree"
+  exit
+fi
+
 # ------------------------------------------------------------------------------------------------------------ the test
 
 if ((bare)); then
   say "Nothing but the packages and what they ask for"
   list_system "$folder/before"
-  env DEBIAN_FRONTEND=noninteractive apt-get update --quiet >/dev/null
-  install
+  apt-get update --quiet >"$folder/update.log" 2>&1 || { cat -- "$folder/update.log" >&2; die "apt-get update failed"; }
+  install_packages_to_try
   check_programs
   did "installed them; every program finds its libraries"
   uid=$(id --user "$SERVICE_USER")
@@ -249,16 +252,17 @@ load_postgresql "$folder/postgresql" "$port" "$generator"
 did "started PostgreSQL with the sample company"
 
 list_system "$folder/before"
-install
+install_packages_to_try
 uid=$(id --user "$SERVICE_USER")
 check_programs
 check_rights "$CONFIGURATION/controller.toml" "640 root:$SERVICE_USER"
 check_rights "$LOCKS" "1777 root:root"
+! command -v systemd-analyze >/dev/null || systemd-analyze verify --man=no "$UNIT" || die "systemd does not take the unit"
 [[ ! -e $STATE ]] || die "the service was started before it was configured"
 [[ ! -e /etc/systemd/system/multi-user.target.wants/odbc-data-controller.service ]] || die "the service is enabled without being asked"
 did "installed the packages: $(cd -- "$packages" && printf '%s ' ./*.deb)"
 
-command install --owner="$SERVICE_USER" --mode=0600 "$folder/postgresql/password" "$CONFIGURATION/company.password"
+install --owner="$SERVICE_USER" --mode=0600 "$folder/postgresql/password" "$CONFIGURATION/company.password"
 cat >>"$CONFIGURATION/controller.toml" <<TOML
 [[source]]
 name = "company"
@@ -271,7 +275,6 @@ use_own_driver_list "$folder/odbc"
 (as_service odbc-data-controller check)
 ! command -v systemctl >/dev/null || systemctl --quiet enable odbc-data-controller.service
 start_controller
-odbc-data-controller status --json >"$folder/status.json"
 odbc-data-controller status
 did "configured and started the service"
 
