@@ -223,7 +223,8 @@ if ((fresh)); then
     mount -t proc proc "$1/proc"
     mount -t tmpfs tmpfs "$1/run"
     mount -t tmpfs tmpfs "$1/dev/shm" 2>/dev/null || true
-    mkdir -m 1777 "$1/run/lock"
+    mkdir -m 1777 "$1/run/lock" # as on a machine that systemd has started
+    mkdir "$1/run/systemd"
     exec chroot "$1" env -i PATH="$PATH" LANG=C.UTF-8 TERM=dumb /ods/scripts/install-test.sh --bare --packages /ods/packages
   ' bash "$tree"
   exit

@@ -15,6 +15,7 @@ say "Making the packages"
 rm --recursive --force -- build/package
 cpack --preset package
 rm --recursive --force -- build/package/_CPack_Packages
+cmake --preset release >/dev/null # which `cmake --install` is for: it must not lay anything out in /usr unasked
 say "lintian"
 temporary=$(mktemp --directory) # lintian leaves files behind
 trap 'rm --recursive --force -- "$temporary"' EXIT
