@@ -41,9 +41,9 @@ done
 # --------------------------------------------------------------------------------------------------------------- removing
 
 # What the lists below leave out: what apt, dpkg and their helpers write about any package, and what changes by itself.
-LEFT_OUT=(/var/lib/dpkg /var/lib/apt /var/cache/apt /var/cache/debconf /var/cache/ldconfig /var/cache/man /var/log/apt
-  /var/log/dpkg.log /var/log/alternatives.log /etc/passwd- /etc/group- /etc/shadow- /etc/gshadow- /etc/.pwd.lock
-  "$LOCKS")
+LEFT_OUT=(/var/lib/dpkg /var/lib/apt /var/lib/ucf /var/cache/apt /var/cache/debconf /var/cache/ldconfig /var/cache/man
+  /var/log/apt /var/log/dpkg.log /var/log/alternatives.log /etc/passwd- /etc/group- /etc/shadow- /etc/gshadow- /etc/.pwd.lock
+  /run/systemd/systemd-units-load "$LOCKS")
 
 list_packages() { dpkg-query --show --showformat='${Package}:${Architecture} ${db:Status-Abbrev}\n' | grep --invert-match 'un $' | LC_ALL=C sort; }
 
@@ -310,6 +310,13 @@ for client in build/customers by-pkg-config; do
   same "rows of a client of our own" "$folder/client/rows" "$folder/customers"
 done
 did "built a client on the library, by CMake and by pkg-config, and read $(wc --lines <"$folder/customers") rows with each"
+
+logs=$STATE/servers/company.1/Logs
+touch --date='40 days ago' -- "$logs/old.log"
+chown "$SERVICE_USER" -- "$logs/old.log"
+systemd-tmpfiles --clean odbc-data-controller.conf
+[[ ! -e $logs/old.log && -n $(ls "$logs") ]] || die "systemd-tmpfiles keeps old logs, or removes new ones"
+did "had old logs removed"
 
 stop_controller || die "the controller did not end in order"
 ! pgrep --uid "$uid" >/dev/null || die "processes of the service are left: $(pgrep --uid "$uid" --list-full)"
