@@ -186,7 +186,9 @@ void ReadConnection(TableReader& reader, const std::string& folder, Source& sour
   if (passwordFile.empty()) return;
   std::string password;
   if (const auto failure = Attempt([&] { password = ReadPasswordFile(Absolute(folder, passwordFile)); })) {
-    return reader.Wrong("password_file", "cannot be used. " + failure->Description());
+    std::string why = failure->Description();
+    if (why.ends_with('.')) why.pop_back();  // `Wrong` ends the sentence
+    return reader.Wrong("password_file", "cannot be used. " + why);
   }
   source.connection = WithConnectionValue(source.connection, "PWD", password);
 }

@@ -18,6 +18,10 @@ TEST_PACKAGES=(librapidcheck-dev python3 unixodbc odbc-postgresql odbc-mariadb p
 DESKTOP_PACKAGES=(xvfb openbox xdotool fonts-dejavu-core)
 # What builds and runs the sanitizer build and the fuzzers.
 SANITIZER_PACKAGES=(clang libclang-rt-dev)
+# What makes Debian packages and checks them.
+PACKAGE_PACKAGES=(dpkg-dev file lintian)
+# What the packages are tried with.
+INSTALL_TEST_PACKAGES=(g++ cmake ninja-build pkg-config odbc-postgresql postgresql procps)
 # What checks the sources.
 LINT_PACKAGES=(clang-format clang-tidy shellcheck python3)
 

@@ -24,7 +24,7 @@ cd -- "$ODS_ROOT"
 status=0
 
 say "shellcheck"
-find .ci scripts tests packaging -type f \( -name '*.sh' -o -name '*.bash-completion' -o -path .ci/run \) -print0 |
+find .ci scripts tests packaging -type f \( -name '*.sh' -o -name '*.bash-completion' -o -path .ci/run -o -path 'packaging/debian/p*' \) -print0 |
   xargs --null --no-run-if-empty shellcheck --external-sources || status=1
 
 say "clang-format"

@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # Everything that the tests need, then all tests: packages, the release and the sanitizer build, the sample company in
 # SQLite, PostgreSQL and MariaDB, ctest on both builds, the fuzzers for some seconds each, and the quick checks of the
-# sources. What comes later is built while the tests before it run.
+# sources; as root also the Debian packages, installed and removed again. What comes later is built while the tests before it
+# run.
 #
 #   --no-asan        leave out the build with the sanitizers and its tests
 #   --no-fuzz        leave out the fuzzers
+#   --no-install     leave out installing the packages
 #   --lint           check the sources with clang-tidy too, which takes minutes
-#   --filter REGEX   run only the tests whose names match, and no fuzzers
+#   --filter REGEX   run only the tests whose names match, no fuzzers, and install nothing
 #
 # The status is 0 only when everything passed. The database servers are this script's own and end with it.
 set -euo pipefail
@@ -16,21 +18,24 @@ set -euo pipefail
 asan=1
 lint=0
 fuzz=1
+install=1
 filter=
 ctest_options=(-j2 --no-tests=error)
 while (($#)); do
   case $1 in
     --no-asan) asan=0 ;;
     --no-fuzz) fuzz=0 ;;
+    --no-install) install=0 ;;
     --lint) lint=1 ;;
     --filter)
       (($# >= 2)) || die "--filter needs a regular expression"
       filter=$2
       ctest_options+=(--tests-regex "$filter")
       fuzz=0
+      install=0
       shift
       ;;
-    *) die "unknown option: $1 (known: --no-asan, --no-fuzz, --lint, --filter REGEX)" ;;
+    *) die "unknown option: $1 (known: --no-asan, --no-fuzz, --no-install, --lint, --filter REGEX)" ;;
   esac
   shift
 done
@@ -41,6 +46,11 @@ sanitized=()
 ((asan == 0)) || sanitized+=(all)
 ((fuzz == 0)) || sanitized+=(fuzzers)
 ((${#sanitized[@]} == 0)) || packages+=("${SANITIZER_PACKAGES[@]}")
+if ((install && EUID != 0)); then
+  say "The packages will not be installed: that takes root"
+  install=0
+fi
+((install == 0)) || packages+=("${PACKAGE_PACKAGES[@]}" "${INSTALL_TEST_PACKAGES[@]}")
 install_packages "${packages[@]}"
 
 folder=$(mktemp --directory -- "${TMPDIR:-/tmp}/ods-test.XXXXXX")
@@ -119,6 +129,7 @@ presets=("release$way")
 ((${#sanitized[@]} == 0)) || build_meanwhile asan "${sanitized[@]}"
 step "Tests of the release preset" run_ctest "release$way"
 step "Quick checks of the sources" "$ODS_ROOT/scripts/lint.sh" --quick
+((install == 0)) || step "Packages: make, install, use and remove them" "$ODS_ROOT/scripts/install-test.sh"
 if ((${#sanitized[@]})); then
   say "Waiting for the build of the asan preset"
   await_build asan

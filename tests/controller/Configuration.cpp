@@ -2,8 +2,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
+#include <grp.h>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "common/Attempt.h"
 #include "support/TemporaryFolder.h"
@@ -11,6 +15,7 @@
 namespace ods::controller {
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 const std::string kFolder = "/srv/conf";
@@ -153,6 +158,33 @@ TEST_F(PasswordFiles, OneThatOthersMayReadIsRefused) {
   }
 }
 
+/// What reading the file tells a process of another user: 0 nothing, 1 that it is somebody else's.
+int ReadAs(uid_t user, const std::function<std::string()>& mistake) {
+  const pid_t child = fork();
+  if (child == 0) {
+    if (setgroups(0, nullptr) != 0 || setgid(user) != 0 || setuid(user) != 0) _exit(2);
+    const std::string told = mistake();
+    if (told.empty()) _exit(0);
+    _exit(told.find("cannot be read") != std::string::npos || told.find("another user") != std::string::npos ? 1 : 3);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(PasswordFiles, RootReadsThoseOfTheServiceAndNobodyElseDoes) {
+  if (geteuid() != 0) GTEST_SKIP() << "It takes root to have the files of two users.";
+  constexpr uid_t kService = 65533;
+  constexpr uid_t kOther = 65534;
+  std::filesystem::permissions(folder_.Path(), std::filesystem::perms::others_exec, std::filesystem::perm_options::add);
+  Write("geheim\n", own_);
+  ASSERT_EQ(chown(path_.c_str(), kService, kService), 0);
+  const auto mistake = [this] { return LoadMistake(); };
+  EXPECT_EQ(LoadMistake(), "");
+  EXPECT_EQ(ReadAs(kService, mistake), 0);
+  EXPECT_EQ(ReadAs(kOther, mistake), 1);
+}
+
 TEST_F(PasswordFiles, OneThatIsNoneIsRefused) {
   EXPECT_THAT(LoadMistake(), HasSubstr("cannot be read"));
   Write("", own_);
@@ -161,7 +193,7 @@ TEST_F(PasswordFiles, OneThatIsNoneIsRefused) {
   EXPECT_THAT(LoadMistake(), HasSubstr("more than one line"));
   std::filesystem::remove(path_);
   std::filesystem::create_directory(path_);
-  EXPECT_THAT(LoadMistake(), HasSubstr("is not a plain file"));
+  EXPECT_THAT(LoadMistake(), EndsWith("is not a plain file."));
 }
 
 }  // namespace
