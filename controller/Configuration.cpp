@@ -13,6 +13,7 @@
 #include "common/Error.h"
 #include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/PrivateFile.h"
 #include "platform/system/System.h"
 
 namespace ods::controller {

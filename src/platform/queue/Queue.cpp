@@ -12,6 +12,7 @@
 
 #include "common/Error.h"
 #include "common/PercentCode.h"
+#include "platform/queue/MessageProblems.h"
 #include "platform/queue/QueueFolders.h"
 #include "platform/queue/WaitingMessages.h"
 #include "platform/system/FileHandle.h"
@@ -52,13 +53,6 @@ std::string RequireFileName(const std::string& id) {
 
 std::string IdOf(const std::string& fileName) {
   return PercentDecode(std::string_view(fileName).substr(0, fileName.size() - std::string_view(".xml").size()));
-}
-
-/// Ids come from clients; encoded they can stand in any text.
-std::string Shown(const std::string& id) { return "The message \"" + PercentEncode(id) + "\""; }
-
-std::string GivenUp(int tries) {
-  return "was given up: the server ended " + std::to_string(tries) + " times while it answered it.";
 }
 
 /// The message that the last poll returned.
@@ -253,11 +247,11 @@ Claim FolderQueue::TakeUnopened(const std::string& fileName, int failure) {
 
 Claim FolderQueue::TakeLocked(const std::string& fileName, FileHandle file, const FileFacts& facts) {
   if (facts.size > kMaxMessageBytes) {
-    return Reject(fileName, "is larger than " + std::to_string(kMaxMessageBytes) + " bytes.");
+    return Reject(fileName, problem::TooLarge());
   }
   const int tries = folder_->Tries(fileName);
   if (tries >= kMaxTries) {
-    const Claim claim = Reject(fileName, GivenUp(tries));
+    const Claim claim = Reject(fileName, problem::GivenUp(tries));
     if (claim == Claim::kTaken) folder_->ForgetTries(fileName);
     return claim;
   }
@@ -288,7 +282,7 @@ Claim FolderQueue::TakeAbandoned(const std::string& fileName) {
   const int tries = file ? folder_->CountTry(fileName) : 0;
   if (tries == 0) return Claim::kBusy;
   if (tries >= kMaxTries) {
-    if (!GiveUp(folder_->Cur(), fileName, GivenUp(tries))) {
+    if (!GiveUp(folder_->Cur(), fileName, problem::GivenUp(tries))) {
       return folder_->HasAllParts() ? Claim::kBusy : Claim::kFoldersGone;
     }
     folder_->ForgetTries(fileName);
@@ -308,7 +302,7 @@ Claim FolderQueue::TakeAbandoned(const std::string& fileName) {
 bool FolderQueue::GiveUp(const FileHandle& from, const std::string& fileName, const std::string& problem) {
   std::string id = IdOf(fileName);
   if (!folder_->MoveToFailed(from, fileName) || !MessageFileName(id)) return false;
-  std::string text = Shown(id) + " " + problem;
+  std::string text = ShownMessage(id) + " " + problem;
   taken_ = TakenMessage{.id = std::move(id), .problem = std::move(text), .fileName = fileName, .folder = folder_};
   return true;
 }
@@ -335,7 +329,7 @@ void FolderQueue::RemoveTaken() {
 std::string FolderQueue::Package() const {
   if (!taken_) RaiseOwn("The queue has no message: none was polled.");
   if (!taken_->problem.empty()) RaiseOwn(taken_->problem);
-  if (!package_) package_ = ReadWhole(taken_->file, kMaxMessageBytes, Shown(taken_->id));
+  if (!package_) package_ = ReadWhole(taken_->file, kMaxMessageBytes, ShownMessage(taken_->id));
   return *package_;
 }
 
@@ -410,10 +404,10 @@ void FolderQueue::Send(const std::string& id) {
     OpenFolders();
     failure = SendFile(fileName);
   }
-  if (failure == EEXIST) throw Error(error_number::kFileExists, Shown(id) + " is waiting already.");
+  if (failure == EEXIST) throw Error(error_number::kFileExists, ShownMessage(id) + " is waiting already.");
   if (failure == 0) return;
   throw Error(IsLackOfRoom(failure) ? error_number::kDiskFull : error_number::kOwn,
-              Shown(id) + " cannot be sent to the queue folder \"" + path_ + "\": " + SystemErrorText(failure));
+              ShownMessage(id) + " cannot be sent to the queue folder \"" + path_ + "\": " + SystemErrorText(failure));
 }
 
 int FolderQueue::SendFile(const std::string& fileName) const {
@@ -432,6 +426,8 @@ bool FolderQueue::CanSend() {
 }  // namespace
 
 std::shared_ptr<Queue> CreateFolderQueue() { return std::make_shared<FolderQueue>(); }
+
+bool Queue::CanCarry(const std::string& id) const { return MessageFileName(id).has_value(); }
 
 std::optional<std::string> MessageFileName(const std::string& id) {
   if (id.empty() || id.size() > kMaxEncodedId) return std::nullopt;
