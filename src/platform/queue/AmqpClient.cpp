@@ -1,8 +1,10 @@
 // The client's end of a broker: each answer comes by the connection that its request went by.
 #include <algorithm>
 #include <map>
+#include <thread>
 #include <utility>
 
+#include "common/Attempt.h"
 #include "common/Error.h"
 #include "platform/queue/Broker.h"
 #include "platform/queue/BrokerLink.h"
@@ -18,6 +20,8 @@ using std::chrono::milliseconds;
 constexpr std::size_t kMaxAnswerBytes = std::size_t{1} << 30U;
 /// How often a lost connection is noticed by whoever waits.
 constexpr milliseconds kLook{100};
+/// The pause before a request that was refused is sent again.
+constexpr milliseconds kAgain{50};
 /// A request is not answered that waits longer than its client; but never less than this.
 constexpr milliseconds kLeastExpiration{1000};
 
@@ -41,8 +45,7 @@ class AmqpClient final : public MessageClient {
 
  private:
   [[nodiscard]] bool MustGiveUp() const { return waiting_.giveUp && waiting_.giveUp(); }
-  void Publish(Pending& pending);
-  void PublishAgain(Pending& pending);
+  [[nodiscard]] std::string TrySend(Pending& pending);
   void TakeIn(LinkDelivery delivery);
 
   std::string queue_;
@@ -62,37 +65,36 @@ void AmqpClient::Send(const std::string& id, const std::string& text) {
                               .expiration = std::to_string(expiration.count()),
                               .body = text}};
   const auto end = Clock::now() + waiting_.timeout;
-  while (pending.connection == 0) {
+  while (true) {
+    std::string failure;
     if (link_.WaitUntilUp(kLook)) {
-      PublishAgain(pending);
-      if (pending.connection != 0) break;
+      failure = TrySend(pending);
+      if (failure.empty()) break;
+      std::this_thread::sleep_for(kAgain);
+    } else {
+      failure = link_.Failure();
     }
     if (MustGiveUp()) RaiseOwn("The sending of a request was given up.");
-    if (Clock::now() < end) continue;
-    const std::string failure = link_.Failure();
-    RaiseOwn(failure.empty() ? shown_ + ": The broker does not answer." : failure);
+    if (Clock::now() >= end) RaiseOwn(failure.empty() ? shown_ + ": The broker does not answer." : failure);
   }
   pending_.emplace(id, std::move(pending));
 }
 
-/// Raises what cannot be mended by sending it again, and what the link raises.
-void AmqpClient::Publish(Pending& pending) {
+/// Why a request could not be sent now; "" when the queue has it. A queue that is only just being made, or whose leader
+/// is being elected, refuses for a while.
+std::string AmqpClient::TrySend(Pending& pending) {
   const std::uint64_t connection = link_.Connection();
-  const AmqpOutcome outcome = link_.Publish(pending.request, waiting_.giveUp);
-  if (outcome == AmqpOutcome::kReturned) RaiseOwn("There is no such queue: " + shown_);
-  if (outcome == AmqpOutcome::kRefused) RaiseOwn("The queue does not take the request: " + shown_);
-  pending.connection = connection;
-}
-
-/// The same; a connection that is lost meanwhile leaves it to be sent once more.
-void AmqpClient::PublishAgain(Pending& pending) {
-  const std::uint64_t connection = link_.Connection();
-  try {
-    Publish(pending);
-  } catch (const Error&) {
-    if (connection != 0 && link_.Connection() == connection) throw;
-    pending.connection = 0;
+  AmqpOutcome outcome{};
+  if (const auto failure = Attempt([&] { outcome = link_.Publish(pending.request, waiting_.giveUp); })) {
+    return failure->Description();
   }
+  if (outcome == AmqpOutcome::kReturned) {
+    link_.Renew();  // which makes the queue, unless the URI says otherwise
+    return "There is no such queue: " + shown_;
+  }
+  if (outcome == AmqpOutcome::kRefused) return "The queue does not take the request: " + shown_;
+  pending.connection = connection;
+  return "";
 }
 
 void AmqpClient::TakeIn(LinkDelivery delivery) {
@@ -115,7 +117,7 @@ std::optional<std::string> AmqpClient::Receive(const std::string& id, millisecon
     const std::uint64_t connection = link_.Connection();
     // The answer would go to a connection that is no more.
     if (pending != pending_.end() && connection != 0 && pending->second.connection != connection) {
-      PublishAgain(pending->second);
+      (void)TrySend(pending->second);  // else with the next look
     }
     const auto rest = std::chrono::ceil<milliseconds>(end - Clock::now());
     if (auto delivery = link_.Receive(std::clamp(rest, milliseconds(0), kLook))) {

@@ -25,6 +25,8 @@ constexpr std::size_t kMaxShortText = 255;
 /// For how long a message that was put back is kept in hand.
 constexpr milliseconds kShortestPause{100};
 constexpr milliseconds kLongestPause{5000};
+/// How often an answer that its receiver refuses is tried again.
+constexpr int kMostRefusals = 3;
 
 /// What a request may call itself; none is taken for XML.
 constexpr auto kContentTypes = std::to_array<std::string_view>({"", "application/xml", "text/xml"});
@@ -174,7 +176,12 @@ bool AmqpQueue::Reply(const std::string& text) {
   if (taken_->delivery.connection != Link().Connection()) {
     RaiseOwn("The connection that the request came by is lost: the broker gives the request to a server again.");
   }
-  if (Link().Publish(AnswerTo(taken_->id, to, text), giveUp_) == AmqpOutcome::kConfirmed) return true;
+  const AmqpOutcome outcome = Link().Publish(AnswerTo(taken_->id, to, text), giveUp_);
+  if (outcome == AmqpOutcome::kConfirmed) return true;
+  // A queue may refuse because it has just been made; but no client holds up the others with one that always does.
+  if (outcome == AmqpOutcome::kRefused && taken_->putBack < kMostRefusals) {
+    RaiseOwn("The queue that the request names for its answer does not take it now.");
+  }
   throw Error(error_number::kFileNotFound,
               "The queue that the request names for its answer is not there, or does not take it.");
 }

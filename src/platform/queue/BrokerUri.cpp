@@ -127,25 +127,25 @@ void ReadOptions(std::string_view query, BrokerUri& uri) {
   }
 }
 
-void ReadUser(std::string_view text, BrokerUri& uri, bool& hasPassword) {
+void ReadUser(std::string_view text, BrokerUri& uri) {
   const std::size_t colon = text.find(':');
   uri.user = Decoded(text.substr(0, colon), "The user");
   if (uri.user.empty()) Refuse("The user is empty.");
-  hasPassword = colon != std::string_view::npos;
-  if (hasPassword) uri.password = Decoded(text.substr(colon + 1), "The password");
+  uri.holdsPassword = colon != std::string_view::npos;
+  if (uri.holdsPassword) uri.password = Decoded(text.substr(colon + 1), "The password");
   if (uri.user.size() > kMaxShortText) Refuse("The user is longer than 255 bytes.");
 }
 
 /// What hangs on more than one part.
-void Check(const BrokerUri& uri, bool hasPassword, bool hasUser) {
+void Check(const BrokerUri& uri, bool hasUser) {
   if (uri.queue.empty()) Refuse("It lacks the option queue, the name of the queue.");
   if (uri.queue.size() > kMaxQueueName) {
     Refuse("The name of the queue is longer than " + std::to_string(kMaxQueueName) + " bytes.");
   }
   if (!IsValidUtf8(uri.queue)) Refuse("The name of the queue is not UTF-8.");
   if (uri.queue.starts_with("amq.")) Refuse("Names of queues that begin with \"amq.\" are the broker's own.");
-  if (hasPassword && !uri.passwordFile.empty()) Refuse("It has a password and the option password-file.");
-  if (hasUser && !hasPassword && uri.passwordFile.empty()) {
+  if (uri.holdsPassword && !uri.passwordFile.empty()) Refuse("It has a password and the option password-file.");
+  if (hasUser && !uri.holdsPassword && uri.passwordFile.empty()) {
     Refuse("It has a user without a password. The password may stand behind the user, or in a file (password-file).");
   }
   const bool hasTlsOption = !uri.caFile.empty() || !uri.certificateFile.empty() || !uri.keyFile.empty() || !uri.verify;
@@ -186,11 +186,10 @@ BrokerUri ParseBrokerUri(const std::string& text) {
   if (!path.empty()) uri.vhost = Decoded(path, "The virtual host");
   if (uri.vhost.size() > kMaxShortText) Refuse("The virtual host is longer than 255 bytes.");
 
-  bool hasPassword = false;
   const std::size_t at = authority.find('@');
   const bool hasUser = at != std::string_view::npos;
   if (hasUser) {
-    ReadUser(authority.substr(0, at), uri, hasPassword);
+    ReadUser(authority.substr(0, at), uri);
     authority.remove_prefix(at + 1);
   }
   for (const std::string& host : Split(authority, ",")) {
@@ -198,7 +197,7 @@ BrokerUri ParseBrokerUri(const std::string& text) {
   }
   if (uri.hosts.size() > kMostHosts) Refuse("It names more than " + std::to_string(kMostHosts) + " hosts.");
   ReadOptions(query, uri);
-  Check(uri, hasPassword, hasUser);
+  Check(uri, hasUser);
   return uri;
 }
 

@@ -24,6 +24,7 @@ struct BrokerUri {
   std::vector<BrokerHost> hosts = {};  ///< of one cluster; at least one
   std::string user = "guest";
   std::string password = "guest";
+  bool holdsPassword = false;     ///< the text of the URI has it
   std::string passwordFile = {};  ///< "" when the URI itself has the password
   std::string vhost = "/";
   std::string queue = {};
