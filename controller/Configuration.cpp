@@ -204,10 +204,14 @@ void ReadFolder(TableReader& reader, std::string_view key, const std::string& fo
 void ReadQueue(TableReader& reader, std::string_view key, const std::string& folder, std::string& target) {
   std::string text;
   reader.Read(key, text);
-  if (!IsBrokerUri(text)) return ReadFolder(reader, key, folder, target);
+  if (text.empty()) return;
   QueueAddress address;
   if (const auto failure = Attempt([&] { address = ParseQueueAddress(text); })) {
     return reader.Wrong(key, "is wrong. " + failure->Description());
+  }
+  if (!address.broker) {
+    target = address.folder == text ? Absolute(folder, text) : text;
+    return;
   }
   const BrokerUri& uri = *address.broker;
   if (uri.holdsPassword) {

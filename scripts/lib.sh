@@ -301,10 +301,12 @@ CONF
   cat >"$folder/restart" <<SH
 #!/bin/sh
 . "$folder/environment"
+cd /
 exec setpriv $( ((EUID != 0)) || printf -- '--reuid=%s --regid=%s --init-groups' "$user" "$(id --group "$user")") -- \\
   /usr/lib/rabbitmq/bin/rabbitmqctl --quiet eval 'rabbit:stop(), rabbit:start().'
 SH
   chmod 0755 -- "$folder/restart" "$folder/environment"
+  chmod 0600 -- "$folder/password" "$folder/rabbitmq.conf"
   if ((EUID == 0)); then
     chown --recursive "$user" -- "$folder"
   fi

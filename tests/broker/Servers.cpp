@@ -153,7 +153,7 @@ TEST_F(Servers, FourOnOneQueueShareTheWorkAndAnyOfThemGivesTheNextPage) {
 
 TEST_F(Servers, HeartbeatsGoOnWhileAStatementRunsLong) {
   const Items items;
-  items.AddSlowView("20000000");  // some seconds; the broker gives up a connection that is silent for two
+  items.AddSlowView("12000000");  // some seconds; the broker gives up a connection that is silent for two
   const std::string requests = queues_->Requests("&heartbeat=1");
   ServerProcess server(items.Folders(), {"/inqueue=" + requests, "/outqueue=" + queues_->Results()});
   odbc_data::Client client({.requests = requests});
@@ -253,7 +253,7 @@ TEST_F(Servers, HostileMessagesGetAnErrorOrNothingAndTheServerLives) {
   add("time", AMQP_FIELD_KIND_TIMESTAMP).value.u64 = 1;
   add("void", AMQP_FIELD_KIND_VOID);
   add("x-delivery-count", AMQP_FIELD_KIND_UTF8).value.bytes = amqp_cstring_bytes("many");
-  std::vector<amqp_field_value_t> nest(2000);
+  std::vector<amqp_field_value_t> nest(24000);
   for (std::size_t i = 0; i < nest.size(); ++i) {
     nest[i].kind = AMQP_FIELD_KIND_ARRAY;
     nest[i].value.array = {i + 1 < nest.size() ? 1 : 0, i + 1 < nest.size() ? &nest[i + 1] : nullptr};
@@ -334,7 +334,7 @@ TEST_P(Killing, LosesNoRequest) {
   int twice = 0;
   int wrong = 0;
   int restarts = 0;
-  auto nextKill = Clock::now() + milliseconds(300);
+  auto nextKill = Clock::now() + milliseconds(100);
   auto lastAnswer = Clock::now();
   while (answered.size() < static_cast<std::size_t>(count) && Clock::now() - lastAnswer < seconds(60)) {
     std::string id;
@@ -356,7 +356,7 @@ TEST_P(Killing, LosesNoRequest) {
       server->Kill();
       server = start();
       ++kills;
-      nextKill = Clock::now() + milliseconds(50 + random() % 300);
+      nextKill = Clock::now() + milliseconds(byBroker ? 50 + random() % 300 : 10 + random() % 100);
     }
     const bool due = answered.size() * 3 >= static_cast<std::size_t>(count) * static_cast<std::size_t>(restarts + 1);
     if (byBroker && restarts < 2 && due) {

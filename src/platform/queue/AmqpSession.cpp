@@ -3,17 +3,15 @@
 #include <algorithm>
 #include <amqp.h>
 #include <amqp_framing.h>
-#include <amqp_ssl_socket.h>
 #include <amqp_tcp_socket.h>
-#include <array>
 #include <filesystem>
-#include <limits>
 #include <sys/time.h>
-#include <system_error>
 #include <utility>
-#include <vector>
 
 #include "common/Error.h"
+#include "platform/queue/AmqpFailure.h"
+#include "platform/queue/AmqpTable.h"
+#include "platform/queue/AmqpTls.h"
 #include "platform/system/System.h"
 
 namespace ods {
@@ -30,143 +28,10 @@ constexpr timeval kCloseTime{.tv_sec = 0, .tv_usec = 300000};
 constexpr std::int64_t kMostFailed = 10000;
 constexpr std::int64_t kMostFailedBytes = std::int64_t{1} << 30U;
 
-constexpr auto kAuthorityFiles =
-    std::to_array<const char*>({"/etc/ssl/certs/ca-certificates.crt", "/etc/pki/tls/certs/ca-bundle.crt"});
-
-[[noreturn]] void Fail(const std::string& what, const std::string& why) {
-  throw Error(error_number::kOwn, what + ": " + why);
-}
-
-void Require(int status, const std::string& what) {
-  if (status < 0) Fail(what, amqp_error_string2(status));
-}
-
-std::string TextOf(const amqp_bytes_t& bytes) {
-  return bytes.len == 0 ? std::string() : std::string(static_cast<const char*>(bytes.bytes), bytes.len);
-}
-
-/// The library takes what it only reads as something that may be written.
-amqp_bytes_t BytesOf(std::string_view text) { return {text.size(), const_cast<char*>(text.data())}; }
-
-std::string ClosingText(const amqp_method_t& method) {
-  if (method.id == AMQP_CONNECTION_CLOSE_METHOD) {
-    return TextOf(static_cast<const amqp_connection_close_t*>(method.decoded)->reply_text);
-  }
-  if (method.id == AMQP_CHANNEL_CLOSE_METHOD) {
-    return TextOf(static_cast<const amqp_channel_close_t*>(method.decoded)->reply_text);
-  }
-  return "the broker answered with the method " + std::to_string(method.id);
-}
-
-void Require(const amqp_rpc_reply_t& reply, const std::string& what) {
-  if (reply.reply_type == AMQP_RESPONSE_NORMAL) return;
-  if (reply.reply_type == AMQP_RESPONSE_SERVER_EXCEPTION) Fail(what, ClosingText(reply.reply));
-  Fail(what, amqp_error_string2(reply.library_error));
-}
-
-/// A table of arguments, and the entries that it points to.
-class Table {
- public:
-  void AddText(const char* name, std::string_view text) {
-    amqp_table_entry_t& entry = Entry(name, AMQP_FIELD_KIND_UTF8);
-    entry.value.value.bytes = BytesOf(text);
-  }
-  void AddNumber(const char* name, std::int64_t number) {
-    amqp_table_entry_t& entry = Entry(name, AMQP_FIELD_KIND_I64);
-    entry.value.value.i64 = number;
-  }
-  void AddTrue(const char* name) {
-    amqp_table_entry_t& entry = Entry(name, AMQP_FIELD_KIND_BOOLEAN);
-    entry.value.value.boolean = 1;
-  }
-  void AddTable(const char* name, const Table& table) {
-    amqp_table_entry_t& entry = Entry(name, AMQP_FIELD_KIND_TABLE);
-    entry.value.value.table = table.Get();
-  }
-  /// Valid while the object and the texts in it are as they are.
-  [[nodiscard]] amqp_table_t Get() const {
-    return {static_cast<int>(entries_.size()), const_cast<amqp_table_entry_t*>(entries_.data())};
-  }
-
- private:
-  amqp_table_entry_t& Entry(const char* name, amqp_field_value_kind_t kind) {
-    amqp_table_entry_t& entry = entries_.emplace_back();
-    entry.key = amqp_cstring_bytes(name);
-    entry.value.kind = static_cast<std::uint8_t>(kind);
-    return entry;
-  }
-
-  std::vector<amqp_table_entry_t> entries_;
-};
-
-/// A number that a broker may write in any of its integer types; 0 for anything else.
-std::uint64_t CountOf(const amqp_field_value_t& value) {
-  std::int64_t number = 0;
-  switch (value.kind) {
-    case AMQP_FIELD_KIND_I8:
-      number = value.value.i8;
-      break;
-    case AMQP_FIELD_KIND_U8:
-      number = value.value.u8;
-      break;
-    case AMQP_FIELD_KIND_I16:
-      number = value.value.i16;
-      break;
-    case AMQP_FIELD_KIND_U16:
-      number = value.value.u16;
-      break;
-    case AMQP_FIELD_KIND_I32:
-      number = value.value.i32;
-      break;
-    case AMQP_FIELD_KIND_U32:
-      number = value.value.u32;
-      break;
-    case AMQP_FIELD_KIND_I64:
-      number = value.value.i64;
-      break;
-    default:
-      break;
-  }
-  return static_cast<std::uint64_t>(std::max<std::int64_t>(number, 0));
-}
-
-std::uint64_t EarlierDeliveries(const amqp_table_t& headers) {
-  for (int i = 0; i < headers.num_entries; ++i) {
-    if (TextOf(headers.entries[i].key) == "x-delivery-count") return CountOf(headers.entries[i].value);
-  }
-  return 0;
-}
-
 struct ConnectionDeleter {
   void operator()(amqp_connection_state_t state) const noexcept { amqp_destroy_connection(state); }
 };
 using ConnectionHandle = std::unique_ptr<amqp_connection_state_t_, ConnectionDeleter>;
-
-std::string AuthorityFile(const BrokerUri& uri) {
-  if (!uri.caFile.empty()) return uri.caFile;
-  std::error_code unknown;
-  for (const char* file : kAuthorityFiles) {
-    if (std::filesystem::exists(file, unknown)) return file;
-  }
-  throw Error(error_number::kOwn, "No file of certificate authorities was found: name one with cacert.");
-}
-
-amqp_socket_t* MakeTlsSocket(amqp_connection_state_t connection, const BrokerUri& uri) {
-  amqp_socket_t* socket = amqp_ssl_socket_new(connection);
-  if (socket == nullptr) throw Error(error_number::kOwn, "The TLS library has no room for a connection.");
-  amqp_ssl_socket_set_verify_peer(socket, uri.verify ? 1 : 0);
-  amqp_ssl_socket_set_verify_hostname(socket, uri.verify ? 1 : 0);
-  Require(amqp_ssl_socket_set_ssl_versions(socket, AMQP_TLSv1_2, AMQP_TLSvLATEST), "The versions of TLS are refused");
-  if (uri.verify) {
-    const std::string file = AuthorityFile(uri);
-    Require(amqp_ssl_socket_set_cacert(socket, file.c_str()), "The authorities in \"" + file + "\" cannot be used");
-  }
-  if (!uri.certificateFile.empty()) {
-    Require(amqp_ssl_socket_set_key(socket, uri.certificateFile.c_str(), uri.keyFile.c_str()),
-            "The certificate \"" + uri.certificateFile + "\" and its key cannot be used");
-  }
-  return socket;
-}
 
 }  // namespace
 
@@ -195,7 +60,7 @@ class AmqpSession::Wire {
       amqp_frame_t frame;
       const int status = amqp_simple_wait_frame_noblock(Get(), &frame, &none);
       if (status == AMQP_STATUS_TIMEOUT) return;
-      Require(status, "The connection to the broker is lost");
+      RequireAmqp(status, "The connection to the broker is lost");
       Take(frame);
       amqp_maybe_release_buffers(Get());
     }
@@ -222,16 +87,16 @@ class AmqpSession::Wire {
     const bool mandatory = !publication.queue.starts_with(kDirectReplyTo);
     returned_ = false;
     outcome_.reset();
-    Require(amqp_basic_publish(Get(), kChannel, amqp_empty_bytes, BytesOf(publication.queue), mandatory ? 1 : 0, 0,
-                               &properties, BytesOf(publication.body)),
-            "The message cannot be sent to the broker");
+    RequireAmqp(amqp_basic_publish(Get(), kChannel, amqp_empty_bytes, BytesOf(publication.queue), mandatory ? 1 : 0, 0,
+                                   &properties, BytesOf(publication.body)),
+                "The message cannot be sent to the broker");
     ++published_;
   }
 
   void Settle(std::uint64_t tag, AmqpSettlement settlement) {
-    Require(settlement == AmqpSettlement::kDone ? amqp_basic_ack(Get(), kChannel, tag, 0)
-                                                : amqp_basic_reject(Get(), kChannel, tag, 0),
-            "A message cannot be settled with the broker");
+    RequireAmqp(settlement == AmqpSettlement::kDone ? amqp_basic_ack(Get(), kChannel, tag, 0)
+                                                    : amqp_basic_reject(Get(), kChannel, tag, 0),
+                "A message cannot be settled with the broker");
   }
 
   void Close() {
@@ -246,30 +111,30 @@ class AmqpSession::Wire {
   enum class Content : std::uint8_t { kNone, kDelivery, kReturned };
 
   [[nodiscard]] amqp_connection_state_t Get() const { return connection_.get(); }
-  void RequireReply(const std::string& what) const { Require(amqp_get_rpc_reply(Get()), what); }
+  void RequireReply(const std::string& what) const { RequireAmqp(amqp_get_rpc_reply(Get()), what); }
 
   void Open(const BrokerUri& uri, const BrokerHost& host) {
-    Require(amqp_set_handshake_timeout(Get(), &kAnswerTime), "The broker cannot be waited for");
-    Require(amqp_set_rpc_timeout(Get(), &kAnswerTime), "The broker cannot be waited for");
+    RequireAmqp(amqp_set_handshake_timeout(Get(), &kAnswerTime), "The broker cannot be waited for");
+    RequireAmqp(amqp_set_rpc_timeout(Get(), &kAnswerTime), "The broker cannot be waited for");
     amqp_socket_t* socket = uri.tls ? MakeTlsSocket(Get(), uri) : amqp_tcp_socket_new(Get());
     if (socket == nullptr) throw Error(error_number::kOwn, "There is no memory for a connection.");
     const timeval limit{.tv_sec = uri.connectSeconds, .tv_usec = 0};
-    Require(amqp_socket_open_noblock(socket, host.name.c_str(), host.port, &limit), "No connection");
+    RequireAmqp(amqp_socket_open_noblock(socket, host.name.c_str(), host.port, &limit), "No connection");
   }
 
   void LogIn(const BrokerUri& uri, const std::string& password) {
     const std::string program = std::filesystem::path(ExecutablePath()).filename().string();
     const std::string name = program + " " + std::to_string(CurrentProcessId());
-    Table capabilities;
+    AmqpTable capabilities;
     capabilities.AddTrue("consumer_cancel_notify");
-    Table properties;
+    AmqpTable properties;
     properties.AddText("product", program);
     properties.AddText("connection_name", name);
     properties.AddTable("capabilities", capabilities);
     const amqp_table_t table = properties.Get();
-    Require(amqp_login_with_properties(Get(), uri.vhost.c_str(), 1, kFrameBytes, uri.heartbeat, &table,
-                                       AMQP_SASL_METHOD_PLAIN, uri.user.c_str(), password.c_str()),
-            "The broker does not let the user in");
+    RequireAmqp(amqp_login_with_properties(Get(), uri.vhost.c_str(), 1, kFrameBytes, uri.heartbeat, &table,
+                                           AMQP_SASL_METHOD_PLAIN, uri.user.c_str(), password.c_str()),
+                "The broker does not let the user in");
   }
 
   void MakeReady(const BrokerUri& uri) {
@@ -280,12 +145,12 @@ class AmqpSession::Wire {
     amqp_basic_qos(Get(), kChannel, 0, 1, 0);
     RequireReply("The broker does not deliver messages one at a time");
     if (uri.declare) {
-      Table failed;
+      AmqpTable failed;
       failed.AddText("x-queue-type", "quorum");
       failed.AddNumber("x-max-length", kMostFailed);
       failed.AddNumber("x-max-length-bytes", kMostFailedBytes);
       Declare(uri.FailedQueue(), failed, false);
-      Table queue;
+      AmqpTable queue;
       const std::string failedQueue = uri.FailedQueue();
       queue.AddText("x-queue-type", "quorum");
       queue.AddNumber("x-delivery-limit", std::int64_t{uri.deliveryLimit});
@@ -297,7 +162,7 @@ class AmqpSession::Wire {
     }
   }
 
-  void Declare(const std::string& queue, const Table& arguments, bool passive) {
+  void Declare(const std::string& queue, const AmqpTable& arguments, bool passive) {
     amqp_queue_declare(Get(), kChannel, BytesOf(queue), passive ? 1 : 0, 1, 0, 0, arguments.Get());
     RequireReply("The queue \"" + queue + "\" cannot be used");
   }
@@ -337,10 +202,10 @@ class AmqpSession::Wire {
         }
         return;
       case AMQP_BASIC_CANCEL_METHOD:
-        Fail("The broker has ended the reading of the queue", "the queue was removed, or its machine is gone");
+        FailAmqp("The broker has ended the reading of the queue", "the queue was removed, or its machine is gone");
       case AMQP_CHANNEL_CLOSE_METHOD:
       case AMQP_CONNECTION_CLOSE_METHOD:
-        Fail("The broker has ended the connection", ClosingText(method));
+        FailAmqp("The broker has ended the connection", ClosingText(method));
       default:
         return;
     }

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
-#include <csignal>
 #include <deque>
 #include <exception>
 #include <mutex>
@@ -12,13 +11,13 @@
 #include <random>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include "common/Error.h"
 #include "common/Text.h"
+#include "platform/queue/BrokerThread.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/PrivateFile.h"
 
@@ -51,24 +50,6 @@ milliseconds WithJitter(milliseconds pause) {
   const auto spread = std::uniform_int_distribution<std::int64_t>(0, pause.count() / 2)(random);
   return milliseconds(pause.count() - spread);
 }
-
-/// All signals are the main thread's.
-class SignalsHeldBack {
- public:
-  SignalsHeldBack() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsHeldBack(const SignalsHeldBack&) = delete;
-  SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
-  SignalsHeldBack(SignalsHeldBack&&) = delete;
-  SignalsHeldBack& operator=(SignalsHeldBack&&) = delete;
-
- private:
-  sigset_t before_{};
-};
 
 struct Settling {
   std::uint64_t tag = 0;
@@ -104,7 +85,7 @@ struct BrokerLink::State {
 
   std::mutex mutex;
   std::condition_variable changed;
-  std::thread thread;
+  BrokerThread thread;
   std::string source;
   std::uint64_t connections = 0;  ///< made so far
   bool up = false;
@@ -272,8 +253,7 @@ bool BrokerLink::State::Pause(milliseconds pause) {
 
 BrokerLink::BrokerLink(BrokerUri uri, std::string source, std::size_t largestBody)
     : state_(std::make_shared<State>(std::move(uri), std::move(source), largestBody)) {
-  const SignalsHeldBack heldBack;
-  state_->thread = std::thread([state = state_] { state->Work(); });
+  state_->thread = BrokerThread([state = state_] { state->Work(); });
 }
 
 BrokerLink::~BrokerLink() {
@@ -286,17 +266,17 @@ BrokerLink::~BrokerLink() {
     if (state_->socket >= 0) shutdown(state_->socket, SHUT_RDWR);  // whatever it waits for ends now
     (void)state_->changed.wait_for(lock, kEnding, hasEnded);
   }
-  std::thread thread = std::move(state_->thread);
+  BrokerThread thread = std::move(state_->thread);
   const bool ended = state_->ended;
   state_->abandoned = !ended;
   if (!ended) ++Abandoned();
   lock.unlock();
   if (ended) {
-    thread.join();
+    thread.Join();
     return;
   }
   // It looks up a name, say, which nothing can end. It touches only what it owns with others.
-  thread.detach();
+  thread.Detach();
 }
 
 void BrokerLink::Consume(const std::string& source) {

@@ -82,7 +82,7 @@ enum class Claim {
 
 class FolderQueue final : public Queue {
  public:
-  FolderQueue() = default;
+  explicit FolderQueue(bool synced) : synced_(synced) {}
   ~FolderQueue() override;
   FolderQueue(const FolderQueue&) = delete;
   FolderQueue& operator=(const FolderQueue&) = delete;
@@ -114,6 +114,7 @@ class FolderQueue final : public Queue {
   Claim Reject(const std::string& fileName, const std::string& problem);
   [[nodiscard]] int SendFile(const std::string& fileName) const;
 
+  const bool synced_;
   std::string path_;
   std::shared_ptr<const QueueFolders> folder_;
   /// Made by the first poll: a queue that is only sent to needs no watch.
@@ -139,6 +140,7 @@ void FolderQueue::Create() {
   if (path_.empty()) RaiseOwn("The queue has no folder.");
   path_ = std::filesystem::absolute(path_).string();
   OpenFolders();
+  if (synced_ || folder_->WantsSync()) folder_->Sync();
   folder_->RemoveStaleParts();
   TakeCare();
 }
@@ -370,22 +372,26 @@ class OutgoingFile {
   OutgoingFile& operator=(OutgoingFile&&) = delete;
 
   /// Gives the system's error number, 0 when the message waits in `folder` as `fileName`.
-  int FillAndSend(std::string_view text, const FileHandle& folder, const std::string& fileName) {
+  /// @param synced the text is on the disk before anybody sees it, and its name before this returns
+  int FillAndSend(std::string_view text, const FileHandle& folder, const std::string& fileName, bool synced) {
     if (!file_) return failure_;
     QueueFolders::Share(file_, folder);
-    if (const int failure = Fill(text); failure != 0) return failure;
+    if (const int failure = Fill(text, synced); failure != 0) return failure;
     const int failure = MoveFile(tmp_, name_, folder, fileName);
     sent_ = failure == 0;
-    return failure;
+    return sent_ && synced ? Sync(folder) : failure;
   }
   /// Gives the system's error number, 0 when all of the text was written.
-  int Fill(std::string_view text) {
+  int Fill(std::string_view text, bool synced) {
     if (!file_) return failure_;
     if (const int failure = WriteAll(file_.Get(), text); failure != 0) return failure;
+    if (const int failure = synced ? Sync(file_) : 0; failure != 0) return failure;
     return file_.Close();
   }
 
  private:
+  static int Sync(const FileHandle& file) { return fsync(file.Get()) == 0 ? 0 : errno; }
+
   const FileHandle& tmp_;
   std::string name_;
   FileHandle file_;
@@ -411,13 +417,13 @@ void FolderQueue::Send(const std::string& id) {
 }
 
 int FolderQueue::SendFile(const std::string& fileName) const {
-  return OutgoingFile(folder_->Tmp()).FillAndSend(outgoing_, folder_->New(), fileName);
+  return OutgoingFile(folder_->Tmp()).FillAndSend(outgoing_, folder_->New(), fileName, synced_ || folder_->WantsSync());
 }
 
 bool FolderQueue::CanSend() {
   try {
     RequireFolders();
-    return OutgoingFile(folder_->Tmp()).Fill("x") == 0;
+    return OutgoingFile(folder_->Tmp()).Fill("x", false) == 0;
   } catch (const Error&) {
     return false;
   }
@@ -425,7 +431,7 @@ bool FolderQueue::CanSend() {
 
 }  // namespace
 
-std::shared_ptr<Queue> CreateFolderQueue() { return std::make_shared<FolderQueue>(); }
+std::shared_ptr<Queue> CreateFolderQueue(bool synced) { return std::make_shared<FolderQueue>(synced); }
 
 bool Queue::CanCarry(const std::string& id) const { return MessageFileName(id).has_value(); }
 

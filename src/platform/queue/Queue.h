@@ -60,7 +60,8 @@ class Queue : public Object {
 };
 
 /// A new queue over a folder.
-[[nodiscard]] std::shared_ptr<Queue> CreateFolderQueue();
+/// @param synced what was sent outlives the machine, as it does in every queue whose folder has a file "sync"
+[[nodiscard]] std::shared_ptr<Queue> CreateFolderQueue(bool synced = false);
 
 /// The file name of a message: its id, percent-encoded outside A-Z a-z 0-9 . _ - (a leading dot too), and ".xml".
 /// Nothing for an empty id and for one of more than 200 encoded bytes.

@@ -1,5 +1,6 @@
 #include "platform/queue/QueueChoice.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <system_error>
@@ -22,11 +23,14 @@ constexpr std::string_view kFileScheme = "file://";
 QueueAddress ParseFileUri(const std::string& text) {
   const std::string_view rest = std::string_view(text).substr(kFileScheme.size());
   if (!rest.starts_with('/')) Refuse(text, "the URI of a folder begins with \"file:///\".");
-  const auto path = DecodeUriPart(rest);
-  if (rest.find_first_of("?#") != std::string_view::npos || !path) {
-    Refuse(text, "it is no URI of a folder.");
+  const std::size_t queryAt = std::min(rest.find('?'), rest.size());
+  const std::string_view query = rest.substr(queryAt);
+  const auto path = DecodeUriPart(rest.substr(0, queryAt));
+  const bool known = query.empty() || query == "?sync=0" || query == "?sync=1";
+  if (rest.find('#') != std::string_view::npos || !path || !known) {
+    Refuse(text, "it is no URI of a folder; the only option is \"?sync=1\".");
   }
-  return {.folder = *path};
+  return {.synced = query == "?sync=1", .folder = *path};
 }
 
 /// A queue that knows only with its address what it is.
@@ -34,7 +38,7 @@ class ChosenQueue final : public Queue {
  public:
   void SetFolder(const std::string& folder) override {
     const QueueAddress address = ParseQueueAddress(folder);
-    queue_ = address.broker ? CreateBrokerQueue() : CreateFolderQueue();
+    queue_ = address.broker ? CreateBrokerQueue() : CreateFolderQueue(address.synced);
     queue_->WhileWaiting(giveUp_);
     queue_->SetFolder(address.broker ? folder : address.folder);
   }
@@ -65,9 +69,9 @@ class ChosenQueue final : public Queue {
 
 class FolderClient final : public MessageClient {
  public:
-  FolderClient(const std::string& requests, const std::string& results)
-      : requests_(CreateFolderQueue()), results_(results) {
-    requests_->SetFolder(requests);
+  FolderClient(const QueueAddress& requests, const std::string& results)
+      : requests_(CreateFolderQueue(requests.synced)), results_(results) {
+    requests_->SetFolder(requests.folder);
     requests_->Create();
   }
 
@@ -89,7 +93,7 @@ class FolderClient final : public MessageClient {
 QueueAddress ParseQueueAddress(const std::string& text) {
   if (IsBrokerUri(text)) {
     RequireBrokerSupport();
-    return {.folder = "", .broker = ParseBrokerUri(text)};
+    return {.broker = ParseBrokerUri(text)};
   }
   if (ToLower(text.substr(0, kFileScheme.size())) == kFileScheme) return ParseFileUri(text);
   return {.folder = text};
@@ -112,7 +116,7 @@ std::unique_ptr<MessageClient> CreateMessageClient(const std::string& requests, 
   if (!to.broker) {
     const QueueAddress from = ParseQueueAddress(results);
     if (from.broker) Refuse(from.Shown(), "requests to a folder are answered in a folder.");
-    return std::make_unique<FolderClient>(to.folder, from.folder);
+    return std::make_unique<FolderClient>(to, from.folder);
   }
   if (!results.empty()) Refuse(to.Shown(), "a broker brings the answers by itself. Name no place for them.");
   return CreateBrokerClient(*to.broker, waiting);

@@ -13,6 +13,7 @@ namespace ods {
 
 /// Where a queue is.
 struct QueueAddress {
+  bool synced = false;      ///< what is sent to the folder outlives the machine
   std::string folder = {};  ///< "" for a queue of a broker
   std::optional<BrokerUri> broker = {};
 
@@ -20,8 +21,8 @@ struct QueueAddress {
   [[nodiscard]] std::string Shown() const { return broker ? broker->Shown() : folder; }
 };
 
-/// A path of a folder, "file:///path", or the URI of a queue of a broker. Raises error 1000 for a broken URI, and for
-/// one of a broker in a build that knows none.
+/// A path of a folder, "file:///path" (maybe with "?sync=1"), or the URI of a queue of a broker. Raises error 1000 for
+/// a broken URI, and for one of a broker in a build that knows none.
 [[nodiscard]] QueueAddress ParseQueueAddress(const std::string& text);
 /// True when both are one queue, however they are written.
 [[nodiscard]] bool IsSameQueue(const QueueAddress& one, const QueueAddress& other);

@@ -133,6 +133,9 @@ TEST(QueueAddress, IsAFolderAFileUriOrABroker) {
   EXPECT_EQ(ParseQueueAddress("/srv/requests").folder, "/srv/requests");
   EXPECT_EQ(ParseQueueAddress("amqp.folder").folder, "amqp.folder");
   EXPECT_EQ(ParseQueueAddress("file:///srv/re%20quests").folder, "/srv/re quests");
+  EXPECT_FALSE(ParseQueueAddress("file:///srv/requests").synced);
+  EXPECT_TRUE(ParseQueueAddress("file:///srv/requests?sync=1").synced);
+  EXPECT_EQ(ParseQueueAddress("file:///srv/requests?sync=1").folder, "/srv/requests");
   EXPECT_EQ(RaisedBy([] { (void)ParseQueueAddress("file://host/x"); }).Number(), 1000);
   EXPECT_EQ(RaisedBy([] { (void)ParseQueueAddress("file:///a?b"); }).Number(), 1000);
   EXPECT_EQ(RaisedBy([] { (void)ParseQueueAddress("file:///a%zz"); }).Number(), 1000);
