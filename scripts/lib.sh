@@ -313,11 +313,12 @@ SH
   run_rabbitmq "$folder"
 }
 
-# rabbitmq_environment FOLDER PORT EPMD-PORT NODE: the settings of a node as shell commands.
+# rabbitmq_environment FOLDER PORT EPMD-PORT NODE [HOME]: the settings of a node as shell commands. Nodes of one cluster
+# have one home, in which the cookie lies that they know each other by.
 rabbitmq_environment() {
-  local folder=$1 port=$2
+  local folder=$1 port=$2 home=${5:-$1}
   cat <<SH
-export HOME="$folder" ERL_EPMD_PORT=$3 ERL_EPMD_ADDRESS=127.0.0.1
+export HOME="$home" ERL_EPMD_PORT=$3 ERL_EPMD_ADDRESS=127.0.0.1
 export RABBITMQ_NODENAME=$4 RABBITMQ_DIST_PORT=$((port + 20000)) RABBITMQ_CONFIG_FILE="$folder/rabbitmq"
 export RABBITMQ_MNESIA_BASE="$folder/data" RABBITMQ_LOGS=- RABBITMQ_PID_FILE="$folder/pid"
 export RABBITMQ_ENABLED_PLUGINS_FILE="$folder/plugins" RABBITMQ_CONF_ENV_FILE=/dev/null

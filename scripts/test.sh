@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Everything that the tests need, then all tests: packages, the release and the sanitizer build, the sample company in
-# SQLite, PostgreSQL and MariaDB, a RabbitMQ broker, ctest on both builds, the fuzzers for some seconds each, and the quick checks of the
-# sources. What comes later is built while the tests before it run.
+# SQLite, PostgreSQL and MariaDB, a RabbitMQ broker, ctest on both builds, the fuzzers for some seconds each, and the
+# quick checks of the sources. What comes later is built while the tests before it run.
 #
 #   --no-asan        leave out the build with the sanitizers and its tests
 #   --no-fuzz        leave out the fuzzers

@@ -1,5 +1,6 @@
 // Real servers on queues of a real broker: every request, several servers, and what ends, breaks or attacks them.
 #include <chrono>
+#include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -313,8 +314,11 @@ int FromEnvironment(const char* name, int standard) {
 TEST_P(Killing, LosesNoRequest) {
   const bool byBroker = GetParam();
   const int count = FromEnvironment("ODS_TEST_BROKER_REQUESTS", 1500);
+  const int wanted = FromEnvironment("ODS_TEST_BROKER_RESTARTS", 2);
   const Items items;
-  const Addresses addresses = byBroker ? Addresses{queues_->Requests(), queues_->Results()}
+  // While the broker comes back answers wait to be confirmed, and servers are killed over the same requests again and
+  // again: that counts as theirs, which is tested by itself.
+  const Addresses addresses = byBroker ? Addresses{queues_->Requests("&delivery-limit=100"), queues_->Results()}
                                        : Addresses{items.Folders().Requests(), items.Folders().Results()};
   const auto start = [&] {
     return std::make_unique<ServerProcess>(
@@ -358,8 +362,9 @@ TEST_P(Killing, LosesNoRequest) {
       ++kills;
       nextKill = Clock::now() + milliseconds(byBroker ? 50 + random() % 300 : 10 + random() % 100);
     }
-    const bool due = answered.size() * 3 >= static_cast<std::size_t>(count) * static_cast<std::size_t>(restarts + 1);
-    if (byBroker && restarts < 2 && due) {
+    const bool due = answered.size() * static_cast<std::size_t>(wanted + 1) >=
+                     static_cast<std::size_t>(count) * static_cast<std::size_t>(restarts + 1);
+    if (byBroker && restarts < wanted && due) {
       if (restart.joinable()) restart.join();
       restart = std::thread([] { EXPECT_EQ(RunProgram({BrokerFile("restart")}), 0); });
       ++restarts;
@@ -370,7 +375,8 @@ TEST_P(Killing, LosesNoRequest) {
   std::cout << count << " requests, " << answered.size() << " answered, " << twice << " of them twice, " << wrong
             << " wrong, " << kills << " servers killed, " << restarts << " restarts of the broker\n";
   EXPECT_EQ(answered.size(), static_cast<std::size_t>(count));
-  for (auto& server : servers) EXPECT_EQ(server->Stop(), 0);
+  // The last ones may not have come to where they see a signal.
+  for (auto& server : servers) EXPECT_THAT(server->Stop(), testing::AnyOf(0, -SIGTERM));
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Killing, testing::Bool(),
