@@ -17,7 +17,6 @@
 #include <string>
 #include <thread>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 #include "RunningServer.h"

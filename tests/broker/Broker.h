@@ -4,7 +4,6 @@
 #include <amqp.h>
 #include <amqp_framing.h>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>

@@ -92,7 +92,7 @@ class AmqpQueue final : public Queue {
   [[nodiscard]] bool CanCarry(const std::string& id) const override {
     return !id.empty() && id.size() <= kMaxShortText;
   }
-  void WhileWaiting(std::function<bool()> giveUp) override { giveUp_ = std::move(giveUp); }
+  void WhileWaiting(const std::function<bool()>& giveUp) override { giveUp_ = giveUp; }
 
  private:
   [[nodiscard]] BrokerLink& Link() const {

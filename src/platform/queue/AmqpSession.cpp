@@ -4,6 +4,7 @@
 #include <amqp.h>
 #include <amqp_framing.h>
 #include <amqp_tcp_socket.h>
+#include <deque>
 #include <filesystem>
 #include <sys/time.h>
 #include <utility>

@@ -6,13 +6,10 @@ namespace ods {
 
 namespace {
 
-/// A number that a broker may write in any of its integer types; 0 for anything else.
+/// A number that a broker may write in any of its longer integer types; 0 for anything else.
 std::uint64_t CountOf(const amqp_field_value_t& value) {
   std::int64_t number = 0;
   switch (value.kind) {
-    case AMQP_FIELD_KIND_I8:
-      number = value.value.i8;
-      break;
     case AMQP_FIELD_KIND_U8:
       number = value.value.u8;
       break;

@@ -56,7 +56,7 @@ class Queue : public Object {
   /// True when a message can have that id.
   [[nodiscard]] virtual bool CanCarry(const std::string& id) const;
   /// Something to be done some fifty times a second while a broker is waited for; true gives the waiting up.
-  virtual void WhileWaiting([[maybe_unused]] std::function<bool()> giveUp) {}
+  virtual void WhileWaiting([[maybe_unused]] const std::function<bool()>& giveUp) {}
 };
 
 /// A new queue over a folder.

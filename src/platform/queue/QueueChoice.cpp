@@ -52,8 +52,8 @@ class ChosenQueue final : public Queue {
   void Answered() override { Chosen().Answered(); }
   void PutBack() override { Chosen().PutBack(); }
   [[nodiscard]] bool CanCarry(const std::string& id) const override { return Chosen().CanCarry(id); }
-  void WhileWaiting(std::function<bool()> giveUp) override {
-    giveUp_ = std::move(giveUp);
+  void WhileWaiting(const std::function<bool()>& giveUp) override {
+    giveUp_ = giveUp;
     if (queue_) queue_->WhileWaiting(giveUp_);
   }
 
