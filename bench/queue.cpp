@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <stdlib.h>
 #include <string>
 
@@ -33,6 +34,8 @@ class BenchFolder {
     queue->Create();
     return queue;
   }
+  /// From the next `Open` on.
+  void WantSync() const { std::ofstream(path_ + "/sync").close(); }
   /// `count` small messages, made without the queue object so that the setting up is quick.
   void Fill(std::int64_t count) const {
     for (std::int64_t i = 0; i < count; ++i) {
@@ -63,9 +66,10 @@ void PollWithOthersWaiting(benchmark::State& state) {
 }
 BENCHMARK(PollWithOthersWaiting)->Arg(0)->Arg(1000)->Arg(100000)->Iterations(kPolls)->Unit(benchmark::kMicrosecond);
 
-/// One message sent, polled, read and removed.
+/// One message sent, polled, read and removed; with `range(1)` on the disk before it can be seen.
 void SendAndPoll(benchmark::State& state) {
   const BenchFolder folder;
+  if (state.range(1) != 0) folder.WantSync();
   const auto sender = folder.Open();
   const auto server = folder.Open();
   sender->SetPackage(std::string(static_cast<std::size_t>(state.range(0)), 'x'));
@@ -77,7 +81,11 @@ void SendAndPoll(benchmark::State& state) {
   }
   state.SetBytesProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(SendAndPoll)->Arg(100)->Arg(100000)->Arg(10000000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(SendAndPoll)
+    ->ArgNames({"bytes", "sync"})
+    ->ArgsProduct({{100, 100000, 10000000}, {0, 1}})
+    ->Unit(benchmark::kMicrosecond)
+    ->UseRealTime();
 
 }  // namespace
 

@@ -35,6 +35,10 @@ write_basic_package_version_file(OdbcDataClientConfigVersion.cmake COMPATIBILITY
 install(FILES ${PROJECT_BINARY_DIR}/OdbcDataClientConfig.cmake ${PROJECT_BINARY_DIR}/OdbcDataClientConfigVersion.cmake
   DESTINATION ${library_folder} COMPONENT client-library)
 file(RELATIVE_PATH from_pkgconfig_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+set(amqp_requirement)
+if(WITH_AMQP)
+  set(amqp_requirement ", librabbitmq")
+endif()
 configure_file(cmake/odbc-data-client.pc.in odbc-data-client.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/odbc-data-client.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT client-library)

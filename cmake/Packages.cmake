@@ -54,6 +54,9 @@ server, and tables read page by page, in C++20. For CMake it is the target
 OdbcDataClient::client of the package OdbcDataClient; pkg-config knows it as
 odbc-data-client.]])
 set(CPACK_DEBIAN_CLIENT-LIBRARY_PACKAGE_DEPENDS libpugixml-dev)
+if(WITH_AMQP)
+  string(APPEND CPACK_DEBIAN_CLIENT-LIBRARY_PACKAGE_DEPENDS ", librabbitmq-dev")
+endif()
 set(CPACK_DEBIAN_CLIENT-LIBRARY_PACKAGE_SUGGESTS "odbc-data-server (= ${package_version})")
 
 if(WITH_UI)

@@ -13,6 +13,8 @@
 #include "common/Error.h"
 #include "common/Files.h"
 #include "common/Text.h"
+#include "platform/queue/QueueChoice.h"
+#include "platform/system/PrivateFile.h"
 #include "platform/system/System.h"
 
 namespace ods::controller {
@@ -199,6 +201,32 @@ void ReadFolder(TableReader& reader, std::string_view key, const std::string& fo
   if (!text.empty()) target = Absolute(folder, text);
 }
 
+/// A folder, or the URI of a queue of a broker. Servers get it on their command line, which everybody on the machine
+/// may read, and run in a folder of their own.
+void ReadQueue(TableReader& reader, std::string_view key, const std::string& folder, std::string& target) {
+  std::string text;
+  reader.Read(key, text);
+  if (text.empty()) return;
+  QueueAddress address;
+  if (const auto failure = Attempt([&] { address = ParseQueueAddress(text); })) {
+    return reader.Wrong(key, "is wrong. " + failure->Description());
+  }
+  if (!address.broker) {
+    target = address.folder == text ? Absolute(folder, text) : text;
+    return;
+  }
+  const BrokerUri& uri = *address.broker;
+  if (uri.holdsPassword) {
+    return reader.Wrong(key,
+                        "must not hold the password, which the list of processes would show: name a file that does "
+                        "with \"password-file\"");
+  }
+  for (const std::string& file : {uri.passwordFile, uri.caFile, uri.certificateFile, uri.keyFile}) {
+    if (!file.empty() && !IsAbsolutePath(file)) return reader.Wrong(key, "must name files by absolute paths");
+  }
+  target = text;
+}
+
 Source ReadSource(const toml::table& table, Source source, const Settings& settings, Problems& problems) {
   TableReader reader(table, "[[source]]", problems);
   const std::string folder = FolderOfFile(settings.file);
@@ -210,12 +238,12 @@ Source ReadSource(const toml::table& table, Source source, const Settings& setti
   const std::string queues = JoinPath(JoinPath(settings.state, "queues"), source.name);
   source.requests = JoinPath(queues, "requests");
   source.results = JoinPath(queues, "results");
-  ReadFolder(reader, "requests", folder, source.requests);
-  ReadFolder(reader, "results", folder, source.results);
+  ReadQueue(reader, "requests", folder, source.requests);
+  ReadQueue(reader, "results", folder, source.results);
   ReadFolder(reader, "configuration_folder", folder, source.configurationFolder);
   ReadFolder(reader, "context", folder, source.context);
   if (source.requests == source.results) {
-    reader.Wrong("results", "must be another folder than \"requests\"");
+    reader.Wrong("results", "must be another queue than \"requests\"");
   }
   ReadCommon(reader, source);
   CheckLimits(reader, source);
@@ -241,8 +269,7 @@ void RequireDifferentSources(const toml::array& array, const Settings& settings,
     if (!names.insert(name).second) {
       problems.Add(array[i].source(), "The name \"" + name + "\" stands at another [[source]] already.");
     } else if (!requests.insert(settings.sources[i].requests).second) {
-      problems.Add(array[i].source(),
-                   "\"" + name + "\" takes its requests from the same folder as another [[source]].");
+      problems.Add(array[i].source(), "\"" + name + "\" takes its requests from the same queue as another [[source]].");
     }
   }
 }

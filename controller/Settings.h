@@ -29,7 +29,7 @@ struct WatchLimits {
 struct Source {
   std::string name;
   std::string connection;  ///< the whole ODBC connection string, with the password
-  std::string requests;    ///< folders; absolute
+  std::string requests;    ///< folders, absolute, or URIs of a broker without its password
   std::string results;
   std::string configurationFolder;  ///< of the views; "" for the server's own
   std::string context;              ///< the context document; "" for the server's own

@@ -5,11 +5,12 @@ set -euo pipefail
 # shellcheck source=scripts/lib.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
-install_packages "${BUILD_PACKAGES[@]}" "${UI_PACKAGES[@]}" "${DESKTOP_PACKAGES[@]}" "${SQLITE_PACKAGES[@]}"
+install_packages "${BUILD_PACKAGES[@]}" "${UI_PACKAGES[@]}" "${DESKTOP_PACKAGES[@]}" "${SQLITE_PACKAGES[@]}" rabbitmq-server openssl
 build_preset release
 folder=$(mktemp --directory -- "${TMPDIR:-/tmp}/ods-bench.XXXXXX")
 display_pid=
-trap '[[ -z $display_pid ]] || kill "$display_pid"; rm --recursive --force -- "$folder"' EXIT
+chmod 0711 -- "$folder"
+trap '[[ -z $display_pid ]] || kill "$display_pid"; stop_servers; rm --recursive --force -- "$folder"' EXIT
 "$ODS_ROOT/scripts/make-sample-database.sh" "$folder/sample.db" "$ODS_ROOT/build/release/bin/odbc-sample-data"
 export ODS_TEST_SQLITE_SAMPLE=$folder/sample.db
 
@@ -19,6 +20,11 @@ Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$folder/display" 2>/de
 display_pid=$!
 read -r display <"$folder/display"
 export DISPLAY=:$display
+
+broker_port=''
+start_on_free_port broker_port start_rabbitmq "$folder/rabbitmq"
+ODS_BENCH_AMQP=$(rabbitmq_uri "$folder/rabbitmq" "$broker_port")
+export ODS_BENCH_AMQP
 
 shopt -s nullglob
 programs=("$ODS_ROOT"/build/release/bin/bench-*)

@@ -7,13 +7,14 @@ ODS_ROOT=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 
 # What the programs, their tests and their benchmarks need to be configured and built.
 BUILD_PACKAGES=(g++ cmake ninja-build unixodbc-dev libpugixml-dev libcli11-dev libncurses-dev libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev
-  pkg-config libsystemd-dev libtomlplusplus-dev)
+  pkg-config libsystemd-dev libtomlplusplus-dev librabbitmq-dev)
 # What the windows are built with. Without it the server is built without them.
 UI_PACKAGES=(qt6-base-dev)
 # What it takes to serve an SQLite file.
 SQLITE_PACKAGES=(odbcinst libsqliteodbc sqlite3)
 # What the tests need besides.
-TEST_PACKAGES=(librapidcheck-dev python3 unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server libxml2-utils)
+TEST_PACKAGES=(librapidcheck-dev python3 unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server libxml2-utils
+  rabbitmq-server openssl)
 # A desktop without a screen, with somebody at its keyboard and mouse.
 DESKTOP_PACKAGES=(xvfb openbox xdotool fonts-dejavu-core)
 # What builds and runs the sanitizer build and the fuzzers.
@@ -252,6 +253,125 @@ mariadb_administrator() {
   shift
   mariadb --no-defaults --socket="$folder/socket" "$@"
 }
+
+# ---------------------------------------------------------------------------------------------------------- broker
+#
+# A RabbitMQ node is one process here, with data, log and cookie in its folder, and found by the other nodes and by
+# rabbitmqctl through a port mapper of the script's own, so that it never meets another node of the machine.
+
+# start_port_mapper FOLDER USER: what nodes of Erlang find each other with. Sets EPMD_PORT.
+start_port_mapper() {
+  local folder=$1 user=$2 try
+  for ((try = 1; try <= 3; ++try)); do
+    EPMD_PORT=$(free_port)
+    (cd / && ODS_DEATH_SIGNAL=TERM run_as "$user" epmd -port "$EPMD_PORT" -address 127.0.0.1) >"$folder/epmd.log" 2>&1 &
+    EPMD_PID=$!
+    ODS_SERVER_SIGNALS[$EPMD_PID]=TERM
+    if wait_until_ready "$EPMD_PID" 10 epmd -port "$EPMD_PORT" -names; then
+      return
+    fi
+    stop_server "$EPMD_PID"
+  done
+  die "no port mapper could be started"
+}
+
+# start_rabbitmq FOLDER PORT: a new broker with a user `sample`, whose password goes into FOLDER/password, and with TLS on
+# a port of its own (FOLDER/tls-port) by a certificate for localhost of the authority FOLDER/ca.pem. Sets STARTED_PID.
+# Fails, with the end of the log, when it does not come up.
+start_rabbitmq() {
+  local folder=$1 port=$2 user
+  user=$(database_user rabbitmq)
+  make_server_folder "$folder" "$user"
+  chmod 0711 -- "$folder"  # for the certificate of its authority
+  start_port_mapper "$folder" "$user"
+  random_password >"$folder/password"
+  free_port >"$folder/tls-port"
+  make_certificates "$folder"
+  cat >"$folder/rabbitmq.conf" <<CONF
+listeners.tcp.1 = 127.0.0.1:$port
+listeners.ssl.1 = 127.0.0.1:$(<"$folder/tls-port")
+ssl_options.cacertfile = $folder/ca.pem
+ssl_options.certfile = $folder/server.pem
+ssl_options.keyfile = $folder/server.key
+default_user = sample
+default_pass = $(<"$folder/password")
+log.console = true
+log.console.level = info
+log.file = false
+disk_free_limit.absolute = 50MB
+CONF
+  rabbitmq_environment "$folder" "$port" "$EPMD_PORT" ods@localhost >"$folder/environment"
+  # What restarts the broker within its node: a command for tests.
+  cat >"$folder/restart" <<SH
+#!/bin/sh
+. "$folder/environment"
+cd /
+exec setpriv $( ((EUID != 0)) || printf -- '--reuid=%s --regid=%s --init-groups' "$user" "$(id --group "$user")") -- \\
+  /usr/lib/rabbitmq/bin/rabbitmqctl --quiet eval 'rabbit:stop(), rabbit:start().'
+SH
+  chmod 0755 -- "$folder/restart" "$folder/environment"
+  chmod 0600 -- "$folder/password" "$folder/rabbitmq.conf"
+  if ((EUID == 0)); then
+    chown --recursive "$user" -- "$folder"
+  fi
+  run_rabbitmq "$folder"
+}
+
+# rabbitmq_environment FOLDER PORT EPMD-PORT NODE [HOME]: the settings of a node as shell commands. Nodes of one cluster
+# have one home, in which the cookie lies that they know each other by.
+rabbitmq_environment() {
+  local folder=$1 port=$2 home=${5:-$1}
+  cat <<SH
+export HOME="$home" ERL_EPMD_PORT=$3 ERL_EPMD_ADDRESS=127.0.0.1
+export RABBITMQ_NODENAME=$4 RABBITMQ_DIST_PORT=$((port + 20000)) RABBITMQ_CONFIG_FILE="$folder/rabbitmq"
+export RABBITMQ_MNESIA_BASE="$folder/data" RABBITMQ_LOGS=- RABBITMQ_PID_FILE="$folder/pid"
+export RABBITMQ_ENABLED_PLUGINS_FILE="$folder/plugins" RABBITMQ_CONF_ENV_FILE=/dev/null
+export RABBITMQ_SERVER_ADDITIONAL_ERL_ARGS="+sbwt none +sbwtdcpu none +sbwtdio none -kernel inet_dist_use_interface {127,0,0,1}"
+export RUNNING_UNDER_SYSTEMD=true  # one process, whose id is known
+SH
+}
+
+# run_rabbitmq FOLDER: the node that was made in the folder, once more. Sets STARTED_PID. Fails like the former.
+run_rabbitmq() {
+  local folder=$1 user
+  user=$(database_user rabbitmq)
+  (
+    # shellcheck source=/dev/null
+    . "$folder/environment"
+    unset NOTIFY_SOCKET
+    cd /
+    ODS_DEATH_SIGNAL=KILL run_as "$user" /usr/lib/rabbitmq/bin/rabbitmq-server
+  ) >"$folder/server.log" 2>&1 </dev/null &
+  STARTED_PID=$!
+  ODS_SERVER_SIGNALS[$STARTED_PID]=TERM
+  wait_until_ready "$STARTED_PID" 120 grep --quiet 'Server startup complete' "$folder/server.log" ||
+    { tail --lines=20 "$folder/server.log" >&2; stop_server "$STARTED_PID"; return 1; }
+}
+
+# rabbitmq_control FOLDER ARGUMENT...: rabbitmqctl on a node.
+rabbitmq_control() {
+  local folder=$1
+  shift
+  (
+    # shellcheck source=/dev/null
+    . "$folder/environment"
+    cd /
+    run_as "$(database_user rabbitmq)" /usr/lib/rabbitmq/bin/rabbitmqctl --quiet "$@"
+  )
+}
+
+# make_certificates FOLDER: an authority (ca.pem) and the certificate and key of a server called localhost.
+make_certificates() {
+  local folder=$1
+  openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj '/CN=test authority' -keyout "$folder/ca.key" -out "$folder/ca.pem" 2>/dev/null
+  openssl req -newkey rsa:2048 -nodes -subj '/CN=localhost' -keyout "$folder/server.key" -out "$folder/server.csr" 2>/dev/null
+  openssl x509 -req -in "$folder/server.csr" -CA "$folder/ca.pem" -CAkey "$folder/ca.key" -CAcreateserial -days 2 \
+    -extfile <(printf 'subjectAltName=DNS:localhost\n') -out "$folder/server.pem" 2>/dev/null
+  chmod 0644 -- "$folder/ca.pem"
+}
+
+# rabbitmq_uri FOLDER PORT: the URI of a broker, without a queue.
+rabbitmq_uri() { printf 'amqp://sample:%s@127.0.0.1:%s/\n' "$(<"$1/password")" "$2"; }
 
 # start_on_free_port VARIABLE FUNCTION FOLDER: starts a server on a free port and stores the port in the variable.
 # Another program may take the port between the look and the start: then it tries another one, in a new folder.

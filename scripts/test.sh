@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Everything that the tests need, then all tests: packages, the release and the sanitizer build, the sample company in
-# SQLite, PostgreSQL and MariaDB, ctest on both builds, the fuzzers for some seconds each, and the quick checks of the
-# sources; as root also the Debian packages, installed and removed again. What comes later is built while the tests before it
-# run.
+# SQLite, PostgreSQL and MariaDB, a RabbitMQ broker, ctest on both builds, the fuzzers for some seconds each, and the
+# quick checks of the sources; as root also the Debian packages, installed and removed again. What comes later is built
+# while the tests before it run.
 #
 #   --no-asan        leave out the build with the sanitizers and its tests
 #   --no-fuzz        leave out the fuzzers
@@ -103,12 +103,13 @@ await_build() {
   return "$result"
 }
 
-say "Building the release preset, starting PostgreSQL and MariaDB"
+say "Building the release preset, starting PostgreSQL, MariaDB and RabbitMQ"
 build_meanwhile release
 use_own_driver_list "$folder/odbc"
-postgresql_port='' mariadb_port=''
+postgresql_port='' mariadb_port='' rabbitmq_port=''
 start_on_free_port postgresql_port start_postgresql "$folder/postgresql"
 start_on_free_port mariadb_port start_mariadb "$folder/mariadb"
+start_on_free_port rabbitmq_port start_rabbitmq "$folder/rabbitmq"
 await_build release
 generator=$ODS_ROOT/build/release/bin/odbc-sample-data
 say "Loading the sample company"
@@ -120,7 +121,10 @@ ODS_TEST_MARIADB=$(mariadb_connection_string "$folder/mariadb" "$mariadb_port")
 ODS_TEST_POSTGRESQL_SCRATCH=$(postgresql_connection_string "$folder/postgresql" "$postgresql_port" scratch)
 ODS_TEST_MARIADB_SCRATCH=$(mariadb_connection_string "$folder/mariadb" "$mariadb_port" scratch)
 ODS_TEST_SQLITE_SAMPLE=$folder/sample.db
+ODS_TEST_AMQP=$(rabbitmq_uri "$folder/rabbitmq" "$rabbitmq_port")
+ODS_TEST_AMQP_FOLDER=$folder/rabbitmq
 export ODS_TEST_POSTGRESQL ODS_TEST_MARIADB ODS_TEST_POSTGRESQL_SCRATCH ODS_TEST_MARIADB_SCRATCH ODS_TEST_SQLITE_SAMPLE
+export ODS_TEST_AMQP ODS_TEST_AMQP_FOLDER
 
 # Single tests only where some are asked for: a process a test takes longest.
 way=-by-program

@@ -10,7 +10,7 @@
 #include "common/Error.h"
 #include "common/Files.h"
 #include "common/Text.h"
-#include "platform/queue/Queue.h"
+#include "platform/queue/QueueChoice.h"
 #include "platform/system/DefaultFolders.h"
 #include "platform/system/System.h"
 #include "platform/xml/Xml.h"
@@ -158,17 +158,10 @@ constexpr std::size_t kMostValues = 250000;
 
 }  // namespace
 
-struct Client::Queues {
-  explicit Queues(const Exchange& exchange) : requests(ods::CreateFolderQueue()), results(exchange.results) {
-    requests->SetFolder(exchange.requests);
-    requests->Create();
-  }
-  std::shared_ptr<ods::Queue> requests;
-  ods::AnswerFolder results;
-};
-
 Client::Client(Exchange exchange)
-    : exchange_(std::move(exchange)), queues_(Guarded([this] { return std::make_unique<Queues>(exchange_); })) {}
+    : exchange_(std::move(exchange)), queues_(Guarded([this] {
+        return ods::CreateMessageClient(exchange_.requests, exchange_.results, {exchange_.timeout, exchange_.stop});
+      })) {}
 Client::~Client() = default;
 Client::Client(Client&&) noexcept = default;
 Client& Client::operator=(Client&&) noexcept = default;
@@ -176,8 +169,7 @@ Client& Client::operator=(Client&&) noexcept = default;
 std::string Client::Send(const std::string& request) {
   return Guarded([&] {
     std::string id = ods::NewGuidText();
-    queues_->requests->SetPackage(request);
-    queues_->requests->Send(id);
+    queues_->Send(id, request);
     return id;
   });
 }
@@ -189,7 +181,7 @@ std::optional<std::string> Client::WaitFor(const std::string& id) {
                          std::chrono::milliseconds(0));
     const bool last = !exchange_.stop || wait <= kBetweenStops;
     if (!last) wait = kBetweenStops;
-    auto answer = Guarded([&] { return queues_->results.Receive(id, wait); });
+    auto answer = Guarded([&] { return queues_->Receive(id, wait); });
     if (answer || last) return answer;
     if (exchange_.stop()) throw Stopped("The waiting for an answer was given up.");
   }
@@ -197,7 +189,7 @@ std::optional<std::string> Client::WaitFor(const std::string& id) {
 
 void Client::Forget(const std::string& id, std::chrono::milliseconds timeout) noexcept {
   try {
-    (void)queues_->results.Receive(id, timeout);
+    (void)queues_->Receive(id, timeout);
   } catch (const std::exception&) {
     // The answer stays where it is, as it would if the client were gone.
     return;
@@ -208,7 +200,7 @@ std::string Client::Receive(const std::string& id) {
   if (auto answer = WaitFor(id)) return *std::move(answer);
   const auto milliseconds = static_cast<double>(exchange_.timeout.count());
   throw NoAnswer("No answer came within " + ods::FormatDouble(milliseconds / 1000) + " seconds. The request " + id +
-                 " was left in \"" + exchange_.requests + "\".");
+                 " was left in \"" + ods::WithoutPasswords(exchange_.requests) + "\".");
 }
 
 std::string Client::Ask(const std::string& request) {

@@ -109,9 +109,12 @@ CLI::Validator OneOf(std::vector<std::string> known) {
 void AddExchangeOptions(CLI::App& app, Options& options) {
   const std::string group = "Where the server is";
   auto* requests =
-      app.add_option("--requests", options.requests, "Folder of its incoming queue")->type_name("DIR")->group(group);
-  auto* results =
-      app.add_option("--results", options.results, "Folder of its outgoing queue")->type_name("DIR")->group(group);
+      app.add_option("--requests", options.requests, "Folder of its incoming queue, or the URI of a broker's")
+          ->type_name("DIR|URI")
+          ->group(group);
+  auto* results = app.add_option("--results", options.results, "Folder of its outgoing queue; none with a broker")
+                      ->type_name("DIR")
+                      ->group(group);
   app.add_option("--instance", options.instance, "Name of a server with default folders, instead of the two")
       ->type_name("NAME")
       ->group(group)

@@ -65,8 +65,9 @@ struct Options {
   bool authenticated = false;
 };
 
-/// The folders that the options name: their own, else those of the instance, else those of the environment
-/// (ODBC_DATA_REQUESTS, ODBC_DATA_RESULTS). Raises `UsageError` when none does.
+/// The queues that the options name: their own, else those of the instance, else those of the environment
+/// (ODBC_DATA_REQUESTS, ODBC_DATA_RESULTS). The URI of a broker needs no place for answers. Raises `UsageError` when
+/// none does.
 [[nodiscard]] Exchange ExchangeOf(const Options& options);
 
 }  // namespace odbc_data

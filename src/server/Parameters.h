@@ -31,8 +31,8 @@ inline constexpr auto kParameters = std::to_array<ParameterRow>({
     {"datafolder", "<folder>", "data folder, with the logs (default: Data beside the program, or one of the user)"},
     {"configfolder", "<folder>", "configuration folder (default: config in the data folder)"},
     {"context", "<file>", "context document (default: context.xml beside the program)"},
-    {"inqueue", "<folder>", "queue that requests come from (default: Requests in the instance's queue folder)"},
-    {"outqueue", "<folder>", "queue that answers go to (default: Results in the instance's queue folder)"},
+    {"inqueue", "<folder|URI>", "queue that requests come from (default: Requests in the instance's queue folder)"},
+    {"outqueue", "<folder|URI>", "queue that answers go to (default: Results in the instance's queue folder)"},
 });
 
 [[nodiscard]] constexpr bool IsParameter(std::string_view name) {

@@ -7,6 +7,7 @@
 #include "common/ComponentRegistry.h"
 #include "log/Trace.h"
 #include "platform/ado/Ado.h"
+#include "platform/queue/QueueChoice.h"
 #include "platform/system/DefaultFolders.h"
 #include "platform/system/System.h"
 #include "server/modCommandLine.h"
@@ -59,6 +60,6 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   const int status = Run(argc, argv);
-  if (ods::DriverCallsAreStuck()) ods::EndProcessNow(status);
+  if (ods::DriverCallsAreStuck() || ods::BrokerThreadsAreLeft()) ods::EndProcessNow(status);
   return status;
 }

@@ -16,6 +16,7 @@
 #include "common/ToldOnce.h"
 #include "database/Response.h"
 #include "platform/ado/Ado.h"
+#include "platform/queue/BrokerUri.h"
 #include "platform/queue/Queue.h"
 #include "platform/system/NamedMutex.h"
 #include "platform/system/System.h"
@@ -66,7 +67,8 @@ class Loop {
   [[nodiscard]] bool MustGiveUpDriver();
   [[nodiscard]] bool DropLostConnection();
   [[nodiscard]] bool ConnectToQueues();
-  [[nodiscard]] std::shared_ptr<Queue> OpenQueue(const std::string& folder, bool trace) const;
+  [[nodiscard]] std::shared_ptr<Queue> OpenQueue(const std::string& folder, bool trace);
+  [[nodiscard]] bool MustGiveUpBroker();
   void TraceQueueFailure(const std::string& text);
   void StayStopped();
   void LetOthersRun();
@@ -306,12 +308,23 @@ bool Loop::ConnectToQueues() {
   return true;
 }
 
-std::shared_ptr<Queue> Loop::OpenQueue(const std::string& folder, bool trace) const {
-  if (trace) Trace("Connect to queue \"" + folder + "\"");
+std::shared_ptr<Queue> Loop::OpenQueue(const std::string& folder, bool trace) {
+  if (trace) Trace("Connect to queue \"" + WithoutPasswords(folder) + "\"");
   auto queue = CreateObjectChecked<Queue>(*process_.components, "Halvik.Queue");
+  queue->WhileWaiting([this] { return MustGiveUpBroker(); });
   queue->SetFolder(folder);
   queue->Create();
   return queue;
+}
+
+/// Runs while a broker is waited for. A stop gives it a moment.
+bool Loop::MustGiveUpBroker() {
+  constexpr double kMoment = 0.4;
+  process_.ui->LetEventsRun();
+  context_.signals.AliveHeartbeat();
+  if (!MustStop()) return false;
+  if (!stopSeen_) stopSeen_ = SteadyClock::now();
+  return SecondsSince(*stopSeen_) >= kMoment;
 }
 
 void Loop::TraceQueueFailure(const std::string& text) {
@@ -371,6 +384,7 @@ std::optional<std::string> Loop::Poll() {
     TraceQueueFailure("Error polling queue. " + ErrorText(*failure));
     return std::nullopt;
   }
+  if (queueFailure_.Stands()) Trace("The queue is there again.");
   queueFailure_.Clear();
   return id;
 }
@@ -467,8 +481,10 @@ bool Loop::SendAnswer(const std::string& id, std::string text) {
                                                   " bytes. Ask for fewer rows or fields, or ask again later."});
     if (smaller.size() < size) failure = Send(id, smaller);
   }
-  // An answer of that id waits already, or nobody can be waiting under such an id: nothing more can be done.
-  const bool hopeless = failure && (failure->Number() == error_number::kFileExists || !MessageFileName(id));
+  // An answer of that id waits already, or nobody can be waiting under such an id, or who waited is gone: nothing more
+  // can be done.
+  const bool hopeless = failure && (failure->Number() == error_number::kFileExists ||
+                                    failure->Number() == error_number::kFileNotFound || !outgoing_->CanCarry(id));
   sendingFails_ = failure && !hopeless;
   if (sendingFails_) {
     if (const auto kept = Attempt([&] { incoming_->PutBack(); })) TraceSendFailure(id, *kept);
@@ -482,8 +498,11 @@ bool Loop::SendAnswer(const std::string& id, std::string text) {
 }
 
 std::optional<Error> Loop::Send(const std::string& id, std::string text) {
-  outgoing_->SetPackage(std::move(text));
-  auto failure = Attempt([&] { outgoing_->Send(id); });
+  auto failure = Attempt([&] {
+    if (incoming_->Reply(text)) return;
+    outgoing_->SetPackage(std::move(text));
+    outgoing_->Send(id);
+  });
   if (failure) TraceSendFailure(id, *failure);
   return failure;
 }

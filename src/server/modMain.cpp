@@ -1,7 +1,6 @@
 #include "server/modMain.h"
 
 #include <charconv>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <system_error>
@@ -14,7 +13,7 @@
 #include "common/Files.h"
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
-#include "platform/queue/Queue.h"
+#include "platform/queue/QueueChoice.h"
 #include "platform/system/COpSysInfo.h"
 #include "platform/system/DefaultFolders.h"
 #include "platform/system/Folders.h"
@@ -84,7 +83,7 @@ std::string OrDefault(const std::string& text, const std::string& defaultText) {
 }  // namespace
 
 void RegisterComponents(ComponentRegistry& components) {
-  components.Register("Halvik.Queue", CreateFolderQueue);
+  components.Register("Halvik.Queue", CreateQueue);
   components.Register("ADODB.Connection", CreateOdbcConnection);
 }
 
@@ -120,9 +119,11 @@ void Server::StartUp(const std::string& commandLine) {
   OpenLog();
   const std::string exeName = surroundings_.executablePath.substr(exeFolder_.empty() ? 0 : exeFolder_.size() + 1);
   Trace("Starting " + exeName + " version " + LoggedVersion());
-  Trace("Parse command line: " + commandLine);
+  Trace("Parse command line: " + WithoutPasswords(commandLine));
   Trace("Platform: " + COpSysInfo().Description());
-  for (const std::string& warning : warnings) surroundings_.tracer.Trace(warning, -1, severity::kWarning);
+  for (const std::string& warning : warnings) {
+    surroundings_.tracer.Trace(WithoutPasswords(warning), -1, severity::kWarning);
+  }
   OpenWindows();
   LoadContext(*parameters);
   LoadIniFile();
@@ -216,17 +217,19 @@ void Server::PrepareQueue(const char* caption, ParameterName parameter, const ch
                           const Dictionary& parameters, std::string& folder) const {
   folder = Parameter(parameters, parameter);
   if (folder.empty()) folder = JoinPath(QueueFolder(defaults_, settings_.instance), defaultName);
-  Trace(caption + folder);
-  MkDirRecurse(folder);
+  Trace(caption + WithoutPasswords(folder));
+  const QueueAddress address = ParseQueueAddress(folder);
+  if (!address.broker) MkDirRecurse(address.folder);
 }
 
 /// A server that answers into its own requests would take each answer for a request, without end.
 void Server::RequireTwoQueues() const {
-  std::error_code unknown;
-  if (!std::filesystem::equivalent(settings_.inqueue, settings_.outqueue, unknown)) return;
-  throw Error(error_number::kOwn, "The parameters inqueue (\"" + settings_.inqueue + "\") and outqueue (\"" +
-                                      settings_.outqueue +
-                                      "\") name the same folder: requests and answers need a folder each.");
+  const QueueAddress in = ParseQueueAddress(settings_.inqueue);
+  const QueueAddress out = ParseQueueAddress(settings_.outqueue);
+  if (!IsSameQueue(in, out)) return;
+  const std::string kind = in.broker ? "queue" : "folder";
+  throw Error(error_number::kOwn, "The parameters inqueue (\"" + in.Shown() + "\") and outqueue (\"" + out.Shown() +
+                                      "\") name the same " + kind + ": requests and answers need a " + kind + " each.");
 }
 
 void Server::RunMode(StatusSignals& signals) {

@@ -61,6 +61,19 @@ TEST(Configuration, DefaultsHoldForEverySourceThatSaysNothingElse) {
   EXPECT_TRUE(settings.sources[1].limits.reconnects);
 }
 
+TEST(Configuration, AQueueMayBeABrokersWhosePasswordLiesInAFile) {
+#ifdef ODS_WITH_AMQP
+  const std::string uri = "amqp://ann@h/v?queue=q&password-file=/etc/p";
+  EXPECT_EQ(ParseSettings(WithSource("requests = \"" + uri + "\"\n"), kFile).sources.front().requests, uri);
+  EXPECT_THAT(Mistakes(WithSource("requests = \"amqp://ann:geheim@h/?queue=q\"\n")),
+              HasSubstr("c.toml:4: \"requests\" must not hold the password"));
+  EXPECT_THAT(Mistakes(WithSource("requests = \"amqp://ann@h/?queue=q&password-file=p\"\n")),
+              HasSubstr("absolute paths"));
+  EXPECT_THAT(Mistakes(WithSource("results = \"amqp://h/\"\n")), HasSubstr("\"results\" is wrong. The URI"));
+#endif
+  EXPECT_EQ(Mistakes(WithSource("requests = \"amqp://ann:geheim@h/\"\n")).find("geheim"), std::string::npos);
+}
+
 TEST(Configuration, RelativePathsBeginAtItsFolder) {
   const Settings settings = ParseSettings(
       "[controller]\nruntime_folder = \"run\"\nserver = \"bin/s\"\n" + WithSource("requests = \"../q\"\n"), kFile);
@@ -108,7 +121,7 @@ TEST(Configuration, TwoSourcesMayNotShareNameOrRequests) {
   EXPECT_THAT(Mistakes(WithSource("") + WithSource("")), HasSubstr(":4: "));
   EXPECT_THAT(
       Mistakes(WithSource("requests = \"/q\"\n") + "[[source]]\nname = \"b\"\ndsn = \"x\"\nrequests = \"/q\"\n"),
-      HasSubstr("takes its requests from the same folder"));
+      HasSubstr("takes its requests from the same queue"));
   EXPECT_THAT(Mistakes(WithSource("requests = \"/q\"\nresults = \"/q\"\n")), HasSubstr(":5: "));
 }
 

@@ -36,6 +36,8 @@ struct QueueScript {
   std::deque<std::optional<Error>> createFailures;
   /// One entry a question whether anything can be sent; afterwards it can.
   std::deque<bool> canSend;
+  /// The messages that name the receiver of their answer, and the error that the sending to it ends with.
+  std::map<std::string, std::optional<Error>> receivers;
   std::vector<SentMessage> sent;
   std::vector<std::string> events;
 
@@ -93,6 +95,14 @@ class FakeQueue final : public Queue {
     if (found == script_.packages.end())
       throw Error(error_number::kOwn, "The message \"" + current_ + "\" is too large.");
     return found->second;
+  }
+  [[nodiscard]] bool Reply(const std::string& text) override {
+    const auto receiver = script_.receivers.find(current_);
+    if (receiver == script_.receivers.end()) return false;
+    script_.events.push_back("reply to " + current_);
+    if (receiver->second) throw Error(*receiver->second);
+    script_.sent.push_back({current_, text});
+    return true;
   }
   void SetPackage(std::string text) override { package_ = std::move(text); }
   void Send(const std::string& id) override {

@@ -758,6 +758,43 @@ TEST_F(LoopTest, AnAnswerThatWaitsAlreadyCountsAsAnswered) {
   EXPECT_EQ(queues_.sent[0].id, "m2");
 }
 
+TEST_F(LoopTest, AnAnswerGoesToTheReceiverThatTheRequestNames) {
+  queues_.receivers["m1"] = std::nullopt;
+  Request("m1", "Ping");
+  Request("m2", "Ping");
+  Run();
+  ASSERT_EQ(queues_.sent.size(), 2U);
+  EXPECT_EQ(AnswerText(0, "/XML/Ping"), "OK");
+  EXPECT_THAT(queues_.events, ElementsAre("create in", "create out", "poll in", "reply to m1", "answered m1", "poll in",
+                                          "send m2 to out", "answered m2", "poll in", "drop out", "drop in"));
+}
+
+TEST_F(LoopTest, AnAnswerWhoseReceiverIsGoneCountsAsAnswered) {
+  queues_.receivers["m1"] = Error(error_number::kFileNotFound, "is not there");
+  Request("m1", "Ping");
+  Run();
+  EXPECT_EQ(ui_.CountOf("Error sending answer to message m1. Error 53. is not there"), 1);
+  EXPECT_EQ(EventCount("answered m1"), 1);
+  EXPECT_EQ(EventCount("put back m1"), 0);
+  EXPECT_TRUE(queues_.sent.empty());
+}
+
+TEST_F(LoopTest, AnAnswerThatItsReceiverCannotGetNowIsPutBack) {
+  queues_.receivers["m1"] = Error(error_number::kOwn, "the connection is lost");
+  Request("m1", "Ping");
+  Run();
+  EXPECT_EQ(EventCount("put back m1"), 1);
+  EXPECT_EQ(EventCount("answered m1"), 0);
+}
+
+TEST_F(LoopTest, TheEndOfAFailureOfTheQueueIsTraced) {
+  queues_.polls.emplace_back([]() -> std::string { throw Error(error_number::kOwn, "cannot be read"); });
+  Request("m1", "Ping");
+  Request("m2", "Ping");
+  Run();
+  EXPECT_EQ(ui_.CountOf("The queue is there again."), 1);
+}
+
 TEST_F(LoopTest, AnAnswerThatCannotBeSentHoldsUpNobody) {
   queues_.sendFailures = {Error(error_number::kOwn, "no folder")};
   Request("m1", "Ping");

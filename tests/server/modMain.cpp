@@ -129,6 +129,31 @@ TEST_F(ServerTest, OneFolderForRequestsAndAnswersIsRefused) {
   EXPECT_THAT(database_.opened, IsEmpty());
 }
 
+TEST_F(ServerTest, ThePasswordOfABrokerIsNeverTraced) {
+  const std::string in = "amqp://ann:geheim@h/?queue=in";
+  const std::string out = "amqp://ann:geheim@h/?queue=out";
+  (void)FailureOf("hidden mode=none inqueue=" + in + " outqueue=" + out);
+  (void)FailureOf("hidden mode=none amqp://ann:geheim@h/?queue=in inqueue=" + folder_.Path() + "/in");
+  (void)FailureOf("hidden mode=none inqueue=amqp://ann:geheim@h/");
+  (void)FailureOf("hidden mode=none \"inqueue=amqp://ann:ge heim,geheim@h/?queue=in\"");
+  Run("hidden inqueue=" + folder_.Path() + "/in outqueue=" + folder_.Path() + "/out");
+  EXPECT_GT(ui_.entries.size(), 10U);
+  for (const std::string& entry : ui_.entries) EXPECT_EQ(entry.find("heim"), std::string::npos) << entry;
+  for (const std::string& warning : ui_.warnings) EXPECT_EQ(warning.find("heim"), std::string::npos) << warning;
+}
+
+TEST_F(ServerTest, OneQueueOfABrokerForRequestsAndAnswersIsRefused) {
+  const std::string told =
+      FailureOf("hidden inqueue=amqp://a:geheim@h/?queue=q outqueue=amqp://b:geheim@h/%2F?queue=q");
+#ifdef ODS_WITH_AMQP
+  EXPECT_EQ(told,
+            "The parameters inqueue (\"amqp://a@h:5672/%2F?queue=q\") and outqueue (\"amqp://b@h:5672/%2F?queue=q\") "
+            "name the same queue: requests and answers need a queue each.");
+#else
+  EXPECT_THAT(told, HasSubstr("WITH_AMQP=OFF"));
+#endif
+}
+
 TEST_F(ServerTest, TheFoldersItMakesArePrivateWhateverTheMask) {
   for (const mode_t mask : {0000U, 0077U}) {
     const std::string root = folder_.Path() + "/mask" + std::to_string(mask);

@@ -12,6 +12,7 @@
 
 #include "common/Error.h"
 #include "common/PercentCode.h"
+#include "platform/queue/MessageProblems.h"
 #include "platform/queue/QueueFolders.h"
 #include "platform/queue/WaitingMessages.h"
 #include "platform/system/FileHandle.h"
@@ -54,13 +55,6 @@ std::string IdOf(const std::string& fileName) {
   return PercentDecode(std::string_view(fileName).substr(0, fileName.size() - std::string_view(".xml").size()));
 }
 
-/// Ids come from clients; encoded they can stand in any text.
-std::string Shown(const std::string& id) { return "The message \"" + PercentEncode(id) + "\""; }
-
-std::string GivenUp(int tries) {
-  return "was given up: the server ended " + std::to_string(tries) + " times while it answered it.";
-}
-
 /// The message that the last poll returned.
 struct TakenMessage {
   std::string id;
@@ -88,7 +82,7 @@ enum class Claim {
 
 class FolderQueue final : public Queue {
  public:
-  FolderQueue() = default;
+  explicit FolderQueue(bool synced) : synced_(synced) {}
   ~FolderQueue() override;
   FolderQueue(const FolderQueue&) = delete;
   FolderQueue& operator=(const FolderQueue&) = delete;
@@ -120,6 +114,7 @@ class FolderQueue final : public Queue {
   Claim Reject(const std::string& fileName, const std::string& problem);
   [[nodiscard]] int SendFile(const std::string& fileName) const;
 
+  const bool synced_;
   std::string path_;
   std::shared_ptr<const QueueFolders> folder_;
   /// Made by the first poll: a queue that is only sent to needs no watch.
@@ -145,6 +140,7 @@ void FolderQueue::Create() {
   if (path_.empty()) RaiseOwn("The queue has no folder.");
   path_ = std::filesystem::absolute(path_).string();
   OpenFolders();
+  if (synced_ || folder_->WantsSync()) folder_->Sync();
   folder_->RemoveStaleParts();
   TakeCare();
 }
@@ -253,11 +249,11 @@ Claim FolderQueue::TakeUnopened(const std::string& fileName, int failure) {
 
 Claim FolderQueue::TakeLocked(const std::string& fileName, FileHandle file, const FileFacts& facts) {
   if (facts.size > kMaxMessageBytes) {
-    return Reject(fileName, "is larger than " + std::to_string(kMaxMessageBytes) + " bytes.");
+    return Reject(fileName, problem::TooLarge());
   }
   const int tries = folder_->Tries(fileName);
   if (tries >= kMaxTries) {
-    const Claim claim = Reject(fileName, GivenUp(tries));
+    const Claim claim = Reject(fileName, problem::GivenUp(tries));
     if (claim == Claim::kTaken) folder_->ForgetTries(fileName);
     return claim;
   }
@@ -288,7 +284,7 @@ Claim FolderQueue::TakeAbandoned(const std::string& fileName) {
   const int tries = file ? folder_->CountTry(fileName) : 0;
   if (tries == 0) return Claim::kBusy;
   if (tries >= kMaxTries) {
-    if (!GiveUp(folder_->Cur(), fileName, GivenUp(tries))) {
+    if (!GiveUp(folder_->Cur(), fileName, problem::GivenUp(tries))) {
       return folder_->HasAllParts() ? Claim::kBusy : Claim::kFoldersGone;
     }
     folder_->ForgetTries(fileName);
@@ -308,7 +304,7 @@ Claim FolderQueue::TakeAbandoned(const std::string& fileName) {
 bool FolderQueue::GiveUp(const FileHandle& from, const std::string& fileName, const std::string& problem) {
   std::string id = IdOf(fileName);
   if (!folder_->MoveToFailed(from, fileName) || !MessageFileName(id)) return false;
-  std::string text = Shown(id) + " " + problem;
+  std::string text = ShownMessage(id) + " " + problem;
   taken_ = TakenMessage{.id = std::move(id), .problem = std::move(text), .fileName = fileName, .folder = folder_};
   return true;
 }
@@ -335,7 +331,7 @@ void FolderQueue::RemoveTaken() {
 std::string FolderQueue::Package() const {
   if (!taken_) RaiseOwn("The queue has no message: none was polled.");
   if (!taken_->problem.empty()) RaiseOwn(taken_->problem);
-  if (!package_) package_ = ReadWhole(taken_->file, kMaxMessageBytes, Shown(taken_->id));
+  if (!package_) package_ = ReadWhole(taken_->file, kMaxMessageBytes, ShownMessage(taken_->id));
   return *package_;
 }
 
@@ -376,22 +372,26 @@ class OutgoingFile {
   OutgoingFile& operator=(OutgoingFile&&) = delete;
 
   /// Gives the system's error number, 0 when the message waits in `folder` as `fileName`.
-  int FillAndSend(std::string_view text, const FileHandle& folder, const std::string& fileName) {
+  /// @param synced the text is on the disk before anybody sees it, and its name before this returns
+  int FillAndSend(std::string_view text, const FileHandle& folder, const std::string& fileName, bool synced) {
     if (!file_) return failure_;
     QueueFolders::Share(file_, folder);
-    if (const int failure = Fill(text); failure != 0) return failure;
+    if (const int failure = Fill(text, synced); failure != 0) return failure;
     const int failure = MoveFile(tmp_, name_, folder, fileName);
     sent_ = failure == 0;
-    return failure;
+    return sent_ && synced ? Sync(folder) : failure;
   }
   /// Gives the system's error number, 0 when all of the text was written.
-  int Fill(std::string_view text) {
+  int Fill(std::string_view text, bool synced) {
     if (!file_) return failure_;
     if (const int failure = WriteAll(file_.Get(), text); failure != 0) return failure;
+    if (const int failure = synced ? Sync(file_) : 0; failure != 0) return failure;
     return file_.Close();
   }
 
  private:
+  static int Sync(const FileHandle& file) { return fsync(file.Get()) == 0 ? 0 : errno; }
+
   const FileHandle& tmp_;
   std::string name_;
   FileHandle file_;
@@ -410,20 +410,20 @@ void FolderQueue::Send(const std::string& id) {
     OpenFolders();
     failure = SendFile(fileName);
   }
-  if (failure == EEXIST) throw Error(error_number::kFileExists, Shown(id) + " is waiting already.");
+  if (failure == EEXIST) throw Error(error_number::kFileExists, ShownMessage(id) + " is waiting already.");
   if (failure == 0) return;
   throw Error(IsLackOfRoom(failure) ? error_number::kDiskFull : error_number::kOwn,
-              Shown(id) + " cannot be sent to the queue folder \"" + path_ + "\": " + SystemErrorText(failure));
+              ShownMessage(id) + " cannot be sent to the queue folder \"" + path_ + "\": " + SystemErrorText(failure));
 }
 
 int FolderQueue::SendFile(const std::string& fileName) const {
-  return OutgoingFile(folder_->Tmp()).FillAndSend(outgoing_, folder_->New(), fileName);
+  return OutgoingFile(folder_->Tmp()).FillAndSend(outgoing_, folder_->New(), fileName, synced_ || folder_->WantsSync());
 }
 
 bool FolderQueue::CanSend() {
   try {
     RequireFolders();
-    return OutgoingFile(folder_->Tmp()).Fill("x") == 0;
+    return OutgoingFile(folder_->Tmp()).Fill("x", false) == 0;
   } catch (const Error&) {
     return false;
   }
@@ -431,7 +431,9 @@ bool FolderQueue::CanSend() {
 
 }  // namespace
 
-std::shared_ptr<Queue> CreateFolderQueue() { return std::make_shared<FolderQueue>(); }
+std::shared_ptr<Queue> CreateFolderQueue(bool synced) { return std::make_shared<FolderQueue>(synced); }
+
+bool Queue::CanCarry(const std::string& id) const { return MessageFileName(id).has_value(); }
 
 std::optional<std::string> MessageFileName(const std::string& id) {
   if (id.empty() || id.size() > kMaxEncodedId) return std::nullopt;

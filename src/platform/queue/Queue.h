@@ -1,8 +1,10 @@
-// The message queue component: a folder that any language can take part in (docs/queue.md tells its rules).
+// The message queue component: a folder that any language can take part in, or a queue of a broker (docs/queue.md tells
+// the rules of both).
 #pragma once
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,9 +21,11 @@ class Queue : public Object {
  public:
   [[nodiscard]] std::string TypeName() const override { return "IHalvikQueue"; }
 
-  /// The folder of the queue; set before `Create`.
+  /// The folder of the queue, or the URI of one of a broker; set before `Create`. Raises error 1000 for a broken URI.
   virtual void SetFolder(const std::string& folder) = 0;
-  /// Prepares the folder, and puts back what a dead server had taken. Raises error 1000 naming the folder.
+  /// Prepares the folder, and puts back what a dead server had taken. Raises error 1000 naming the folder. The
+  /// connection to a broker is only begun: until there is one, and while it is lost, the other members raise error 1000
+  /// with the reason, once that is known.
   virtual void Create() = 0;
   /// Takes the oldest waiting message, or the one of `id` when that is not empty, and returns its id; "" when there is
   /// none after `waitMilliseconds`. Returns at once when a message arrives, and early when a signal arrives. Removes
@@ -30,6 +34,10 @@ class Queue : public Object {
   /// The text of the message that was taken. Raises error 1000 that says why, when it could not be taken as a message
   /// (too large, unreadable, not a plain file, given up after three tries): it then lies in `failed`.
   [[nodiscard]] virtual std::string Package() const = 0;
+  /// Sends `text` to the receiver that the message taken names for its answer. False when it names none: the answer
+  /// then goes to the outgoing queue. Raises error 53 when that receiver is not there or does not take it, and error
+  /// 1000 when it could not be sent now.
+  [[nodiscard]] virtual bool Reply([[maybe_unused]] const std::string& text) { return false; }
   /// The text of the next message to send.
   virtual void SetPackage(std::string text) = 0;
   /// Sends the text as the message `id`. Raises error 58 when a message of that id is waiting, error 61 when there is
@@ -45,10 +53,15 @@ class Queue : public Object {
   /// gives it again after a while: 0.1 seconds, each further time twice as long, 5 seconds at most. Others come first
   /// meanwhile.
   virtual void PutBack() = 0;
+  /// True when a message can have that id.
+  [[nodiscard]] virtual bool CanCarry(const std::string& id) const;
+  /// Something to be done some fifty times a second while a broker is waited for; true gives the waiting up.
+  virtual void WhileWaiting([[maybe_unused]] const std::function<bool()>& giveUp) {}
 };
 
-/// A new queue over a folder: the component "Halvik.Queue".
-[[nodiscard]] std::shared_ptr<Queue> CreateFolderQueue();
+/// A new queue over a folder.
+/// @param synced what was sent outlives the machine, as it does in every queue whose folder has a file "sync"
+[[nodiscard]] std::shared_ptr<Queue> CreateFolderQueue(bool synced = false);
 
 /// The file name of a message: its id, percent-encoded outside A-Z a-z 0-9 . _ - (a leading dot too), and ".xml".
 /// Nothing for an empty id and for one of more than 200 encoded bytes.

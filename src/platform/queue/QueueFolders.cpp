@@ -57,6 +57,7 @@ QueueFolders::QueueFolders(std::string path)
     : path_(std::move(path)),
       root_(OpenRoot(path_)),
       rootFacts_(FactsOf(root_)),
+      wantsSync_(FactsOf(root_, "sync").has_value()),
       tmp_(OpenPart("tmp")),
       new_(OpenPart("new")),
       cur_(OpenPart("cur")),
@@ -82,6 +83,10 @@ bool QueueFolders::StillThere() const {
   if (!HasAllParts()) return false;
   if (IsSettled(named->changed)) complete_ = named->changed;
   return true;
+}
+
+void QueueFolders::Sync() const {
+  if (fsync(root_.Get()) != 0) RaiseSystemError("Unable to sync the queue folder \"" + path_ + "\"", errno);
 }
 
 bool QueueFolders::HasAllParts() const {

@@ -29,7 +29,11 @@ class QueueFolders {
   /// False when the path names another folder by now, or none, or when one of the four is gone or exchanged. One look
   /// at the queue's folder, unless that changed lately.
   [[nodiscard]] bool StillThere() const;
-  /// The same of the four only.
+  /// True when the queue's folder had a file "sync" as it was opened.
+  [[nodiscard]] bool WantsSync() const { return wantsSync_; }
+  /// Has the names of the four folders on the disk. Raises error 1000.
+  void Sync() const;
+  /// The same as `StillThere` of the four only.
   [[nodiscard]] bool HasAllParts() const;
 
   [[nodiscard]] const FileHandle& Tmp() const { return tmp_.handle; }
@@ -66,6 +70,7 @@ class QueueFolders {
   std::string path_;
   FileHandle root_;
   FileFacts rootFacts_;
+  bool wantsSync_;
   Part tmp_;
   Part new_;
   Part cur_;

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,6 +28,17 @@ std::string ReadPrivateFile(const std::string& path, const std::string& what) {
   const uid_t self = geteuid();
   if (self != 0 && facts.st_uid != self && facts.st_uid != 0) refuse("belongs to another user.");
   return ReadWhole(file, kLargest, named);
+}
+
+std::string ReadPasswordFile(const std::string& path) {
+  std::string text = ReadPrivateFile(path, "The password file");
+  if (text.ends_with('\n')) text.pop_back();
+  if (text.ends_with('\r')) text.pop_back();
+  if (text.empty()) throw Error(error_number::kOwn, "The password file \"" + path + "\" is empty.");
+  if (text.find_first_of(std::string_view("\n\r\0", 3)) != std::string::npos) {
+    throw Error(error_number::kOwn, "The password file \"" + path + "\" holds more than one line.");
+  }
+  return text;
 }
 
 }  // namespace ods

@@ -10,4 +10,8 @@ namespace ods {
 /// wrong with it.
 [[nodiscard]] std::string ReadPrivateFile(const std::string& path, const std::string& what);
 
+/// The password in a file: its text without the line end. The file must be a plain one that only its owner may read
+/// (no right for group and others), and the owner this user or root. Raises error 1000 that says what is wrong.
+[[nodiscard]] std::string ReadPasswordFile(const std::string& path);
+
 }  // namespace ods
