@@ -17,8 +17,8 @@
 namespace ods::test {
 namespace {
 
-// The program ends with the test's thread that starts it, also when that crashes: what is left over would hold the test's
-// output open, and whoever waits for its end would wait for ever.
+// The program ends with the test's thread that starts it, also when that crashes: what is left over would hold the
+// test's output open, and whoever waits for its end would wait for ever.
 pid_t Spawn(const std::vector<std::string>& arguments) {
   std::vector<char*> pointers;
   for (const char* argument : {"setpriv", "--pdeathsig", "KILL", "--"}) pointers.push_back(const_cast<char*>(argument));
