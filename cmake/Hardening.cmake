@@ -1,5 +1,5 @@
-# What Debian builds its own programs with (`dpkg-buildflags --get CXXFLAGS`), for what is installed. Tests are left alone:
-# they are not optimised, and _FORTIFY_SOURCE wants that.
+# What Debian builds its own programs with (`dpkg-buildflags --get CXXFLAGS`), for what is installed. Tests are left
+# alone: they are not optimised, and _FORTIFY_SOURCE wants that.
 if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT ODS_SANITIZE)
   add_compile_options(-fstack-protector-strong -Wformat -Werror=format-security)
   add_compile_definitions(_FORTIFY_SOURCE=2)

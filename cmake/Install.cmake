@@ -23,7 +23,8 @@ install(FILES ${PROJECT_BINARY_DIR}/odbc-data-controller.service DESTINATION lib
 install(FILES packaging/odbc-data-controller.sysusers DESTINATION lib/sysusers.d RENAME odbc-data-controller.conf)
 install(FILES packaging/odbc-data-controller.tmpfiles DESTINATION lib/tmpfiles.d RENAME odbc-data-controller.conf)
 
-# The client library: for CMake find_package(OdbcDataClient) and the target OdbcDataClient::client, for others pkg-config.
+# The client library: for CMake find_package(OdbcDataClient) and the target OdbcDataClient::client, for others
+# pkg-config.
 set(library_folder ${CMAKE_INSTALL_LIBDIR}/cmake/OdbcDataClient)
 set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/odbc-data-client)
 install(TARGETS ods_client EXPORT OdbcDataClient

@@ -1,5 +1,6 @@
 # The Debian packages, one a component of Install.cmake: `cpack --preset package`, or scripts/package.sh. They are made
-# of a tree that is configured for /usr. FinishPackages.cmake brings what was installed into the form of Debian's policy.
+# of a tree that is configured for /usr. FinishPackages.cmake brings what was installed into the form of Debian's
+# policy.
 set(debian ${PROJECT_SOURCE_DIR}/packaging/debian)
 set(CPACK_GENERATOR DEB)
 set(CPACK_VERBATIM_VARIABLES ON)

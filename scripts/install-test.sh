@@ -1,14 +1,13 @@
 #!/usr/bin/env bash
-# The packages as somebody would use them: makes them, installs them, configures a PostgreSQL server with the sample company,
-# runs the controller as its unit says, asks through the installed client, builds a client on the installed library, and
-# removes everything again. Nothing may be left then, and nothing else be changed.
+# The packages as somebody would use them: makes them, installs them, configures a PostgreSQL server with the sample
+# company, runs the controller as its unit says, asks through the installed client, builds a client on the installed
+# library, and removes everything again. Nothing may be left then, and nothing else be changed.
 #
 #   --packages DIR   packages that are there, instead of new ones
 #   --fresh          the whole of it in a minimal Debian of its own, which is fetched: so nothing is there that the
 #                    packages do not ask for. Takes some minutes
 #
-# It takes root, and a machine that has never had the packages. What it installs and starts it removes and ends, also when
-# it fails.
+# It takes root, and a machine without the packages. What it installs and starts it removes and ends, also when it fails.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
@@ -40,19 +39,24 @@ done
 
 # --------------------------------------------------------------------------------------------------------------- removing
 
-# What the lists below leave out: what apt, dpkg and their helpers write about any package, and what changes by itself.
-LEFT_OUT=(/var/lib/dpkg /var/lib/apt /var/lib/ucf /var/cache/apt /var/cache/debconf /var/cache/ldconfig /var/cache/man
-  /var/log/apt /var/log/dpkg.log /var/log/alternatives.log /etc/passwd- /etc/group- /etc/shadow- /etc/gshadow- /etc/.pwd.lock
-  /run/systemd/systemd-units-load "$LOCKS")
+# What the lists below leave out: what apt, dpkg and their tools write about any package, and what changes by itself.
+readonly LEFT_OUT=(/var/lib/dpkg /var/lib/apt /var/lib/ucf /var/cache/apt /var/cache/debconf /var/cache/ldconfig
+  /var/cache/man /var/log/apt /var/log/dpkg.log /var/log/alternatives.log
+  /etc/passwd- /etc/group- /etc/shadow- /etc/gshadow- /etc/.pwd.lock /run/systemd/systemd-units-load "$LOCKS")
+# Where packages and services leave something.
+readonly LOOKED_AT=(/usr /etc /opt /srv /var/lib /var/log /var/cache /var/spool /run)
 
-list_packages() { dpkg-query --show --showformat='${Package}:${Architecture} ${db:Status-Abbrev}\n' | grep --invert-match 'un $' | LC_ALL=C sort; }
+list_packages() {
+  dpkg-query --show --showformat='${Package}:${Architecture} ${db:Status-Abbrev}\n' |
+    grep --invert-match 'un $' | LC_ALL=C sort
+}
 
-# list_system FILE: every path where packages and services leave something, the packages, and users and groups.
+# list_system FILE: every path with mode and owner, the packages (once more in FILE.packages), and users and groups.
 list_system() {
   local path leave_out=(-name __pycache__)
   for path in "${LEFT_OUT[@]}"; do leave_out+=(-o -path "$path"); done
   {
-    find /usr /etc /opt /srv /var/lib /var/log /var/cache /var/spool /run \( "${leave_out[@]}" \) -prune -o -printf '%M %u %g %p\n'
+    find "${LOOKED_AT[@]}" \( "${leave_out[@]}" \) -prune -o -printf '%M %u %g %p\n'
     list_packages | tee "$1.packages" | sed 's/^/package /'
     sed 's/^/user /' /etc/passwd
     sed 's/^/group /' /etc/group
@@ -62,7 +66,7 @@ list_system() {
 # purge: the packages, and what was installed because of them.
 purge() {
   local because=()
-  mapfile -t because < <(list_packages | LC_ALL=C comm -13 "$folder/before.packages" - | cut --delimiter=' ' --fields=1)
+  mapfile -t because < <(list_packages | LC_ALL=C comm -13 "$folder/before.packages" - | cut --delimiter=' ' -f 1)
   env DEBIAN_FRONTEND=noninteractive apt-get purge --quiet --yes "${because[@]}" >"$folder/purge.log" 2>&1 ||
     { cat -- "$folder/purge.log" >&2; return 1; }
   installed=0
@@ -75,7 +79,8 @@ compare_with_before() {
   list_system "$folder/after"
   differences=$(
     diff "$folder/before" "$folder/after" | sed --quiet 's/^< /gone: /p; s/^> /left: /p'
-    find /etc /home /opt /run /srv /tmp /usr /var -ignore_readdir_race -uid "$1" -printf 'left, of the removed user: %p\n' 2>/dev/null
+    find /etc /home /opt /run /srv /tmp /usr /var -ignore_readdir_race -uid "$1" \
+      -printf 'left, of the removed user: %p\n' 2>/dev/null
     # Servers of others may have mutexes there.
     [[ ! -d $LOCKS ]] || find "$LOCKS" -maxdepth 0 -empty -printf 'left: %p\n'
   ) || true
@@ -118,10 +123,11 @@ unit_value() { sed --quiet "s/^$1=//p" "$UNIT"; }
 as_service() {
   umask "$(unit_value UMask)"
   cd /
-  exec env --ignore-environment PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 USER="$SERVICE_USER" ODBCSYSINI="$ODBCSYSINI" \
-    setpriv --reuid="$(unit_value User)" --regid="$(unit_value Group)" --init-groups --no-new-privs --inh-caps=-all \
+  exec env --ignore-environment PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 USER="$SERVICE_USER" \
+    ODBCSYSINI="$ODBCSYSINI" setpriv --reuid="$(unit_value User)" --regid="$(unit_value Group)" --init-groups --no-new-privs --inh-caps=-all \
     --bounding-set=-all --pdeathsig=TERM -- "$@"
 }
+# ask ARGUMENT...: the client, as the service's user, whose queue it is.
 ask() { runuser --user "$SERVICE_USER" -- odbc-data-client "$@"; }
 
 # start_controller: with the folders that systemd would make.
@@ -135,6 +141,7 @@ start_controller() {
   wait_until_ready "$controller" 30 odbc-data-controller status ||
     { cat -- "$folder/controller.log" >&2; odbc-data-controller status >&2 || true; die "the service does not come up"; }
 }
+# install_folder PATH MODE
 install_folder() { install --directory --owner="$SERVICE_USER" --group="$SERVICE_USER" --mode="$2" "$1"; }
 
 stop_controller() {
@@ -161,7 +168,8 @@ refuse_if_used() {
   for path in "$CONFIGURATION" "$STATE" "$RUNTIME"; do
     [[ ! -e $path ]] || die "$path is there, and would be removed: nothing was done"
   done
-  ! getent passwd "$SERVICE_USER" >/dev/null || die "the user $SERVICE_USER is there, and would be removed: nothing was done"
+  ! getent passwd "$SERVICE_USER" >/dev/null ||
+    die "the user $SERVICE_USER is there, and would be removed: nothing was done"
 }
 refuse_if_used
 
@@ -225,7 +233,8 @@ if ((fresh)); then
     mount -t tmpfs tmpfs "$1/dev/shm" 2>/dev/null || true
     mkdir -m 1777 "$1/run/lock" # as on a machine that systemd has started
     mkdir "$1/run/systemd"
-    exec chroot "$1" env -i PATH="$PATH" LANG=C.UTF-8 TERM=dumb /ods/scripts/install-test.sh --bare --packages /ods/packages
+    exec chroot "$1" env -i PATH="$PATH" LANG=C.UTF-8 TERM=dumb \
+      /ods/scripts/install-test.sh --bare --packages /ods/packages
   ' bash "$tree"
   exit
 fi
@@ -260,7 +269,8 @@ check_rights "$CONFIGURATION/controller.toml" "640 root:$SERVICE_USER"
 check_rights "$LOCKS" "1777 root:root"
 ! command -v systemd-analyze >/dev/null || systemd-analyze verify --man=no "$UNIT" || die "systemd does not take the unit"
 [[ ! -e $STATE ]] || die "the service was started before it was configured"
-[[ ! -e /etc/systemd/system/multi-user.target.wants/odbc-data-controller.service ]] || die "the service is enabled without being asked"
+[[ ! -e /etc/systemd/system/multi-user.target.wants/odbc-data-controller.service ]] ||
+  die "the service is enabled without being asked"
 did "installed the packages: $(cd -- "$packages" && printf '%s ' ./*.deb)"
 
 install --owner="$SERVICE_USER" --mode=0600 "$folder/postgresql/password" "$CONFIGURATION/company.password"
@@ -280,7 +290,11 @@ odbc-data-controller status
 did "configured and started the service"
 
 export ODBC_DATA_REQUESTS=$STATE/queues/company/requests ODBC_DATA_RESULTS=$STATE/queues/company/results
-database() { postgresql_client "$folder/postgresql" "$port" sample --quiet --no-align --field-separator=$'\t' --tuples-only --command="$1"; }
+# database STATEMENT: its rows by psql, fields separated by tabs.
+database() {
+  postgresql_client "$folder/postgresql" "$port" sample --quiet --no-align --field-separator=$'\t' --tuples-only \
+    --command="$1"
+}
 ask data customer --fields no,name,city --sort "city desc, no" --filter "name like A%" --page-size 5
 ask data customer --count >"$folder/count"
 database 'SELECT count(*) FROM customer' | same "numbers of rows" "$folder/count" -
@@ -299,24 +313,28 @@ find_package(OdbcDataClient 1.0 REQUIRED)
 add_executable(customers customers.cpp)
 target_link_libraries(customers PRIVATE OdbcDataClient::client)
 CMAKE
-(cmake -G Ninja -S "$folder/client" -B "$folder/client/build" && cmake --build "$folder/client/build") >"$folder/client/log" 2>&1 ||
+{ cmake -G Ninja -S "$folder/client" -B "$folder/client/build" && cmake --build "$folder/client/build"; } \
+  >"$folder/client/log" 2>&1 ||
   { cat -- "$folder/client/log" >&2; die "a client cannot be built on the library by CMake"; }
 read -ra flags <<<"$(pkg-config --static --cflags --libs odbc-data-client)"
 g++ -std=c++20 -o "$folder/client/by-pkg-config" "$folder/client/customers.cpp" "${flags[@]}" ||
   die "a client cannot be built on the library by pkg-config"
 database 'SELECT no, name FROM customer ORDER BY no' >"$folder/customers"
 for client in build/customers by-pkg-config; do
-  runuser --user "$SERVICE_USER" -- "$folder/client/$client" "$ODBC_DATA_REQUESTS" "$ODBC_DATA_RESULTS" >"$folder/client/rows"
+  runuser --user "$SERVICE_USER" -- "$folder/client/$client" "$ODBC_DATA_REQUESTS" "$ODBC_DATA_RESULTS" \
+    >"$folder/client/rows"
   same "rows of a client of our own" "$folder/client/rows" "$folder/customers"
 done
-did "built a client on the library, by CMake and by pkg-config, and read $(wc --lines <"$folder/customers") rows with each"
+did "built a client on the library, by CMake and by pkg-config; each read $(wc --lines <"$folder/customers") rows"
 
-logs=$STATE/servers/company.1/Logs
-touch --date='40 days ago' -- "$logs/old.log"
-chown "$SERVICE_USER" -- "$logs/old.log"
-systemd-tmpfiles --clean odbc-data-controller.conf
-[[ ! -e $logs/old.log && -n $(ls "$logs") ]] || die "systemd-tmpfiles keeps old logs, or removes new ones"
-did "had old logs removed"
+if command -v systemd-tmpfiles >/dev/null; then
+  logs=$STATE/servers/company.1/Logs
+  touch --date='40 days ago' -- "$logs/old.log"
+  chown "$SERVICE_USER" -- "$logs/old.log"
+  systemd-tmpfiles --clean odbc-data-controller.conf
+  [[ ! -e $logs/old.log && -n $(ls "$logs") ]] || die "systemd-tmpfiles keeps old logs, or removes new ones"
+  did "had old logs removed"
+fi
 
 stop_controller || die "the controller did not end in order"
 ! pgrep --uid "$uid" >/dev/null || die "processes of the service are left: $(pgrep --uid "$uid" --list-full)"
