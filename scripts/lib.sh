@@ -7,14 +7,13 @@ ODS_ROOT=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 
 # What the programs, their tests and their benchmarks need to be configured and built.
 BUILD_PACKAGES=(g++ cmake ninja-build unixodbc-dev libpugixml-dev libcli11-dev libncurses-dev libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev
-  pkg-config libsystemd-dev libtomlplusplus-dev librabbitmq-dev)
+  librapidcheck-dev libxml2-dev pkg-config libsystemd-dev libtomlplusplus-dev librabbitmq-dev)
 # What the windows are built with. Without it the server is built without them.
 UI_PACKAGES=(qt6-base-dev)
 # What it takes to serve an SQLite file.
 SQLITE_PACKAGES=(odbcinst libsqliteodbc sqlite3)
 # What the tests need besides.
-TEST_PACKAGES=(librapidcheck-dev python3 unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server libxml2-utils
-  rabbitmq-server openssl)
+TEST_PACKAGES=(python3 unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server rabbitmq-server openssl)
 # A desktop without a screen, with somebody at its keyboard and mouse.
 DESKTOP_PACKAGES=(xvfb openbox xdotool fonts-dejavu-core)
 # What builds and runs the sanitizer build and the fuzzers.

@@ -49,7 +49,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class SyncTest : public testing::Test {
+class SyncTest : public ::testing::Test {
  protected:
   ~SyncTest() override { TheWatched() = {}; }
 
