@@ -18,6 +18,7 @@
 #include "e2e/StandIn.h"
 #include "platform/queue/QueueChoice.h"
 #include "platform/system/System.h"
+#include "support/SilentListener.h"
 
 namespace ods::test {
 namespace {
@@ -164,6 +165,20 @@ TEST_F(Servers, HeartbeatsGoOnWhileAStatementRunsLong) {
   if (Clock::now() - start < seconds(3)) GTEST_SKIP() << "this machine is too fast";
   EXPECT_EQ(items.Folders().LogText().find("Error polling queue"), std::string::npos);
   EXPECT_EQ(items.Folders().LogText().find("Error sending answer"), std::string::npos);
+  EXPECT_EQ(server.Stop(), 0);
+}
+
+TEST(SilentBroker, HoldsUpNeitherHeartbeatNorStop) {
+  const Items items;
+  const SilentListener silent;
+  const std::string uri = "amqp://127.0.0.1:" + std::to_string(silent.Port()) + "/?queue=";
+  const std::string alive = items.Folders().AliveFile();
+  ServerProcess server(items.Folders(), {"/inqueue=" + uri + "in", "/outqueue=" + uri + "out", "/alivefile=" + alive});
+  ASSERT_TRUE(Eventually([&] { return items.Folders().LogText().find("'Start Polling'") != std::string::npos; }));
+  // The file is written anew every five seconds; the broker is waited for twice as long.
+  std::filesystem::remove(alive);
+  EXPECT_TRUE(Eventually([&] { return std::filesystem::exists(alive); }));
+  EXPECT_EQ(items.Folders().LogText().find("Error polling queue"), std::string::npos) << "it is still waited for";
   EXPECT_EQ(server.Stop(), 0);
 }
 

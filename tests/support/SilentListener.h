@@ -31,6 +31,7 @@ class SilentListener {
   SilentListener(SilentListener&&) = delete;
   SilentListener& operator=(SilentListener&&) = delete;
 
+  [[nodiscard]] int Port() const { return port_; }
   /// The rest of a connection string whose driver is to connect here.
   [[nodiscard]] std::string Target() const {
     return ";Server=127.0.0.1;Port=" + std::to_string(port_) + ";Database=d;UID=u;PWD=p";

@@ -38,7 +38,7 @@ constexpr milliseconds kLongestPause{5000};
 /// A connection that was up for so long begins with the shortest pause again.
 constexpr std::chrono::seconds kStable{5};
 /// How long the end of the thread is waited for, before and after its socket was shut.
-constexpr milliseconds kEnding{400};
+constexpr milliseconds kEnding{250};
 
 std::atomic<int>& Abandoned() {
   static std::atomic<int> abandoned = 0;
