@@ -10,6 +10,7 @@
 
 #include "common/Files.h"
 #include "common/Text.h"
+#include "schema/PlainMessages.h"
 #include "server/modDispatch.h"
 #include "support/MessageSchemas.h"
 #include "support/MessageWatch.h"
@@ -17,14 +18,6 @@
 
 namespace ods::test {
 namespace {
-
-constexpr const char* kSession = "<DataSession>00000000-0000-4000-8000-00000000000A</DataSession>";
-
-std::string Request(const std::string& type, const std::string& elements = "") {
-  return "<XML><Type>" + type + "</Type>" + elements + "</XML>";
-}
-
-std::string Response(const std::string& elements) { return "<XML>" + elements + kSession + "</XML>"; }
 
 /// Every type that the server knows has its schemas, and there are no others.
 TEST(MessageSchemas, AreThereForEveryTypeOfRequest) {

@@ -6,17 +6,10 @@
 #include <vector>
 
 #include "common/Text.h"
+#include "schema/PlainMessages.h"
 
 namespace ods::test {
 namespace {
-
-constexpr const char* kSession = "<DataSession>00000000-0000-4000-8000-00000000000A</DataSession>";
-
-std::string Request(const std::string& type, const std::string& elements = "") {
-  return "<XML><Type>" + type + "</Type>" + elements + "</XML>";
-}
-
-std::string Response(const std::string& elements) { return "<XML>" + elements + kSession + "</XML>"; }
 
 /// A message of a type that is valid, and replacements that each make it wrong.
 struct Refusal {
