@@ -324,17 +324,18 @@ TEST_P(Hostile, ASearchFindsTheRowsThatHaveTheText) {
 TEST_P(Hostile, NamesOfAnyKindStayNames) {
   for (const std::string& text : HostileTexts()) {
     const std::string shown = EscapeXml(text);
-    for (const auto& [table, hasKind] :
-         {std::pair("[TABLE]" + shown, true), std::pair("[VIEW]" + shown, true), std::pair("[APPVIEW]" + shown, true),
-          std::pair("[TABLE]" + TableName() + shown, true), std::pair(shown, false),
-          std::pair("[" + shown + "]" + TableName(), false)}) {
+    const auto askOf = [&](const std::string& table, bool hasKind) {
       const auto ask = [&](const std::string& type, const std::string& elements) {
         const std::string request = Request(type, "<TableId>" + table + "</TableId>" + elements);
         (void)AskAndCheck(hasKind ? Message(request) : Malformed(request));
       };
       for (const char* type : {"FieldList", "KeyList", "PrimaryKey"}) ask(type, "");
       ask("TableData", "<PrimaryKey>id</PrimaryKey><PageSize>1</PageSize><Fields><Field><Id>id</Id></Field></Fields>");
-    }
+    };
+    for (const char* kind : {"[TABLE]", "[VIEW]", "[APPVIEW]"}) askOf(kind + shown, true);
+    askOf("[TABLE]" + TableName() + shown, true);
+    askOf(shown, false);
+    askOf("[" + shown + "]" + TableName(), false);
     (void)AskAndCheck(Rows("", "<Field><Id>" + shown + "</Id></Field>"));
     (void)AskAndCheck(
         Malformed(Rows("<SortColumn>" + shown + "</SortColumn><SortDirection>" + shown + "</SortDirection>")));
