@@ -42,7 +42,9 @@ double SecondsSince(Clock::time_point start) { return std::chrono::duration<doub
 /// A controller with its configuration and the folders of its one source, "data".
 class Controlled {
  public:
-  explicit Controlled(const ServerFolders& folders) : folders_(&folders) {}
+  explicit Controlled(const ServerFolders& folders) : folders_(&folders) {
+    folders.Watch().SetExact(true);  // as a controller starts its servers unless told otherwise
+  }
 
   [[nodiscard]] std::string File() const { return folders_->Root() + "/controller.toml"; }
   void Configure(const std::string& connection, const std::string& lines = "", const std::string& more = "") const {
