@@ -290,8 +290,7 @@ TEST(TableWalk, AsksForLessWhenAnAnswerIsTooLarge) {
     if (size > 10) {
       return Whole(
           "<Error>1000</Error><Message>The response is larger than 67108864 bytes (64 MiB). Ask for fewer rows or "
-          "fields."
-          "</Message>");
+          "fields.</Message>");
     }
     return ServeNumbers(request, 30);
   });

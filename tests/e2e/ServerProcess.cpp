@@ -143,7 +143,12 @@ std::string QueueClient::Ask(const Message& request, std::chrono::seconds timeou
   return Receive(Send(request), timeout);
 }
 
-XmlDocument QueueClient::AskDocument(const Message& request) { return XmlDocument(Ask(request)); }
+XmlDocument QueueClient::AskDocument(const Message& request) {
+  const std::string answer = Ask(request);
+  XmlDocument document;
+  EXPECT_TRUE(document.LoadXML(answer)) << answer.substr(0, 1000);
+  return document;
+}
 
 std::string Request(const std::string& type, const std::string& elements) {
   return "<XML><Type>" + type + "</Type>" + elements + "</XML>";
