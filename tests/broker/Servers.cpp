@@ -94,14 +94,24 @@ TEST_F(Servers, EveryRequestIsAnsweredAsThroughAFolder) {
   QueueClient folder(items.Folders());
   const std::regex session("<DataSession>[^<]*</DataSession>");
   const std::string table = "<TableId>[TABLE]item</TableId>";
-  for (const std::string& request :
-       {kPing, Request("Initialize", "<UserMode>DETECT</UserMode>"), Request("Authorize", "<UserId>ann</UserId>"),
-        Request("UsersAndRoles"), Request("TableList"), Request("FieldList", table), Request("KeyList", table),
-        Request("PrimaryKey", table), PageOf(7), Request("FieldList", "<TableId>[TABLE]none</TableId>"),
-        Request("Nonsense"), std::string("no XML"), std::string()}) {
-    const std::string answer = client.Receive(client.Send(request));
+  const std::vector<Message> requests = {kPing,
+                                         Request("Initialize", "<UserMode>DETECT</UserMode>"),
+                                         Request("Authorize", "<UserId>ann</UserId>"),
+                                         Request("UsersAndRoles"),
+                                         Request("TableList"),
+                                         Request("FieldList", table),
+                                         Request("KeyList", table),
+                                         Request("PrimaryKey", table),
+                                         PageOf(7),
+                                         Request("FieldList", "<TableId>[TABLE]none</TableId>"),
+                                         Malformed(Request("Nonsense")),
+                                         Malformed("no XML"),
+                                         Malformed("")};
+  for (const Message& request : requests) {
+    const std::string answer = client.Receive(client.Send(request.text));
     EXPECT_NE(answer.find("<DataSession>"), std::string::npos) << answer;
-    EXPECT_EQ(std::regex_replace(answer, session, ""), std::regex_replace(folder.Ask(request), session, "")) << request;
+    EXPECT_EQ(std::regex_replace(answer, session, ""), std::regex_replace(folder.Ask(request), session, ""))
+        << request.text;
   }
   EXPECT_EQ(server->Stop(), 0);
   EXPECT_EQ(items.Folders().LogText().find(ParseBrokerUri(queues_->Requests()).password), std::string::npos);
