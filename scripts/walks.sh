@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Walks every table and view of the sample company on SQLite, PostgreSQL and MariaDB, there and back, the large ones in the
-# smallest pages too, which scripts/test.sh leaves out; and asks thousands of random questions to random tables, with
+# Walks every table and view of the sample company on SQLite, PostgreSQL and MariaDB, there and back, in pages of
+# 1, 7 and 50 rows, of which scripts/test.sh takes some; and asks thousands of random questions to random tables, with
 # exact paging. The random ones took twelve minutes on a busy machine.
 #
 #   --sample    the sample company only

@@ -17,7 +17,7 @@ namespace {
 
 /// Runs with sanitizers thin out the longest walks.
 bool IsQuick() { return std::getenv("ODS_TEST_QUICK") != nullptr; }
-/// scripts/walks.sh goes through the large tables in the smallest pages too.
+/// scripts/walks.sh goes through every table in pages of every size.
 bool IsLong() { return std::getenv("ODS_TEST_LONG") != nullptr; }
 
 /// How the rows of a walk are chosen and ordered.
@@ -28,7 +28,7 @@ struct WalkMode {
   bool selectedKey = false;
   bool filtered = false;
   bool searched = false;
-  bool smallPages = false;  ///< larger tables too are walked in small pages, which takes its time
+  bool smallPages = false;  ///< walked in smaller pages than the others, which takes its time
 };
 
 constexpr WalkMode kModes[] = {
@@ -86,9 +86,10 @@ class Walker {
     constexpr double kLargeTable = 2500;
     const double rows = SafeDbl(direct_->OpenRecordSet("SELECT COUNT(*) FROM " + table.source, 0)->Item(0));
     if (IsQuick()) return {rows < kLargeTable ? 23 : 500};
-    if (rows < kSmallTable) return {1, 7, 50};
-    if (!mode.smallPages || (rows >= kLargeTable && !IsLong())) return {50};
-    return rows < kLargeTable && IsLong() ? std::vector<int>{1, 7, 50} : std::vector<int>{7, 50};
+    if (IsLong()) return {1, 7, 50};
+    if (rows >= kLargeTable) return {mode.smallPages ? 50 : 200};
+    if (rows >= kSmallTable) return {mode.smallPages ? 7 : 50};
+    return mode.smallPages ? std::vector<int>{1, 7, 50} : std::vector<int>{7};
   }
   [[nodiscard]] std::vector<std::string> AskForKey(const SampleTable& table) {
     return TextToKey(GetNodeText(
