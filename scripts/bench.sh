@@ -2,7 +2,7 @@
 # Builds the release preset and runs every benchmark of it on the sample company in SQLite. Arguments go to each of
 # the programs, for example --benchmark_filter=REGEX.
 #
-#   scripts/bench.sh --pages [--quick] [--details FILE]
+#   scripts/bench.sh --pages [--quick] [--rounds COUNT] [--details FILE]
 #
 # compares the ways of reading a page instead, side by side on SQLite, PostgreSQL and MariaDB: the statements alone, the
 # handler, the whole way through the queue folders, and a script with pyodbc and lxml (bench/peer). It prints Markdown tables for

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <stdlib.h>
@@ -37,6 +38,7 @@ std::vector<int> TableSizes(const Options& options) {
 
 int Rounds(const Options& options, int pageSize) {
   constexpr int kLarge = 1000;
+  if (options.rounds > 0) return options.rounds;
   if (!options.quick) return 301;
   return pageSize < kLarge ? 101 : 51;
 }
@@ -71,20 +73,27 @@ std::vector<std::string> ServerParameters(bool exact) {
   return exact ? std::vector<std::string>{"/hidden", "/exact"} : std::vector<std::string>{"/hidden"};
 }
 
-/// The requests for the pages of a table in the order of sizes and places, with positions as `reader` gives them.
-std::vector<std::string> Requests(const QueueReader& reader, int rows) {
+/// A page that is asked for: of which table, how large, and where.
+struct PageKind {
+  int rows;
+  int pageSize;
+  std::size_t place;
+};
+
+/// The request for a page, with its position as `reader` gives it.
+std::string Request(const QueueReader& reader, const PageKind& kind) {
+  const Place& place = kPlaces.at(kind.place);
+  if (place.percent < 0) return PageRequest(kind.rows, kind.pageSize, "");
+  const XmlDocument answer(reader.Ask(RowBeforePage(kind.rows, kind.pageSize, place)));
+  const std::string position = GetNodeText(answer, "/XML/LastPosition");
+  if (position.empty()) throw std::runtime_error("no position: " + answer.Xml());
+  return PageRequest(kind.rows, kind.pageSize, position);
+}
+
+std::vector<std::string> Requests(const QueueReader& reader, const std::vector<PageKind>& kinds) {
   std::vector<std::string> requests;
-  for (const int pageSize : kPageSizes) {
-    for (const Place& place : kPlaces) {
-      std::string position;
-      if (place.percent >= 0) {
-        const XmlDocument answer(reader.Ask(RowBeforePage(rows, pageSize, place)));
-        position = GetNodeText(answer, "/XML/LastPosition");
-        if (position.empty()) throw std::runtime_error("no position: " + answer.Xml());
-      }
-      requests.push_back(PageRequest(rows, pageSize, position));
-    }
-  }
+  requests.reserve(kinds.size());
+  for (const PageKind& kind : kinds) requests.push_back(Request(reader, kind));
   return requests;
 }
 
@@ -167,7 +176,7 @@ struct Answerer {
 
 std::unique_ptr<QueueProcess> StartPeer(const std::string& script) {
   auto process = std::make_unique<QueueProcess>();
-  process->Start({"python3", script, process->Requests(), process->Results()});
+  process->Start({script, process->Requests(), process->Results()});
   return process;
 }
 
@@ -182,35 +191,66 @@ struct Readers {
   QueueReader* whole;
 };
 
-/// Reads the pages of one place and size in turns. Raises std::runtime_error where the ways do not read the same.
-void ReadInTurns(std::array<Readers, kPagings>& readers, QueueReader& peer, std::size_t page, int rounds,
-                 PageResult& result) {
-  const auto readAll = [&](PageResult& into) {
+/// All ways on one database. A page is known by its number.
+class Turns {
+ public:
+  Turns(std::array<Readers, kPagings> readers, QueueReader& peer) : readers_(std::move(readers)), peer_(peer) {}
+
+  /// Reads a page in all ways once.
+  void Read(std::size_t page, PageResult& result) {
     for (std::size_t paging = 0; paging < kPagings; ++paging) {
-      auto& ways = into.ways.at(paging);
-      readers.at(paging).limit->Read(page, ways[kLimit]);
-      readers.at(paging).handler->Read(page, ways[kHandler]);
-      readers.at(paging).whole->Read(page, ways[kWhole]);
+      auto& ways = result.ways.at(paging);
+      readers_.at(paging).limit->Read(page, ways[kLimit]);
+      readers_.at(paging).handler->Read(page, ways[kHandler]);
+      readers_.at(paging).whole->Read(page, ways[kWhole]);
     }
-    peer.Read(page, into.peer);
-  };
-  const auto finish = [&] {
-    for (const Readers& each : readers) each.whole->Finish();
-    peer.Finish();
-  };
-  PageResult unused;
-  for (int i = 0; i < kWarmUps; ++i) readAll(unused);
-  finish();
-  const std::string contents = Contents(peer.Response());
-  for (const Readers& each : readers) {
-    if (Contents(each.handler->Response()) != contents || Contents(each.whole->Response()) != contents ||
-        each.limit->Rows() < result.pageSize) {
-      throw std::runtime_error("the ways do not read the same rows: " + each.whole->Response() + "\n" +
-                               peer.Response());
+    peer_.Read(page, result.peer);
+  }
+  void Finish() {
+    for (const Readers& each : readers_) each.whole->Finish();
+    peer_.Finish();
+  }
+  /// Raises std::runtime_error where the ways have not read the same rows.
+  void Check(int pageSize) const {
+    const std::string contents = Contents(peer_.Response());
+    for (const Readers& each : readers_) {
+      if (Contents(each.handler->Response()) != contents || Contents(each.whole->Response()) != contents ||
+          each.limit->Rows() < pageSize) {
+        throw std::runtime_error("the ways do not read the same rows: " + each.whole->Response() + "\n" +
+                                 peer_.Response());
+      }
     }
   }
-  for (int i = 0; i < rounds; ++i) readAll(result);
-  finish();
+
+ private:
+  std::array<Readers, kPagings> readers_;
+  QueueReader& peer_;
+};
+
+/// Reads all pages of one size in turns, wherever they are: what else the machine does meets all of them.
+void ReadPages(Turns& turns, const std::string& product, const std::vector<PageKind>& kinds, int pageSize, int rounds,
+               Results& results) {
+  std::vector<std::size_t> pages;
+  std::vector<PageResult> found;
+  for (std::size_t page = 0; page < kinds.size(); ++page) {
+    if (kinds[page].pageSize != pageSize) continue;
+    pages.push_back(page);
+    PageResult& result = found.emplace_back();
+    result.product = product;
+    result.rows = kinds[page].rows;
+    result.pageSize = pageSize;
+    result.place = kinds[page].place;
+    PageResult unused;
+    for (int i = 0; i < kWarmUps; ++i) turns.Read(page, unused);
+    turns.Finish();
+    turns.Check(pageSize);
+  }
+  for (int i = 0; i < rounds; ++i) {
+    for (std::size_t each = 0; each < pages.size(); ++each) turns.Read(pages[each], found[each]);
+  }
+  turns.Finish();
+  results.pages.insert(results.pages.end(), std::make_move_iterator(found.begin()),
+                       std::make_move_iterator(found.end()));
 }
 
 /// Asks all in turns for a `Ping`.
@@ -233,31 +273,29 @@ void CompareOn(const std::string& product, const std::string& connection, const 
   Ping({&plain, &exact, &peer});
 
   std::array<OwnSession, kPagings> sessions = {OwnSession(connection, false), OwnSession(connection, true)};
+  std::vector<PageKind> kinds;
   for (const int rows : TableSizes(options)) {
-    std::cerr << product << ": " << rows << " rows" << std::endl;
+    std::cerr << product << ": making a table of " << rows << " rows" << std::endl;
     MakeTable(sessions[0].Session(), product, rows);
-    std::array<Readers, kPagings> readers;
-    for (std::size_t paging = 0; paging < kPagings; ++paging) {
-      Readers& each = readers.at(paging);
-      each.whole = (paging == 0 ? plain : exact).reader.get();
-      const std::vector<std::string> requests = Requests(*each.whole, rows);
-      each.limit = std::make_unique<LimitReader>(Program("pages-limit"), connection);
-      TeachStatements(*each.limit, connection, paging != 0, requests);
-      each.handler = std::make_unique<HandlerReader>(sessions.at(paging).Session(), requests);
-      each.whole->SetPages(requests);
-    }
-    peer.reader->SetPages(Requests(*peer.reader, rows));
-    std::size_t page = 0;
     for (const int pageSize : kPageSizes) {
-      for (std::size_t place = 0; place < kPlaces.size(); ++place, ++page) {
-        PageResult& result = results.pages.emplace_back();
-        result.product = product;
-        result.rows = rows;
-        result.pageSize = pageSize;
-        result.place = place;
-        ReadInTurns(readers, *peer.reader, page, Rounds(options, pageSize), result);
-      }
+      for (std::size_t place = 0; place < kPlaces.size(); ++place) kinds.push_back({rows, pageSize, place});
     }
+  }
+  std::array<Readers, kPagings> readers;
+  for (std::size_t paging = 0; paging < kPagings; ++paging) {
+    Readers& each = readers.at(paging);
+    each.whole = (paging == 0 ? plain : exact).reader.get();
+    const std::vector<std::string> requests = Requests(*each.whole, kinds);
+    each.limit = std::make_unique<LimitReader>(Program("pages-limit"), connection);
+    TeachStatements(*each.limit, connection, paging != 0, requests);
+    each.handler = std::make_unique<HandlerReader>(sessions.at(paging).Session(), requests);
+    each.whole->SetPages(requests);
+  }
+  peer.reader->SetPages(Requests(*peer.reader, kinds));
+  Turns turns(std::move(readers), *peer.reader);
+  for (const int pageSize : kPageSizes) {
+    std::cerr << product << ": pages of " << pageSize << " rows" << std::endl;
+    ReadPages(turns, product, kinds, pageSize, Rounds(options, pageSize), results);
   }
   for (Answerer* const each : {&plain, &exact, &peer}) {
     each->result.afterwards = ResidentMebibytes(each->process->Process());

@@ -12,6 +12,7 @@ struct Options {
   std::string peer;     ///< path of the script
   std::string details;  ///< path of the file of every median; "" for none
   bool quick = false;   ///< without the table of a million rows, and fewer pages
+  int rounds = 0;       ///< how often each page is read; 0: as often as is thought to be enough
 };
 
 struct Results {

@@ -12,6 +12,7 @@
 #include <clocale>
 #include <cstddef>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <sql.h>
 #include <sqlext.h>
@@ -169,8 +170,12 @@ class Query {
     for (SQLSMALLINT i = 1; i <= count; ++i) {
       SQLSMALLINT type = 0;
       SQLULEN size = 0;
-      handle_.Check(SQLDescribeColW(handle_.Get(), static_cast<SQLUSMALLINT>(i), nullptr, 0, nullptr, &type, &size,
-                                    nullptr, nullptr));
+      SQLWCHAR name[128] = {};
+      SQLSMALLINT length = 0;
+      SQLSMALLINT digits = 0;
+      SQLSMALLINT nullable = 0;
+      handle_.Check(SQLDescribeColW(handle_.Get(), static_cast<SQLUSMALLINT>(i), name, std::size(name), &length, &type,
+                                    &size, &digits, &nullable));
       const Cell cell = CellOf(type, size);
       auto& bytes = cells_.emplace_back(kBlockRows * cell.bytes);
       auto& indicators = indicators_.emplace_back(kBlockRows);
@@ -218,8 +223,8 @@ void Serve() {
     const double processor = Now(CLOCK_PROCESS_CPUTIME_ID);
     std::size_t rows = 0;
     for (const auto& query : pages.at(page)) rows += query->Run();
-    std::cout << rows << ' ' << Now(CLOCK_MONOTONIC) - start << ' ' << Now(CLOCK_PROCESS_CPUTIME_ID) - processor
-              << std::endl;
+    const double used = Now(CLOCK_PROCESS_CPUTIME_ID) - processor;
+    std::cout << rows << ' ' << Now(CLOCK_MONOTONIC) - start << ' ' << used << std::endl;
   }
 }
 

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Answers the TableData and Ping requests of a queue folder from a database: what somebody would write who has Python,
 pyodbc and lxml, and wants no server. It is what the server is compared with (scripts/bench.sh --pages).
 
