@@ -191,6 +191,17 @@ struct Readers {
   QueueReader* whole;
 };
 
+/// `whole` and `session` outlive them.
+Readers ReadersOf(const std::string& connection, bool exact, QueueReader& whole, DataSession& session,
+                  const std::vector<PageKind>& kinds) {
+  const std::vector<std::string> requests = Requests(whole, kinds);
+  whole.SetPages(requests);
+  Readers readers{std::make_unique<LimitReader>(Program("pages-limit"), connection),
+                  std::make_unique<HandlerReader>(session, requests), &whole};
+  TeachStatements(*readers.limit, connection, exact, requests);
+  return readers;
+}
+
 /// All ways on one database. A page is known by its number.
 class Turns {
  public:
@@ -281,22 +292,16 @@ void CompareOn(const std::string& product, const std::string& connection, const 
       for (std::size_t place = 0; place < kPlaces.size(); ++place) kinds.push_back({rows, pageSize, place});
     }
   }
-  std::array<Readers, kPagings> readers;
-  for (std::size_t paging = 0; paging < kPagings; ++paging) {
-    Readers& each = readers.at(paging);
-    each.whole = (paging == 0 ? plain : exact).reader.get();
-    const std::vector<std::string> requests = Requests(*each.whole, kinds);
-    each.limit = std::make_unique<LimitReader>(Program("pages-limit"), connection);
-    TeachStatements(*each.limit, connection, paging != 0, requests);
-    each.handler = std::make_unique<HandlerReader>(sessions.at(paging).Session(), requests);
-    each.whole->SetPages(requests);
-  }
   peer.reader->SetPages(Requests(*peer.reader, kinds));
-  Turns turns(std::move(readers), *peer.reader);
+  auto turns = std::make_unique<Turns>(
+      std::array<Readers, kPagings>{ReadersOf(connection, false, *plain.reader, sessions[0].Session(), kinds),
+                                    ReadersOf(connection, true, *exact.reader, sessions[1].Session(), kinds)},
+      *peer.reader);
   for (const int pageSize : kPageSizes) {
     std::cerr << product << ": pages of " << pageSize << " rows" << std::endl;
-    ReadPages(turns, product, kinds, pageSize, Rounds(options, pageSize), results);
+    ReadPages(*turns, product, kinds, pageSize, Rounds(options, pageSize), results);
   }
+  turns.reset();  // a reader of SQLite is in the way of removing the tables
   for (Answerer* const each : {&plain, &exact, &peer}) {
     each->result.afterwards = ResidentMebibytes(each->process->Process());
     each->process->Stop();
