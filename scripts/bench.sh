@@ -7,15 +7,16 @@
 # compares the ways of reading a page instead, side by side on SQLite, PostgreSQL and MariaDB: the statements alone, the
 # handler, the whole way through the queue folders, and a script with pyodbc and lxml (bench/peer). It prints Markdown tables for
 # docs/benchmarks.md; FILE gets every median and 99th percentile. With --quick, which alone means the same, it takes some
-# minutes, otherwise about an hour for a table of a million rows besides.
+# minutes, otherwise half an hour with a table of a million rows besides.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
 # The machine, its system and the versions of what takes part, as a sentence.
 describe_machine() {
-  local package versions=()
-  for package in unixodbc libsqliteodbc odbc-postgresql odbc-mariadb libsqlite3-0 postgresql mariadb-server python3 python3-pyodbc python3-lxml; do
+  local package versions=() postgresql
+  postgresql=$(basename -- "$(dirname -- "$(postgresql_programs)")")
+  for package in unixodbc libsqliteodbc odbc-postgresql odbc-mariadb libsqlite3-0 "postgresql-$postgresql" mariadb-server python3 python3-pyodbc python3-lxml; do
     versions+=("$package $(dpkg-query --show --showformat='${Version}' "$package")")
   done
   printf '%s × %s, Linux %s, %s; %s.\n' "$(nproc)" "$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head --lines=1)" "$(uname --kernel-release)" \
