@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/xml/Xml.h"
+
 namespace ods::bench {
 
 /// Starts a program, looked for in the path; its process id, or -1.
@@ -32,45 +34,77 @@ inline bool RunProgram(std::vector<std::string> arguments) {
   return process > 0 && waitpid(process, &status, 0) == process && status == 0;
 }
 
-/// A server process in a folder of its own; stopped by SIGTERM.
-class RunningServer {
+/// A program that answers the messages of two queue folders, in a temporary folder of its own; stopped by SIGTERM.
+class QueueProcess {
  public:
-  enum class Windows { kHidden, kShown };
-
-  explicit RunningServer(const std::string& program, Windows windows = Windows::kHidden) {
-    std::string name = (std::filesystem::temp_directory_path() / "ods-ping-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) return;
-    folder_ = name;
-    std::filesystem::create_directories(folder_ + "/config");
-    std::ofstream(folder_ + "/config/dataserver.xml")
-        << "<Settings><ConnectionString>Driver=SQLite3;Database=" << folder_
-        << "/bench.db</ConnectionString></Settings>";
-    std::vector<std::string> arguments = {program, "/instance=bench", "/datafolder=" + folder_,
-                                          "/inqueue=" + Requests(), "/outqueue=" + Results()};
-    if (windows == Windows::kHidden) arguments.emplace_back("/hidden");
-    process_ = StartProgram(std::move(arguments));
+  QueueProcess() {
+    std::string name = (std::filesystem::temp_directory_path() / "ods-bench-XXXXXX").string();
+    if (mkdtemp(name.data()) != nullptr) folder_ = name;
   }
-  ~RunningServer() {
-    if (process_ > 0) {
-      kill(process_, SIGTERM);
-      waitpid(process_, nullptr, 0);
-    }
+  virtual ~QueueProcess() {
+    Stop();
     std::error_code ignored;
     if (!folder_.empty()) std::filesystem::remove_all(folder_, ignored);
   }
-  RunningServer(const RunningServer&) = delete;
-  RunningServer& operator=(const RunningServer&) = delete;
-  RunningServer(RunningServer&&) = delete;
-  RunningServer& operator=(RunningServer&&) = delete;
+  QueueProcess(const QueueProcess&) = delete;
+  QueueProcess& operator=(const QueueProcess&) = delete;
+  QueueProcess(QueueProcess&&) = delete;
+  QueueProcess& operator=(QueueProcess&&) = delete;
+
+  /// Starts the program of these arguments, which stay for the next `Start`.
+  void Start(std::vector<std::string> arguments) {
+    arguments_ = std::move(arguments);
+    Start();
+  }
+  void Start() {
+    if (!folder_.empty()) process_ = StartProgram(arguments_);
+  }
+  /// Ends the process, if there is one, and waits for its end. The folder stays.
+  void Stop() {
+    if (process_ <= 0) return;
+    kill(process_, SIGTERM);
+    waitpid(process_, nullptr, 0);
+    process_ = -1;
+  }
 
   [[nodiscard]] bool Runs() const { return process_ > 0; }
   [[nodiscard]] pid_t Process() const { return process_; }
+  [[nodiscard]] const std::string& Folder() const { return folder_; }
   [[nodiscard]] std::string Requests() const { return folder_ + "/Requests"; }
   [[nodiscard]] std::string Results() const { return folder_ + "/Results"; }
 
  private:
   std::string folder_;
+  std::vector<std::string> arguments_;
   pid_t process_ = -1;
+};
+
+/// A server.
+class RunningServer : public QueueProcess {
+ public:
+  enum class Windows { kHidden, kShown };
+
+  /// On an empty SQLite database.
+  explicit RunningServer(const std::string& program, Windows windows = Windows::kHidden) {
+    Serve(program, "Driver=SQLite3;Database=" + Folder() + "/bench.db",
+          windows == Windows::kHidden ? std::vector<std::string>{"/hidden"} : std::vector<std::string>{});
+  }
+  /// On the database of an ODBC connection string, with more parameters.
+  RunningServer(const std::string& program, const std::string& connection, std::vector<std::string> parameters) {
+    Serve(program, connection, std::move(parameters));
+  }
+
+ private:
+  void Serve(const std::string& program, const std::string& connection, std::vector<std::string> parameters) {
+    if (Folder().empty()) return;
+    XmlDocument settings("<Settings><ConnectionString/></Settings>");
+    settings.SelectSingleNode("/Settings/ConnectionString").SetText(connection);
+    std::filesystem::create_directories(Folder() + "/config");
+    std::ofstream(Folder() + "/config/dataserver.xml") << settings.Xml();
+    parameters.insert(parameters.begin(), {program, "/instance=bench", "/datafolder=" + Folder(),
+                                           "/inqueue=" + Requests(), "/outqueue=" + Results()});
+    Start(std::move(parameters));
+  }
 };
 
 }  // namespace ods::bench

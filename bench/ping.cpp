@@ -9,22 +9,23 @@
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <numeric>
-#include <sstream>
 #include <stdlib.h>
 #include <string>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
+#include "ProcessFigures.h"
 #include "RunningServer.h"
 #include "platform/queue/Queue.h"
 #include "platform/system/System.h"
 
 namespace {
 
+using ods::bench::ProcessorSeconds;
+using ods::bench::ResidentMebibytes;
 using ods::bench::RunningServer;
 using ods::bench::RunProgram;
 using Clock = std::chrono::steady_clock;
@@ -122,30 +123,6 @@ void PingWithAndWithoutWindows(benchmark::State& state) {
   for (auto& times : microseconds) std::sort(times.begin(), times.end());
   state.counters["hidden_median_us"] = Quantile(microseconds[0], 0.5);
   state.counters["windows_median_us"] = Quantile(microseconds[1], 0.5);
-}
-
-/// Processor time that a process has used, in seconds (proc(5), stat fields 14 and 15).
-double ProcessorSeconds(pid_t process) {
-  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-  std::string text;
-  std::getline(file, text);
-  std::istringstream fields(text.substr(text.rfind(')') + 2));
-  constexpr int kFieldsBefore = 11;  // from the state, field 3, to field 13
-  std::string skipped;
-  for (int i = 0; i < kFieldsBefore; ++i) fields >> skipped;
-  double user = 0;
-  double system = 0;
-  fields >> user >> system;
-  return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
-}
-
-/// Resident memory of a process in MiB (proc(5), statm field 2).
-double ResidentMebibytes(pid_t process) {
-  std::ifstream file("/proc/" + std::to_string(process) + "/statm");
-  double total = 0;
-  double resident = 0;
-  file >> total >> resident;
-  return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024 * 1024);
 }
 
 void IdleServer(benchmark::State& state) {

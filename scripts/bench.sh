@@ -1,9 +1,54 @@
 #!/usr/bin/env bash
 # Builds the release preset and runs every benchmark of it on the sample company in SQLite. Arguments go to each of
 # the programs, for example --benchmark_filter=REGEX.
+#
+#   scripts/bench.sh --pages [--quick] [--rounds COUNT] [--details FILE]
+#
+# compares the ways of reading a page instead, side by side on SQLite, PostgreSQL and MariaDB: the statements alone, the
+# handler, the whole way through the queue folders, and a script with pyodbc and lxml (bench/peer). It prints Markdown tables for
+# docs/benchmarks.md; FILE gets every median and 99th percentile. With --quick, which alone means the same, it takes some
+# minutes, otherwise half an hour with a table of a million rows besides.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
+
+# The machine, its system and the versions of what takes part, as a sentence.
+describe_machine() {
+  local package versions=() postgresql
+  postgresql=$(basename -- "$(dirname -- "$(postgresql_programs)")")
+  for package in unixodbc libsqliteodbc odbc-postgresql odbc-mariadb libsqlite3-0 "postgresql-$postgresql" mariadb-server python3 python3-pyodbc python3-lxml; do
+    versions+=("$package $(dpkg-query --show --showformat='${Version}' "$package")")
+  done
+  printf '%s × %s, Linux %s, %s; %s.\n' "$(nproc)" "$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head --lines=1)" "$(uname --kernel-release)" \
+    "$(. /etc/os-release && printf '%s' "$PRETTY_NAME")" "$(printf '%s, ' "${versions[@]}" | sed 's/, $//')"
+}
+
+compare_pages() {
+  install_packages "${BUILD_PACKAGES[@]}" "${UI_PACKAGES[@]}" "${SQLITE_PACKAGES[@]}" "${PAGES_PACKAGES[@]}"
+  build_preset release odbc-data-server pages-compare
+  folder=$(mktemp --directory -- "${TMPDIR:-/tmp}/ods-bench.XXXXXX")
+  chmod 0711 -- "$folder"
+  trap 'stop_servers; rm --recursive --force -- "$folder"' EXIT
+  use_own_driver_list "$folder/odbc"
+  local postgresql_port='' mariadb_port='' load
+  start_on_free_port postgresql_port start_postgresql "$folder/postgresql"
+  start_on_free_port mariadb_port start_mariadb "$folder/mariadb"
+  export ODS_BENCH_SQLITE="Driver=SQLite3;Database=$folder/pages.db"
+  ODS_BENCH_POSTGRESQL=$(postgresql_connection_string "$folder/postgresql" "$postgresql_port" scratch)
+  ODS_BENCH_MARIADB=$(mariadb_connection_string "$folder/mariadb" "$mariadb_port" scratch)
+  export ODS_BENCH_POSTGRESQL ODS_BENCH_MARIADB
+  load=$(cut --delimiter=' ' --fields=1 /proc/loadavg)
+  "$ODS_ROOT/build/release/bin/pages-compare" "$ODS_ROOT/bench/peer/peer.py" "$@"
+  printf '\n%s: %s Load before it %s.\n' "$(date +%F)" "$(describe_machine)" "$load"
+}
+
+case ${1:-} in
+  --pages | --quick)
+    [[ $1 == --quick ]] || shift
+    compare_pages "$@"
+    exit
+    ;;
+esac
 
 install_packages "${BUILD_PACKAGES[@]}" "${UI_PACKAGES[@]}" "${DESKTOP_PACKAGES[@]}" "${SQLITE_PACKAGES[@]}" rabbitmq-server openssl
 build_preset release
