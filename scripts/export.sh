@@ -54,9 +54,8 @@ seconds_of() {
 resident() { awk '/^VmRSS/ { print $2 }' "/proc/$1/status" 2>/dev/null || true; }
 
 say "psql: \\copy"
-seconds_of postgresql_client "$folder/postgresql" "$port" sample --quiet --command="\\copy (SELECT id, account, booked,
-  to_char(entered, 'YYYY-MM-DD HH24:MI:SS.MS') AS entered, amount, text, note, rate, CASE WHEN open THEN 1 ELSE 0 END AS open
-  FROM entry ORDER BY id) TO '$folder/copy.csv' WITH (FORMAT csv, HEADER)"
+seconds_of postgresql_client "$folder/postgresql" "$port" sample --quiet --command="\\copy (SELECT id, account, booked, entered, amount,
+  text, note, rate, CASE WHEN open THEN 1 ELSE 0 END AS open FROM entry ORDER BY id) TO '$folder/copy.csv' WITH (FORMAT csv, HEADER)"
 copy_seconds=$seconds
 
 say "odbc-data-client: export"
