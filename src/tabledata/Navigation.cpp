@@ -31,7 +31,8 @@ std::string_view NavigationAfter(std::string_view name) {
   return name == kGoToNext ? kGoToLast : kGoToFirst;
 }
 
-void WritePageFlags(XmlDocument& response, std::string_view name, bool moreRows) {
+void BeginPage(XmlDocument& response, std::string_view name, bool moreRows) {
+  response.LoadXML("<XML><FirstPosition/><LastPosition/><HasNextPage/><HasPreviousPage/><Columns/><Records/></XML>");
   const bool reverse = FindNavigation(name).reverse;
   const bool next = reverse ? name != kGoToLast : moreRows;
   const bool previous = reverse ? moreRows : name != kGoToFirst;

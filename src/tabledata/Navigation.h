@@ -31,9 +31,9 @@ struct Navigation {
 /// What is read instead when a navigation has found no row; "" when that is the answer.
 [[nodiscard]] std::string_view NavigationAfter(std::string_view name);
 
-/// Writes `HasNextPage` and `HasPreviousPage` of a page.
+/// Begins the response with a page: its elements, empty but for `HasNextPage` and `HasPreviousPage`.
 /// @param name     the navigation by which it was read, as the client or `NavigationAfter` calls it
 /// @param moreRows whether rows followed the page in the direction in which it was read
-void WritePageFlags(XmlDocument& response, std::string_view name, bool moreRows);
+void BeginPage(XmlDocument& response, std::string_view name, bool moreRows);
 
 }  // namespace ods

@@ -462,8 +462,7 @@ void ExactRequest::Answer(XmlDocument& response) {
   const std::string total = count_ ? CountRows() : "";
 
   step_ = "Set the records in the message";
-  response.LoadXML("<XML><FirstPosition/><LastPosition/><HasNextPage/><HasPreviousPage/><Columns/><Records/></XML>");
-  WritePageFlags(response, navigate_, page.moreRows);
+  BeginPage(response, navigate_, page.moreRows);
   response.DocumentElement().AppendElement("Navigated", FindNavigation(navigate_).name);
   if (count_) response.DocumentElement().AppendElement("Total", total);
   if (!page.rows.empty()) WritePage(response, page);

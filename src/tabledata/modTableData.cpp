@@ -311,8 +311,7 @@ void TableDataRequest::Answer(XmlDocument& response) {
   Page page = ReadPage();
 
   step_ = "Set the records in the message";
-  response.LoadXML("<XML><FirstPosition/><LastPosition/><HasNextPage/><HasPreviousPage/><Columns/><Records/></XML>");
-  WritePageFlags(response, navigate_, page.moreRows);
+  BeginPage(response, navigate_, page.moreRows);
   if (!page.rows.empty()) WritePage(response, page);
 }
 

@@ -8,6 +8,7 @@
 #include "common/Error.h"
 #include "platform/queue/Broker.h"
 #include "platform/queue/BrokerLink.h"
+#include "platform/queue/Queue.h"
 
 namespace ods {
 
@@ -16,8 +17,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-/// An answer may be larger than a request, but no client reads without an end.
-constexpr std::size_t kMaxAnswerBytes = std::size_t{1} << 30U;
 /// How often a lost connection is noticed by whoever waits.
 constexpr milliseconds kLook{100};
 /// The pause before a request that was refused is sent again.

@@ -19,8 +19,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-/// An answer may be larger than a request, but no client reads without an end.
-constexpr std::uint64_t kMaxAnswerBytes = std::uint64_t{1} << 30U;
 /// How often the folder is looked at while it is not there, or where the system has no watch left.
 constexpr milliseconds kUnwatched{20};
 /// How long the watch is trusted: the folder may have been exchanged.

@@ -15,6 +15,8 @@ namespace ods {
 
 /// The largest message that is taken, in bytes.
 inline constexpr std::size_t kMaxMessageBytes = std::size_t{16} * 1024 * 1024;
+/// The largest answer that a client reads, in bytes: it may be larger than a request, but nobody reads without an end.
+inline constexpr std::size_t kMaxAnswerBytes = std::size_t{1} << 30U;
 
 /// One end of a message queue. Not shared between threads.
 class Queue : public Object {
