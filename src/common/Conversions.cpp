@@ -6,19 +6,12 @@
 #include <cmath>
 #include <limits>
 
+#include "common/Overloaded.h"
 #include "common/Text.h"
 
 namespace ods {
 
 namespace {
-
-// Gives every alternative of a value its own lambda.
-template <typename... Cases>
-struct Overloaded : Cases... {
-  using Cases::operator()...;
-};
-template <typename... Cases>
-Overloaded(Cases...) -> Overloaded<Cases...>;
 
 constexpr std::int64_t kTenThousand = 10000;
 
@@ -344,13 +337,22 @@ std::string FormatDouble(double number) {
   return result.append(digits, 0, whole).append(1, '.').append(digits, whole);
 }
 
-std::string FormatDate(const Date& date) {
-  return date.dateOnly && date.SecondOfDay() == 0 ? FormatDay(date) : FormatMoment(date);
-}
+bool IsDayAlone(const Date& date) { return date.dateOnly && date.SecondOfDay() == 0; }
+
+std::string FormatDate(const Date& date) { return IsDayAlone(date) ? FormatDay(date) : FormatMoment(date); }
 
 std::string FormatMoment(const Date& date) {
+  const MomentText text = TextOfMoment(date);
+  return {text.data(), text.size()};
+}
+
+std::string FormatDay(const Date& date) { return std::string(DayOf(TextOfMoment(date))); }
+
+std::string FormatTime(const Date& date) { return std::string(TimeOf(TextOfMoment(date))); }
+
+MomentText TextOfMoment(const Date& date) {
   const DateParts parts = date.Parts();
-  std::string text("0000-00-00 00:00:00");
+  MomentText text = {'0', '0', '0', '0', '-', '0', '0', '-', '0', '0', ' ', '0', '0', ':', '0', '0', ':', '0', '0'};
   PutDigits(&text[0], &text[4], parts.year);
   PutDigits(&text[5], &text[7], parts.month);
   PutDigits(&text[8], &text[10], parts.day);
@@ -360,9 +362,10 @@ std::string FormatMoment(const Date& date) {
   return text;
 }
 
-std::string FormatDay(const Date& date) { return FormatMoment(date).substr(0, 10); }
-
-std::string FormatTime(const Date& date) { return FormatMoment(date).substr(11); }
+void AppendInteger(std::string& text, std::int64_t number) {
+  std::array<char, 24> digits;  // NOLINT(cppcoreguidelines-pro-type-member-init): written right away
+  text.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
+}
 
 std::string FormatCurrency(Currency amount) {
   const bool negative = amount.tenThousandths < 0;

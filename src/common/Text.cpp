@@ -27,6 +27,18 @@ constexpr std::array<Utf8Row, 9> kUtf8Rows{{
     {0xF4, 0xF4, 0x80, 0x8F, 4},
 }};
 
+constexpr std::array<std::uint8_t, 256> MakeRowOfFirst() {
+  std::array<std::uint8_t, 256> rows{};
+  for (std::size_t byte = 0; byte < rows.size(); ++byte) {
+    std::uint8_t row = 0;
+    while (row < kUtf8Rows.size() && (byte < kUtf8Rows[row].firstLow || byte > kUtf8Rows[row].firstHigh)) ++row;
+    rows[byte] = row;
+  }
+  return rows;
+}
+/// The row of a first byte; the number of rows for one that begins no character.
+constexpr std::array<std::uint8_t, 256> kRowOfFirst = MakeRowOfFirst();
+
 char UpperLetter(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 char LowerLetter(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
@@ -103,9 +115,8 @@ std::optional<char32_t> NextCharacter(std::string_view& text) {
   if (text.empty()) return std::nullopt;
   const auto byteAt = [&](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
   const std::uint8_t first = byteAt(0);
-  const auto* row = std::find_if(kUtf8Rows.begin(), kUtf8Rows.end(),
-                                 [&](const Utf8Row& r) { return first >= r.firstLow && first <= r.firstHigh; });
-  if (row == kUtf8Rows.end() || text.size() < row->length) return std::nullopt;
+  const Utf8Row* const row = kUtf8Rows.data() + kRowOfFirst[first];
+  if (row == kUtf8Rows.data() + kUtf8Rows.size() || text.size() < row->length) return std::nullopt;
   if (row->length > 1 && (byteAt(1) < row->secondLow || byteAt(1) > row->secondHigh)) return std::nullopt;
   // The first byte carries 7, 5, 4 or 3 bits.
   char32_t character = row->length == 1 ? first : first & (0x7FU >> row->length);

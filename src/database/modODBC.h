@@ -33,6 +33,11 @@ struct ExecuteOptions {
 [[nodiscard]] std::shared_ptr<RecordSet> ExecuteSQL(const DataSession& session, std::string sql,
                                                     std::int32_t maxRecords, const ExecuteOptions& options = {});
 
+/// The same for rows that go into a sink.
+[[nodiscard]] std::unique_ptr<RowStream> StreamSQL(const DataSession& session, std::string sql, std::int32_t maxRecords,
+                                                   const std::shared_ptr<RowSink>& sink,
+                                                   const ExecuteOptions& options = {});
+
 /// True when the tables schema lists a table of exactly this name. Raises the driver's errors.
 [[nodiscard]] bool TableExists(const DataSession& session, const std::string& name);
 

@@ -73,15 +73,6 @@ std::string SingleText(double number) {
   return DoubleText(ParseExactly<double>(ScientificText(single)).value_or(number));
 }
 
-bool IsNumberType(std::int32_t adoType) {
-  constexpr auto kTypes = std::to_array<std::int32_t>(
-      {ado_type::kSmallInt, ado_type::kInteger, ado_type::kSingle, ado_type::kDouble, ado_type::kCurrency,
-       ado_type::kDecimal, ado_type::kTinyInt, ado_type::kUnsignedTinyInt, ado_type::kUnsignedSmallInt,
-       ado_type::kUnsignedInt, ado_type::kBigInt, ado_type::kUnsignedBigInt, ado_type::kNumeric,
-       ado_type::kVarNumeric});
-  return std::ranges::find(kTypes, adoType) != kTypes.end();
-}
-
 bool IsNameOfNoNumber(std::string_view text) {
   return text == kNotANumber || text == kInfinity || text == kMinusInfinity;
 }
@@ -158,6 +149,15 @@ bool IsNumberText(std::string_view text) {
     at = exponent;
   }
   return at == text.size();
+}
+
+bool IsNumberType(std::int32_t adoType) {
+  constexpr auto kTypes = std::to_array<std::int32_t>(
+      {ado_type::kSmallInt, ado_type::kInteger, ado_type::kSingle, ado_type::kDouble, ado_type::kCurrency,
+       ado_type::kDecimal, ado_type::kTinyInt, ado_type::kUnsignedTinyInt, ado_type::kUnsignedSmallInt,
+       ado_type::kUnsignedInt, ado_type::kBigInt, ado_type::kUnsignedBigInt, ado_type::kNumeric,
+       ado_type::kVarNumeric});
+  return std::ranges::find(kTypes, adoType) != kTypes.end();
 }
 
 ExactValue ExactValueOf(const Value& value, std::int32_t adoType) {

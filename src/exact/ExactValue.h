@@ -30,6 +30,10 @@ struct ExactValue {
 /// most 2,000 characters altogether.
 [[nodiscard]] bool IsNumberText(std::string_view text);
 
+/// True for the types of columns that hold numbers, of any kind but Booleans.
+/// @param adoType ADO data type number
+[[nodiscard]] bool IsNumberType(std::int32_t adoType);
+
 /// The exact form of a value that a record set gave in the exact form of reading. Booleans are the numbers 1 and 0, a
 /// single has the fewest digits that read back as the same single.
 /// @param adoType ADO data type number of the column: tells singles from doubles

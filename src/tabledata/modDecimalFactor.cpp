@@ -40,16 +40,18 @@ bool HasDecimals(std::int32_t type) {
   }
 }
 
-void SettleDecimalFactor(const DataSession& session) {
+bool DecimalFactorIsSettled(const DataSession& session) {
   double& factor = session.process->decimalFactor;
-  if (factor != 0) return;
-  if (!session.dialect->mayScaleDecimals) {
-    factor = 1;
-    return;
-  }
+  if (factor == 0 && !session.dialect->mayScaleDecimals) factor = 1;
+  return factor != 0;
+}
+
+void SettleDecimalFactor(const DataSession& session) {
+  if (DecimalFactorIsSettled(session)) return;
   constexpr double kProbe = 1.1;
   const auto rows = ExecuteSQL(session, "SELECT 1.1 FROM Integer WHERE Number=1", 1);
   if (rows->AtEnd()) return;
+  double& factor = session.process->decimalFactor;
   factor = SafeDbl(rows->Item(0)) == kProbe ? 1 : kScaledDecimalFactor;
   if (factor != 1) session.Trace("Decimal factor set to " + FormatDouble(factor));
 }

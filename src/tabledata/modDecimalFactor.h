@@ -17,6 +17,8 @@ inline constexpr double kScaledDecimalFactor = 0.00001;
 /// @param type ADO data type number
 [[nodiscard]] bool HasDecimals(std::int32_t type);
 
+/// True when the decimal factor of the process is known, after settling it where that takes no statement.
+[[nodiscard]] bool DecimalFactorIsSettled(const DataSession& session);
 /// Sets the decimal factor of the process if it is not set yet: 1, unless a Navision driver gives another number than
 /// 1.1 for 1.1. It stays unset when that statement returns no row. Raises the errors of the statement.
 void SettleDecimalFactor(const DataSession& session);

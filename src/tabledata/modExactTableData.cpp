@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <iterator>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,7 +13,6 @@
 #include "catalogue/modKeys.h"
 #include "common/Conversions.h"
 #include "common/Error.h"
-#include "common/Hex.h"
 #include "common/Text.h"
 #include "database/Response.h"
 #include "database/modODBC.h"
@@ -23,11 +22,11 @@
 #include "exact/ExactTable.h"
 #include "sqlformat/modExactFilter.h"
 #include "tabledata/ExactOrder.h"
+#include "tabledata/ExactPageSink.h"
 #include "tabledata/ExactPosition.h"
 #include "tabledata/ExactRanges.h"
 #include "tabledata/NameList.h"
 #include "tabledata/Navigation.h"
-#include "tabledata/PageSizeGuard.h"
 #include "tabledata/modDecimalFactor.h"
 
 namespace ods {
@@ -36,23 +35,6 @@ namespace {
 /// So many rows that are equal to a position are read once more with the page, to step over them; more of them have a
 /// statement of their own, so that no client's count makes the database give rows that are not equal.
 constexpr std::uint32_t kMostSteppedOver = 1000;
-
-/// A cell of the select list.
-struct Cell {
-  std::string expression;  ///< without an alias
-  bool plain = false;      ///< the name of a column alone
-  ReadStyle style = ReadStyle::kDriver;
-  std::int32_t adoType = ado_type::kEmpty;
-  std::string field;  ///< the column that it is of, for the size of a page and for errors
-};
-
-using Row = std::vector<ExactValue>;
-
-/// The rows of one page in reading order, and where they begin.
-struct Page {
-  std::vector<Row> rows;
-  bool moreRows = false;
-};
 
 /// Where reading begins: behind a row or at one.
 struct Start {
@@ -80,20 +62,18 @@ class ExactRequest {
   [[nodiscard]] std::optional<ExactPosition> ReadPosition(const char* field) const;
   void ReadPositions();
   void ReadFields();
-  [[nodiscard]] std::size_t AddCell(Cell cell);
+  [[nodiscard]] std::size_t AddCell(ExactCell cell);
   void MakeFieldList();
   [[nodiscard]] Start StartOf(const Navigation& navigation) const;
   [[nodiscard]] std::vector<OrderRange> Ranges(const Start& start, bool reverse) const;
-  Page ReadPage();
-  Page NavigateOnce();
-  void ReadRange(const OrderRange& range, std::size_t limit, std::uint32_t& stepOver, Page& page);
-  [[nodiscard]] Row ReadRow(RecordSet& rows, const std::vector<std::size_t>& columns);
-  [[nodiscard]] ExactValue ReadCell(const Cell& cell, const Value& value) const;
-  [[nodiscard]] bool IsAt(const Row& row, const std::vector<ExactValue>& values) const;
+  [[nodiscard]] std::shared_ptr<ExactPageSink> ReadPage();
+  [[nodiscard]] std::shared_ptr<ExactPageSink> NavigateOnce();
+  [[nodiscard]] ExactPagePlan Plan(bool reverse) const;
+  void ReadRange(const OrderRange& range, std::size_t limit, std::uint32_t stepOver,
+                 const std::shared_ptr<ExactPageSink>& page);
   [[nodiscard]] std::string CountRows();
-  [[nodiscard]] std::string MakePosition(const Page& page, std::size_t index) const;
-  void WritePage(XmlDocument& response, Page& page);
-  void WriteValue(XmlNode& record, const ExactColumn& column, const ExactValue& value) const;
+  [[nodiscard]] std::string MakePosition(const ExactPageSink::End& end) const;
+  void WritePage(XmlDocument& response, ExactPageSink& page);
 
   DataSession& session_;
   XmlNode root_;
@@ -111,10 +91,9 @@ class ExactRequest {
   std::optional<ExactPosition> firstPosition_;
   std::optional<ExactPosition> lastPosition_;
   std::vector<const ExactColumn*> fields_;  ///< of the response
-  std::vector<Cell> cells_;                 ///< of the select list: those of the fields first
+  std::vector<ExactCell> cells_;            ///< of the select list: those of the fields first
   std::vector<std::size_t> termCells_;      ///< which cell has the value of each term of the order
   std::string fieldList_;
-  PageSizeGuard guard_;
   Start start_;  ///< of the page that was read
 };
 
@@ -199,9 +178,9 @@ void ExactRequest::ReadPositions() {
 }
 
 /// The index of the cell, which is added unless there is such a one.
-std::size_t ExactRequest::AddCell(Cell cell) {
+std::size_t ExactRequest::AddCell(ExactCell cell) {
   const auto same = std::ranges::find_if(
-      cells_, [&](const Cell& each) { return each.expression == cell.expression && each.style == cell.style; });
+      cells_, [&](const ExactCell& each) { return each.expression == cell.expression && each.style == cell.style; });
   if (same != cells_.end()) return static_cast<std::size_t>(same - cells_.begin());
   cells_.push_back(std::move(cell));
   return cells_.size() - 1;
@@ -244,7 +223,7 @@ void ExactRequest::MakeFieldList() {
   const auto isTaken = [&](const ExactColumn& column) { return ToLower(column.name).starts_with(prefix); };
   while (std::ranges::any_of(known_->columns, isTaken)) prefix += 'x';
   for (std::size_t i = 0; i < cells_.size(); ++i) {
-    const Cell& cell = cells_[i];
+    const ExactCell& cell = cells_[i];
     std::string text = cell.expression;
     if (!cell.plain) text += " AS " + QuoteIdentifier(session_, prefix + std::to_string(i));
     AppendToList(fieldList_, ",", text);
@@ -278,34 +257,20 @@ std::vector<OrderRange> ExactRequest::Ranges(const Start& start, bool reverse) c
   return RangesBehind(session_, order_, start.position->values, reverse, start.equalRows);
 }
 
-bool ExactRequest::IsAt(const Row& row, const std::vector<ExactValue>& values) const {
-  for (std::size_t i = 0; i < termCells_.size(); ++i) {
-    if (row[termCells_[i]] != values[i]) return false;
-  }
-  return true;
+ExactPagePlan ExactRequest::Plan(bool reverse) const {
+  ExactPagePlan plan;
+  plan.cells = cells_;
+  for (const ExactColumn* field : fields_) plan.fields.push_back(field->valueClass);
+  plan.terms = termCells_;
+  plan.unique = order_.unique;
+  plan.size = pageSize_;
+  plan.reverse = reverse;
+  if (start_.position != nullptr) plan.start = start_.position->values;
+  return plan;
 }
 
-ExactValue ExactRequest::ReadCell(const Cell& cell, const Value& value) const {
-  if (cell.style == ReadStyle::kQuoted) return ExactValueOfQuoted(SafeStr(value));
-  ExactValue exact = ExactValueOf(value, cell.adoType);
-  const double factor = session_.process->decimalFactor;
-  if (factor == kScaledDecimalFactor && HasDecimals(cell.adoType) && exact.kind == ExactValue::Kind::kNumber) {
-    exact.text = ScaledNumber(value, factor);
-  }
-  return exact;
-}
-
-Row ExactRequest::ReadRow(RecordSet& rows, const std::vector<std::size_t>& columns) {
-  Row row;
-  row.reserve(cells_.size());
-  for (std::size_t i = 0; i < cells_.size(); ++i) {
-    row.push_back(ReadCell(cells_[i], rows.Item(columns[i])));
-    guard_.Add(cells_[i].field, row.back().text.size());
-  }
-  return row;
-}
-
-void ExactRequest::ReadRange(const OrderRange& range, std::size_t limit, std::uint32_t& stepOver, Page& page) {
+void ExactRequest::ReadRange(const OrderRange& range, std::size_t limit, std::uint32_t stepOver,
+                             const std::shared_ptr<ExactPageSink>& page) {
   step_ = "Assemble the sql statement";
   std::string where;
   if (!filter_.empty()) where = "(" + filter_ + ")";
@@ -316,25 +281,22 @@ void ExactRequest::ReadRange(const OrderRange& range, std::size_t limit, std::ui
   const std::string sql =
       BuildSelect(session_, table_, top, {.where = where, .orderBy = range.orderBy, .fields = fieldList_}, fieldsFixed);
   step_ = "Execute SQL: " + sql;
-  const auto rows = ExecuteSQL(session_, sql, top, {.exact = true});
-  SettleDecimalFactor(session_);
-
-  step_ = "Read the records";
-  std::vector<std::size_t> columns(cells_.size());
-  for (std::size_t i = 0; i < columns.size(); ++i) columns[i] = fieldsFixed ? rows->IndexOf(cells_[i].field) : i;
-  for (std::size_t count = 0; count < limit && !rows->AtEnd(); rows->MoveNext()) {
-    Row row = ReadRow(*rows, columns);
-    if (stepOver > 0 && IsAt(row, start_.position->values)) {
-      --stepOver;
-      continue;
-    }
-    stepOver = 0;  // a row that is not equal: those that are have become fewer
-    ++count;
-    page.rows.push_back(std::move(row));
+  page->Expect(limit, stepOver, fieldsFixed);
+  std::unique_ptr<RowStream> rows;
+  if (DecimalFactorIsSettled(session_)) {
+    page->SetDecimalFactor(session_.process->decimalFactor);
+    rows = StreamSQL(session_, sql, top, page, {.exact = true});
+  } else {
+    auto read = ExecuteSQL(session_, sql, top, {.exact = true});
+    SettleDecimalFactor(session_);
+    page->SetDecimalFactor(session_.process->decimalFactor);
+    rows = StreamOf(std::move(read), page);
   }
+  step_ = "Read the records";
+  rows->ReadToEnd();
 }
 
-Page ExactRequest::NavigateOnce() {
+std::shared_ptr<ExactPageSink> ExactRequest::NavigateOnce() {
   session_.process->ui->LetEventsRun();
   step_ = "Navigate";
   const Navigation& navigation = FindNavigation(navigate_);
@@ -342,28 +304,26 @@ Page ExactRequest::NavigateOnce() {
   const std::vector<OrderRange> ranges = Ranges(start_, navigation.reverse);
   // One row more than the page has tells whether there are more.
   const std::size_t wanted = pageSize_ + 1;
-  Page page;
+  const auto page = std::make_shared<ExactPageSink>(Plan(navigation.reverse));
   std::uint32_t stepOver = start_.stepOver;
   for (const OrderRange& range : ranges) {
     const bool alone = &range == &ranges.front() && start_.equalRows == EqualRows::kAlone;
-    std::size_t limit = wanted - page.rows.size();
+    std::size_t limit = wanted - page->RowCount();
     if (alone && start_.take > 0) limit = std::min<std::size_t>(limit, start_.take);
     ReadRange(range, limit, stepOver, page);
     stepOver = 0;  // rows that are equal are in the first range only
-    if (page.rows.size() >= wanted) break;
+    if (page->MoreRows()) break;
   }
-  page.moreRows = page.rows.size() >= wanted;
-  if (page.moreRows) page.rows.pop_back();
   return page;
 }
 
-Page ExactRequest::ReadPage() {
+std::shared_ptr<ExactPageSink> ExactRequest::ReadPage() {
   while (true) {
-    Page page = NavigateOnce();
+    std::shared_ptr<ExactPageSink> page = NavigateOnce();
     step_ = "TableData - navigate";
     const std::string_view otherwise = NavigationAfter(navigate_);
     // A page of no rows is empty wherever it is.
-    if (!page.rows.empty() || otherwise.empty()) return page;
+    if (page->RowCount() > 0 || otherwise.empty()) return page;
     navigate_ = otherwise;
   }
 }
@@ -381,18 +341,16 @@ std::string ExactRequest::CountRows() {
   return ExactValueOf(rows->Item(0), ado_type::kBigInt).text;
 }
 
-/// The position of a row of a page in reading order.
-std::string ExactRequest::MakePosition(const Page& page, std::size_t index) const {
+/// The position of an end of a page.
+std::string ExactRequest::MakePosition(const ExactPageSink::End& end) const {
   ExactPosition position;
   position.table = FingerprintOf(table_);
   position.order = order_.Fingerprint();
-  for (const std::size_t cell : termCells_) position.values.push_back(page.rows[index][cell]);
+  position.values = end.values;
   if (order_.unique) return PositionText(position);
 
   const bool reverse = FindNavigation(navigate_).reverse;
-  std::size_t first = index;
-  while (first > 0 && IsAt(page.rows[first - 1], position.values)) --first;
-  auto count = static_cast<std::uint32_t>(index - first + 1);
+  std::uint32_t count = end.equal;
   bool fromFront = !reverse;
   if (start_.position != nullptr && position.values == start_.position->values) {
     if (start_.take > 0) {
@@ -408,31 +366,11 @@ std::string ExactRequest::MakePosition(const Page& page, std::size_t index) cons
   return PositionText(position);
 }
 
-void ExactRequest::WriteValue(XmlNode& record, const ExactColumn& column, const ExactValue& value) const {
-  XmlNode element = record.AppendElement("V");
-  element.SetAttribute("Id", column.name);
-  if (value.IsNull()) {
-    element.AppendElement("Null");
-    return;
-  }
-  const bool isBytes = value.kind == ExactValue::Kind::kBytes;
-  std::string text = DisplayText(value);
-  if (isBytes ? column.valueClass != ValueClass::kBytes : !IsXmlText(text)) {
-    element.SetAttribute("Encoding", "hex");
-    if (!isBytes) text = BytesToHex(Bytes(text.begin(), text.end()));
-  }
-  element.SetText(text);
-}
-
-void ExactRequest::WritePage(XmlDocument& response, Page& page) {
+void ExactRequest::WritePage(XmlDocument& response, ExactPageSink& page) {
   step_ = "Get new outer positions";
-  const bool reverse = FindNavigation(navigate_).reverse;
-  std::string first = MakePosition(page, 0);
-  std::string last = MakePosition(page, page.rows.size() - 1);
-  if (reverse) {
-    std::swap(first, last);
-    std::ranges::reverse(page.rows);
-  }
+  std::string first = MakePosition(page.FirstRead());
+  std::string last = MakePosition(page.LastRead());
+  if (FindNavigation(navigate_).reverse) std::swap(first, last);
   response.SelectSingleNode("/XML/FirstPosition").SetText(first);
   response.SelectSingleNode("/XML/LastPosition").SetText(last);
 
@@ -445,11 +383,7 @@ void ExactRequest::WritePage(XmlDocument& response, Page& page) {
   }
 
   step_ = "Column data";
-  XmlNode records = response.SelectSingleNode("/XML/Records");
-  for (const Row& row : page.rows) {
-    XmlNode record = records.AppendElement("R");
-    for (std::size_t i = 0; i < fields_.size(); ++i) WriteValue(record, *fields_[i], row[i]);
-  }
+  response.SetMarkup(response.SelectSingleNode("/XML/Records"), page.TakeRecords());
 }
 
 void ExactRequest::Answer(XmlDocument& response) {
@@ -458,14 +392,14 @@ void ExactRequest::Answer(XmlDocument& response) {
   ReadConditions();
   ReadPositions();
   ReadFields();
-  Page page = ReadPage();
+  const std::shared_ptr<ExactPageSink> page = ReadPage();
   const std::string total = count_ ? CountRows() : "";
 
   step_ = "Set the records in the message";
-  BeginPage(response, navigate_, page.moreRows);
+  BeginPage(response, navigate_, page->MoreRows());
   response.DocumentElement().AppendElement("Navigated", FindNavigation(navigate_).name);
   if (count_) response.DocumentElement().AppendElement("Total", total);
-  if (!page.rows.empty()) WritePage(response, page);
+  if (page->RowCount() > 0) WritePage(response, *page);
 }
 
 }  // namespace

@@ -1,21 +1,81 @@
 #include "tabledata/modRecord.h"
 
 #include <array>
-#include <string_view>
+#include <variant>
 
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Hex.h"
 #include "common/Text.h"
+#include "platform/ado/Ado.h"
+#include "platform/xml/Xml.h"
 #include "tabledata/modDecimalFactor.h"
 
 namespace ods {
 namespace {
 
-/// How a column type is written. Every type that stands in no list is written as its text.
-enum class Form { kEmpty, kInteger, kScaled, kDateTime, kDate, kTime, kBoolean, kText, kBinary };
+/// The control characters 1 to 7 of a stored date formula as the letters of its units.
+std::string SpellDateFormula(std::string_view formula) {
+  constexpr std::array<std::string_view, 7> kUnits = {"C", "D", "WD", "W", "M", "Q", "Y"};
+  std::string text(formula);
+  for (std::size_t i = 0; i < kUnits.size(); ++i) {
+    const char code = static_cast<char>(i + 1);
+    text = ReplaceAll(text, std::string_view(&code, 1), kUnits[i]);
+  }
+  return text;
+}
 
-Form FormOf(std::int32_t type) {
+/// The text of an element "V" without content, without its end "/>".
+std::string OpenTag(const std::string& field) {
+  constexpr std::string_view kEnd = "/>";
+  const bool isPlain = IsXmlText(field) && field.find_first_of("&<>\"\t\r\n") == std::string::npos;
+  if (isPlain) return "<V Id=\"" + field + "\"";
+  XmlDocument document;
+  document.Node().AppendElement("V").SetAttribute("Id", field);
+  std::string text = document.Xml();
+  text.resize(text.size() - kEnd.size());
+  return text;
+}
+
+}  // namespace
+
+ValueMarkup::ValueMarkup(const std::string& field) {
+  const std::string tag = OpenTag(field);
+  open_ = tag + ">";
+  empty_ = tag + "/>";
+  null_ = open_ + "<Null/>" + std::string(kClose);
+}
+
+bool ValueMarkup::Append(std::string& xml, std::string_view text) const {
+  if (text.empty()) {
+    xml += empty_;
+    return true;
+  }
+  const std::size_t size = xml.size();
+  xml += open_;
+  if (!AppendXmlText(xml, text)) {
+    xml.resize(size);
+    return false;
+  }
+  xml += kClose;
+  return true;
+}
+
+void ValueMarkup::AppendHex(std::string& xml, std::string_view bytes) const {
+  xml.append(open_, 0, open_.size() - 1).append(" Encoding=\"hex\"");
+  if (bytes.empty()) {
+    xml += "/>";
+    return;
+  }
+  xml += '>';
+  for (const char byte : bytes) ods::AppendHex(xml, static_cast<std::uint8_t>(byte));
+  xml += kClose;
+}
+
+FieldWriter::FieldWriter(const std::string& field, std::int32_t type, const RecordRules& rules)
+    : markup_(field), form_(FormOf(type)), rules_(rules) {}
+
+FieldWriter::Form FieldWriter::FormOf(std::int32_t type) {
   switch (type) {
     case ado_type::kEmpty:
       return Form::kEmpty;
@@ -53,45 +113,70 @@ Form FormOf(std::int32_t type) {
   }
 }
 
-/// The control characters 1 to 7 of a stored date formula as the letters of its units.
-std::string SpellDateFormula(std::string text) {
-  constexpr std::array<std::string_view, 7> kUnits = {"C", "D", "WD", "W", "M", "Q", "Y"};
-  for (std::size_t i = 0; i < kUnits.size(); ++i) {
-    const char code = static_cast<char>(i + 1);
-    text = ReplaceAll(text, std::string_view(&code, 1), kUnits[i]);
+void FieldWriter::Append(std::string& xml, const CellView& cell) const {
+  if (std::holds_alternative<Null>(cell)) {
+    markup_.AppendNull(xml);
+  } else if (!AppendCommon(xml, cell)) {
+    AppendText(xml, FormatValue(ValueOf(cell)));
   }
-  return text;
 }
 
-bool TrySetText(XmlNode& element, const std::string& text) {
-  try {
-    element.SetText(text);
+/// Writes what columns mostly hold, without a value of its own; false, with nothing written, for anything else.
+bool FieldWriter::AppendCommon(std::string& xml, const CellView& cell) const {
+  const auto appendPlain = [&](std::string_view text) {
+    markup_.AppendPlain(xml, [&](std::string& out) { out += text; });
     return true;
-  } catch (const Error& error) {
-    if (error.Number() != error_number::kGeneralFailure) throw;
+  };
+  const auto appendInteger = [&](std::int64_t number) {
+    markup_.AppendPlain(xml, [&](std::string& out) { AppendInteger(out, number); });
+    return true;
+  };
+  if (const auto* const date = std::get_if<Date>(&cell)) {
+    const MomentText moment = TextOfMoment(*date);
+    const std::string_view whole(moment.data(), moment.size());
+    if (form_ == Form::kDate) return appendPlain(DayOf(moment));
+    if (form_ == Form::kTime) return appendPlain(TimeOf(moment));
+    if (form_ == Form::kDateTime) return appendPlain(whole);
+    if (form_ == Form::kText) return appendPlain(IsDayAlone(*date) ? DayOf(moment) : whole);
     return false;
   }
-}
-
-void SetTextOrMark(XmlNode& element, const std::string& text, const DataSession& session) {
-  if (TrySetText(element, text)) return;
-  if (session.navisionOnSqlServer == "1" && TrySetText(element, SpellDateFormula(text))) return;
-  element.SetText("?");
-}
-
-double DecimalFactor(const DataSession& session) {
-  if (session.process->decimalFactor == 0) {
-    session.process->ui->MessageBox("", "No decimal factor set", BoxStyle::kInformation);
+  if (form_ == Form::kText) {
+    const auto* const text = std::get_if<std::string_view>(&cell);
+    if (text != nullptr) AppendText(xml, *text);
+    return text != nullptr;
   }
-  return session.process->decimalFactor;
+  if (form_ == Form::kInteger) {
+    if (const auto* const number = std::get_if<std::int32_t>(&cell)) return appendInteger(*number);
+    if (const auto* const number = std::get_if<std::int64_t>(&cell)) return appendInteger(*number);
+  }
+  if (form_ == Form::kScaled && rules_.decimalFactor == 1) {
+    if (const auto* const decimal = std::get_if<DecimalDigits>(&cell)) return appendPlain(decimal->digits);
+  }
+  return false;
 }
 
-std::string FormatValue(const Value& value, Form form, const DataSession& session) {
-  switch (form) {
+void FieldWriter::AppendText(std::string& xml, std::string_view text) const {
+  if (markup_.Append(xml, text)) return;
+  if (form_ != Form::kText) {
+    throw Error(error_number::kGeneralFailure, "The text for 'V' holds a character that XML cannot carry");
+  }
+  if (rules_.spellsDateFormulas && markup_.Append(xml, SpellDateFormula(text))) return;
+  (void)markup_.Append(xml, "?");
+}
+
+double FieldWriter::DecimalFactor() const {
+  if (rules_.decimalFactor == 0 && rules_.ui != nullptr) {
+    rules_.ui->MessageBox("", "No decimal factor set", BoxStyle::kInformation);
+  }
+  return rules_.decimalFactor;
+}
+
+std::string FieldWriter::FormatValue(const Value& value) const {
+  switch (form_) {
     case Form::kEmpty:
       return "";
     case Form::kScaled:
-      return ScaledNumber(value, DecimalFactor(session));
+      return ScaledNumber(value, DecimalFactor());
     case Form::kDateTime:
       return FormatMoment(SafeDate(value));
     case Form::kDate:
@@ -107,24 +192,6 @@ std::string FormatValue(const Value& value, Form form, const DataSession& sessio
       break;
   }
   return SafeStr(value);
-}
-
-}  // namespace
-
-XmlNode AppendFieldValue(XmlNode& record, const char* name, const Value& value, std::int32_t type,
-                         const DataSession& session) {
-  XmlNode element = record.AppendElement(name);
-  if (value.IsNull()) {
-    element.AppendElement("Null");
-    return element;
-  }
-  const Form form = FormOf(type);
-  if (form == Form::kText) {
-    SetTextOrMark(element, SafeStr(value), session);
-  } else {
-    element.SetText(FormatValue(value, form, session));
-  }
-  return element;
 }
 
 }  // namespace ods

@@ -2,18 +2,73 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
-#include "database/DataSession.h"
-#include "platform/xml/Xml.h"
+#include "common/UserInterface.h"
+#include "platform/ado/Rows.h"
 
 namespace ods {
 
-/// Appends an element with a value to `record` and returns it. A null gets an empty child `Null`. Numbers that can have
-/// decimals are multiplied by the decimal factor of the process. A text that XML cannot carry becomes "?"; on a
-/// Navision database within Microsoft SQL Server the codes 1 to 7 first become the units of a date formula.
-/// @param type ADO data type number of the column
-/// Raises error 13 for a value that cannot be in a binary column.
-XmlNode AppendFieldValue(XmlNode& record, const char* name, const Value& value, std::int32_t type,
-                         const DataSession& session);
+/// The tags of a `V` element.
+class ValueMarkup {
+ public:
+  /// @param field goes into the attribute `Id`; raises error 0x80004005 for a name that XML cannot carry
+  explicit ValueMarkup(const std::string& field);
+
+  void AppendNull(std::string& xml) const { xml += null_; }
+  /// Appends an element with a text. False, with nothing appended, for a text that XML cannot carry.
+  [[nodiscard]] bool Append(std::string& xml, std::string_view text) const;
+  /// Appends an element with bytes as hexadecimal digits, marked so.
+  void AppendHex(std::string& xml, std::string_view bytes) const;
+  /// Appends an element with a text that has nothing to escape and is not empty.
+  template <typename AppendText>
+  void AppendPlain(std::string& xml, AppendText appendText) const {
+    xml += open_;
+    appendText(xml);
+    xml += kClose;
+  }
+
+ private:
+  static constexpr std::string_view kClose = "</V>";
+
+  std::string open_;   ///< "<V Id="...">"
+  std::string empty_;  ///< "<V Id="..."/>"
+  std::string null_;   ///< "<V Id="..."><Null/></V>"
+};
+
+/// How values are written besides their types.
+struct RecordRules {
+  double decimalFactor = 1;         ///< of the process; 0 while it is not known
+  bool spellsDateFormulas = false;  ///< on a Navision database within Microsoft SQL Server
+  UserInterface* ui = nullptr;      ///< is told of each number that lacks its factor: by the thread that writes
+};
+
+/// Writes the values of a column. A null gets an empty child `Null`. Numbers that can have decimals are multiplied by
+/// the decimal factor. A text that XML cannot carry becomes "?"; where date formulas are spelt the codes 1 to 7 first
+/// become their units.
+class FieldWriter {
+ public:
+  /// @param type ADO data type number of the column
+  /// Raises as `ValueMarkup`.
+  FieldWriter(const std::string& field, std::int32_t type, const RecordRules& rules);
+
+  /// Raises error 13 for a value that cannot be in a binary column.
+  void Append(std::string& xml, const CellView& cell) const;
+
+ private:
+  /// How a column type is written. Every type that stands in no list is written as its text.
+  enum class Form : std::uint8_t { kEmpty, kInteger, kScaled, kDateTime, kDate, kTime, kBoolean, kText, kBinary };
+
+  [[nodiscard]] static Form FormOf(std::int32_t type);
+  [[nodiscard]] bool AppendCommon(std::string& xml, const CellView& cell) const;
+  void AppendText(std::string& xml, std::string_view text) const;
+  [[nodiscard]] std::string FormatValue(const Value& value) const;
+  [[nodiscard]] double DecimalFactor() const;
+
+  ValueMarkup markup_;
+  Form form_;
+  RecordRules rules_;
+};
 
 }  // namespace ods

@@ -20,20 +20,12 @@
 #include "tabledata/ExactPosition.h"
 #include "tabledata/NameList.h"
 #include "tabledata/Navigation.h"
-#include "tabledata/PageSizeGuard.h"
+#include "tabledata/PageSink.h"
 #include "tabledata/modDecimalFactor.h"
 #include "tabledata/modKeyCondition.h"
-#include "tabledata/modRecord.h"
 
 namespace ods {
 namespace {
-
-/// The rows of one page, in reading order, and what the record set told besides.
-struct Page {
-  std::vector<std::vector<Value>> rows;
-  std::vector<std::int32_t> types;  ///< ADO type of each select-list field
-  bool moreRows = false;
-};
 
 /// One `TableData` request on its way. `Answer` runs it; `Step` tells where it stands.
 class TableDataRequest {
@@ -54,14 +46,17 @@ class TableDataRequest {
   void ReadPositions();
   void ReadFields();
   void ResolveColumns(const NameList& fields);
-  Page ReadPage();
-  Page NavigateOnce();
+  [[nodiscard]] std::shared_ptr<PageSink> ReadPage();
+  [[nodiscard]] std::shared_ptr<PageSink> NavigateOnce();
   [[nodiscard]] std::string KeyCondition(const Navigation& navigation);
   [[nodiscard]] std::string OrderBy(bool reverse) const;
   [[nodiscard]] static std::string Where(const std::string& filter, const std::string& keyCondition);
-  [[nodiscard]] Page ReadRows(RecordSet& rows, bool fieldsFixed);
-  void WritePage(XmlDocument& response, Page& page);
-  [[nodiscard]] std::string MakePosition(const std::vector<Value>& row) const;
+  [[nodiscard]] PagePlan Plan(bool reverse, bool fieldsFixed) const;
+  [[nodiscard]] std::unique_ptr<RowStream> Open(const std::string& sql, std::int32_t limit, PagePlan plan,
+                                                std::shared_ptr<PageSink>& page);
+  void ReadRows(RowStream& rows);
+  void WritePage(XmlDocument& response, PageSink& page);
+  [[nodiscard]] std::string MakePosition(const std::vector<Value>& values) const;
 
   DataSession& session_;
   XmlNode root_;
@@ -198,42 +193,44 @@ std::string TableDataRequest::Where(const std::string& filter, const std::string
   return where;
 }
 
-/// Some drivers hand out an empty text as the single character with code 2.
-Value Cleaned(const Value& value) {
-  const auto* text = value.GetIf<std::string>();
-  return text != nullptr && *text == "\x02" ? Value(std::string()) : value;
+PagePlan TableDataRequest::Plan(bool reverse, bool fieldsFixed) const {
+  return {.fields = fields_,
+          .position = positionFields_,
+          .byName = fieldsFixed,
+          .size = static_cast<std::size_t>(std::max(pageSize_, 0)),
+          .reverse = reverse,
+          .rules = {.decimalFactor = session_.process->decimalFactor,
+                    .spellsDateFormulas = session_.navisionOnSqlServer == "1",
+                    .ui = session_.process->ui}};
 }
 
-/// How many bytes a value takes at least when it is written.
-std::size_t LeastLength(const Value& value) {
-  if (const auto* text = value.GetIf<std::string>()) return text->size();
-  if (const auto* bytes = value.GetIf<Bytes>()) return 2 * bytes->size();
-  return 1;
+/// Runs the statement of a page. While the decimal factor is not known its rows are read on this thread, since finding
+/// it out takes a statement behind the page's.
+std::unique_ptr<RowStream> TableDataRequest::Open(const std::string& sql, std::int32_t limit, PagePlan plan,
+                                                  std::shared_ptr<PageSink>& page) {
+  if (DecimalFactorIsSettled(session_)) {
+    plan.rules.decimalFactor = session_.process->decimalFactor;
+    page = std::make_shared<PageSink>(std::move(plan));
+    return StreamSQL(session_, sql, limit, page);
+  }
+  auto rows = ExecuteSQL(session_, sql, limit);
+  SettleDecimalFactor(session_);
+  plan.rules.decimalFactor = session_.process->decimalFactor;
+  page = std::make_shared<PageSink>(std::move(plan));
+  return StreamOf(std::move(rows), page);
 }
 
-Page TableDataRequest::ReadRows(RecordSet& rows, bool fieldsFixed) {
+void TableDataRequest::ReadRows(RowStream& rows) {
   step_ = "Read the records";
-  Page page;
-  PageSizeGuard guard;
-  std::vector<std::size_t> columns(fields_.size());
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    columns[i] = fieldsFixed ? rows.IndexOf(fields_[i]) : i;
-    page.types.push_back(rows.Fields().at(columns[i]).type);
+  try {
+    rows.ReadToEnd();
+  } catch (const FieldError& error) {
+    step_ = "Get data for field " + std::to_string(error.Field() + 1) + " \"" + fields_[error.Field()] + "\"";
+    throw;
   }
-  for (std::int32_t count = 0; count < pageSize_ && !rows.AtEnd(); ++count, rows.MoveNext()) {
-    std::vector<Value>& row = page.rows.emplace_back();
-    row.reserve(columns.size());
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-      const Value& value = rows.Item(columns[i]);
-      guard.Add(fields_[i], LeastLength(value));
-      row.push_back(Cleaned(value));
-    }
-  }
-  page.moreRows = !rows.AtEnd();
-  return page;
 }
 
-Page TableDataRequest::NavigateOnce() {
+std::shared_ptr<PageSink> TableDataRequest::NavigateOnce() {
   session_.process->ui->LetEventsRun();
   step_ = "Navigate";
   const Navigation& navigation = FindNavigation(navigate_);
@@ -242,60 +239,48 @@ Page TableDataRequest::NavigateOnce() {
   const std::string orderBy = OrderBy(navigation.reverse);
   step_ = "Assemble the sql statement";
   const std::string where = Where(filter_, keyCondition);
-  std::int32_t limit = pageSize_ + 1;
   bool fieldsFixed = false;
+  std::int32_t limit = pageSize_ + 1;
   const std::string sql =
       BuildSelect(session_, table_, limit, {.where = where, .orderBy = orderBy, .fields = fieldList_}, fieldsFixed);
   step_ = "Execute SQL: " + sql;
-  const auto rows = ExecuteSQL(session_, sql, limit);
-  SettleDecimalFactor(session_);
-  return ReadRows(*rows, fieldsFixed);
+  std::shared_ptr<PageSink> page;
+  const auto rows = Open(sql, limit, Plan(navigation.reverse, fieldsFixed), page);
+  ReadRows(*rows);
+  return page;
 }
 
-Page TableDataRequest::ReadPage() {
+std::shared_ptr<PageSink> TableDataRequest::ReadPage() {
   while (true) {
-    Page page = NavigateOnce();
+    std::shared_ptr<PageSink> page = NavigateOnce();
     step_ = "TableData - navigate";
     const std::string_view otherwise = NavigationAfter(navigate_);
-    if (!page.rows.empty() || otherwise.empty()) return page;
+    if (page->RowCount() > 0 || otherwise.empty()) return page;
     navigate_ = otherwise;
   }
 }
 
-std::string TableDataRequest::MakePosition(const std::vector<Value>& row) const {
+std::string TableDataRequest::MakePosition(const std::vector<Value>& values) const {
   const auto position = CreateHalvikDictionary(*session_.process->components);
-  for (const std::size_t field : positionFields_) position->Set(fields_[field], row[field]);
+  for (std::size_t i = 0; i < values.size(); ++i) position->Set(fields_[positionFields_[i]], values[i]);
   return BytesToHex(position->marshalldictionary());
 }
 
-void TableDataRequest::WritePage(XmlDocument& response, Page& page) {
-  if (FindNavigation(navigate_).reverse) std::ranges::reverse(page.rows);
-
+void TableDataRequest::WritePage(XmlDocument& response, PageSink& page) {
   step_ = "Get new outer positions";
-  response.SelectSingleNode("/XML/FirstPosition").SetText(MakePosition(page.rows.front()));
-  response.SelectSingleNode("/XML/LastPosition").SetText(MakePosition(page.rows.back()));
+  response.SelectSingleNode("/XML/FirstPosition").SetText(MakePosition(page.First()));
+  response.SelectSingleNode("/XML/LastPosition").SetText(MakePosition(page.Last()));
 
   step_ = "Column info";
   XmlNode columns = response.SelectSingleNode("/XML/Columns");
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     XmlNode column = columns.AppendElement("Column");
     column.AppendElement("Id", fields_[i]);
-    column.AppendElement("DataType", std::to_string(page.types[i]));
+    column.AppendElement("DataType", std::to_string(page.Types()[i]));
   }
 
   step_ = "Column data";
-  XmlNode records = response.SelectSingleNode("/XML/Records");
-  for (const std::vector<Value>& row : page.rows) {
-    XmlNode record = records.AppendElement("R");
-    for (std::size_t i = 0; i < fields_.size(); ++i) {
-      try {
-        AppendFieldValue(record, "V", row[i], page.types[i], session_).SetAttribute("Id", fields_[i]);
-      } catch (const Error&) {
-        step_ = "Get data for field " + std::to_string(i + 1) + " \"" + fields_[i] + "\"";
-        throw;
-      }
-    }
-  }
+  response.SetMarkup(response.SelectSingleNode("/XML/Records"), page.TakeRecords());
 }
 
 void TableDataRequest::Answer(XmlDocument& response) {
@@ -308,11 +293,11 @@ void TableDataRequest::Answer(XmlDocument& response) {
   ReadConditions();
   ReadPositions();
   ReadFields();
-  Page page = ReadPage();
+  const std::shared_ptr<PageSink> page = ReadPage();
 
   step_ = "Set the records in the message";
-  BeginPage(response, navigate_, page.moreRows);
-  if (!page.rows.empty()) WritePage(response, page);
+  BeginPage(response, navigate_, page->MoreRows());
+  if (page->RowCount() > 0) WritePage(response, *page);
 }
 
 }  // namespace

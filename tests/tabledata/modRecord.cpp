@@ -3,8 +3,10 @@
 #include <cmath>
 #include <gtest/gtest.h>
 
+#include "common/Text.h"
 #include "doubles/FakeSession.h"
 #include "support/RaisedErrors.h"
+#include "tabledata/RecordsText.h"
 #include "tabledata/modDecimalFactor.h"
 
 namespace ods::test {
@@ -15,12 +17,14 @@ using ::testing::_;
 class Record : public ::testing::Test {
  protected:
   Record() { fake_.state.decimalFactor = 1; }
+  /// The element of a value, without its attribute.
   [[nodiscard]] std::string Element(std::int32_t type, const Value& value) {
-    XmlDocument document("<R/>");
-    XmlNode record = document.DocumentElement();
-    (void)AppendFieldValue(record, "V", value, type, fake_.session);
-    const std::string xml = document.Xml();
-    return xml.substr(3, xml.size() - 7);
+    const RecordRules rules = {.decimalFactor = fake_.state.decimalFactor,
+                               .spellsDateFormulas = fake_.session.navisionOnSqlServer == "1",
+                               .ui = &fake_.ui};
+    std::string xml;
+    FieldWriter("no", type, rules).Append(xml, ViewOf(value));
+    return ReplaceAll(xml, " Id=\"no\"", "");
   }
 
   FakeSession fake_;
@@ -138,6 +142,61 @@ TEST_F(Record, SpellsDateFormulasOfNavisionInSqlServer) {
   EXPECT_EQ(Element(200, "\x01\x08"), "<V>?</V>") << "what still cannot be carried stays marked";
   fake_.session.navisionOnSqlServer = "0";
   EXPECT_EQ(Element(200, "1\x02"), "<V>?</V>");
+}
+
+TEST_F(Record, RefusesATextThatXmlCannotCarryInAColumnOfNumbers) {
+  EXPECT_RAISES(Element(3, "\x01"), error_number::kGeneralFailure,
+                "The text for 'V' holds a character that XML cannot carry");
+}
+
+TEST(FieldWriterTest, NamesTheColumnAsAnAttribute) {
+  const auto element = [](const std::string& field, const Value& value) {
+    std::string xml = "before";
+    FieldWriter(field, ado_type::kVarWChar, {}).Append(xml, ViewOf(value));
+    return xml;
+  };
+  EXPECT_EQ(element("No.", "a"), "before<V Id=\"No.\">a</V>");
+  EXPECT_EQ(element("No.", ""), "before<V Id=\"No.\"/>");
+  EXPECT_EQ(element("No.", Null()), "before<V Id=\"No.\"><Null/></V>");
+  EXPECT_EQ(element("Größe", "ß"), "before<V Id=\"Größe\">ß</V>");
+  EXPECT_EQ(element("a<b>&\"c\"'", "d"), "before<V Id=\"a&lt;b>&amp;&quot;c&quot;'\">d</V>");
+  EXPECT_EQ(element("a\tb\nc\rd", "e"), "before<V Id=\"a&#09;b&#10;c&#13;d\">e</V>");
+  EXPECT_RAISES(element("a\x01", "b"), error_number::kGeneralFailure, _);
+}
+
+TEST(ValueMarkupTest, MarksBytes) {
+  std::string xml;
+  const ValueMarkup markup("data");
+  markup.AppendHex(xml, std::string_view("\0\xFF", 2));
+  markup.AppendHex(xml, "");
+  EXPECT_EQ(xml, "<V Id=\"data\" Encoding=\"hex\">00FF</V><V Id=\"data\" Encoding=\"hex\"/>");
+}
+
+TEST(RecordsTextTest, RowsThatAreReadInReverseAreTurnedRound) {
+  for (const bool reverse : {false, true}) {
+    RecordsText records(reverse);
+    for (const char* const text : {"a", "", "bcd", "ef"}) {
+      records.BeginRow();
+      records.AddValue([&](std::string& xml) { xml += text; });
+      records.EndRow();
+    }
+    EXPECT_EQ(records.Take(), reverse ? "<R>ef</R><R>bcd</R><R></R><R>a</R>" : "<R>a</R><R></R><R>bcd</R><R>ef</R>");
+    EXPECT_EQ(RecordsText(reverse).Take(), "");
+  }
+}
+
+TEST(RecordsTextTest, EndsAPageThatNoResponseCanCarry) {
+  RecordsText records(false);
+  records.BeginRow();
+  const std::string half(kMaxResponseBytes / 2, 'x');
+  records.AddValue([&](std::string& xml) { xml += half; });
+  EXPECT_RAISES(records.AddValue([&](std::string& xml) { xml += half; }), error_number::kOwn,
+                ::testing::StartsWith("The response is larger than"));
+  RecordsText many(false);
+  many.BeginRow();
+  for (std::size_t i = 0; i < kMaxResponseValues; ++i) many.AddValue([](std::string& /*xml*/) {});
+  EXPECT_RAISES(many.AddValue([](std::string& /*xml*/) {}), error_number::kOwn,
+                ::testing::StartsWith("The response has more than"));
 }
 
 TEST_F(Record, RefusesAnythingButBytesInABinaryColumn) {

@@ -8,8 +8,7 @@
 
 namespace ods {
 
-std::size_t RecordSet::IndexOf(std::string_view name) const {
-  const std::vector<Field>& fields = Fields();
+std::size_t IndexOfField(const std::vector<Field>& fields, std::string_view name) {
   auto found = std::find_if(fields.begin(), fields.end(), [&](const Field& field) { return field.name == name; });
   if (found == fields.end()) {
     const std::string lowered = ToLower(name);
@@ -21,6 +20,11 @@ std::size_t RecordSet::IndexOf(std::string_view name) const {
     throw Error(error_number::kItemNotFound, "The record set has no field '" + std::string(name) + "'.");
   }
   return static_cast<std::size_t>(found - fields.begin());
+}
+
+std::unique_ptr<RowStream> Connection::OpenStream(const std::string& sql, std::int32_t maxRecords, bool exact,
+                                                  std::shared_ptr<RowSink> sink) {
+  return StreamOf(exact ? OpenExactRecordSet(sql, maxRecords) : OpenRecordSet(sql, maxRecords), std::move(sink));
 }
 
 std::string Connection::Property(std::string_view name) const { return PropertyOf(Properties(), name); }

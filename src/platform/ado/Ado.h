@@ -12,6 +12,7 @@
 
 #include "common/Object.h"
 #include "common/Value.h"
+#include "platform/ado/Rows.h"
 
 namespace ods {
 
@@ -71,6 +72,9 @@ struct Field {
   std::int32_t digits = 0;    ///< behind the decimal point, or of a fraction of a second; likewise
 };
 
+/// The index of a column by its exact name, else by its name without regard to ASCII case. Raises error 3265 naming it.
+[[nodiscard]] std::size_t IndexOfField(const std::vector<Field>& fields, std::string_view name);
+
 /// A forward-only, read-only record set. It stands on its first record after opening. Dropping it frees everything.
 class RecordSet : public Object {
  public:
@@ -83,9 +87,8 @@ class RecordSet : public Object {
   /// end and 3265 for an index that there is not.
   [[nodiscard]] virtual const Value& Item(std::size_t index) const = 0;
 
-  /// The index of a column by its exact name, else by its name without regard to ASCII case. Raises error 3265 naming
-  /// it.
-  [[nodiscard]] std::size_t IndexOf(std::string_view name) const;
+  /// `IndexOfField`.
+  [[nodiscard]] std::size_t IndexOf(std::string_view name) const { return IndexOfField(Fields(), name); }
   [[nodiscard]] const Value& Item(std::string_view name) const { return Item(IndexOf(name)); }
 };
 
@@ -147,6 +150,10 @@ class Connection : public Object {
   [[nodiscard]] virtual std::shared_ptr<RecordSet> OpenExactRecordSet(const std::string& sql, std::int32_t maxRecords) {
     return OpenRecordSet(sql, maxRecords);
   }
+  /// Runs a statement in either form of reading, whose rows go into `sink`. What is raised before the stream is there
+  /// is of the statement and its first rows.
+  [[nodiscard]] virtual std::unique_ptr<RowStream> OpenStream(const std::string& sql, std::int32_t maxRecords,
+                                                              bool exact, std::shared_ptr<RowSink> sink);
   /// True when statements may name tables with their schema (ODBC, SQL_SCHEMA_USAGE).
   [[nodiscard]] virtual bool HasSchemas() const { return false; }
 

@@ -9,6 +9,7 @@
 #include "platform/ado/DriverThread.h"
 #include "platform/ado/OdbcDatabase.h"
 #include "platform/ado/OdbcReader.h"
+#include "platform/ado/OdbcStream.h"
 
 namespace ods {
 
@@ -19,6 +20,7 @@ using odbc::Canceller;
 using odbc::DriverThread;
 using odbc::OdbcDatabase;
 using odbc::OdbcReader;
+using odbc::OdbcStream;
 
 /// ADO's number for the use of a closed connection.
 constexpr std::int32_t kObjectClosed = 3704;
@@ -44,6 +46,8 @@ class OdbcConnection final : public Connection {
   [[nodiscard]] std::shared_ptr<RecordSet> OpenSchema(Schema schema, const std::vector<Value>& restrictions) override;
   [[nodiscard]] std::shared_ptr<RecordSet> OpenRecordSet(const std::string& sql, std::int32_t maxRecords) override;
   [[nodiscard]] std::shared_ptr<RecordSet> OpenExactRecordSet(const std::string& sql, std::int32_t maxRecords) override;
+  [[nodiscard]] std::unique_ptr<RowStream> OpenStream(const std::string& sql, std::int32_t maxRecords, bool exact,
+                                                      std::shared_ptr<RowSink> sink) override;
   [[nodiscard]] bool HasSchemas() const override;
 
  private:
@@ -87,6 +91,13 @@ std::shared_ptr<RecordSet> OdbcConnection::OpenRecordSet(const std::string& sql,
 std::shared_ptr<RecordSet> OdbcConnection::OpenExactRecordSet(const std::string& sql, std::int32_t maxRecords) {
   RequireOpen();
   return std::make_shared<OdbcReader>(thread_, database_, sql, maxRecords, odbc::ReadForm::kExact, StatementLimit());
+}
+
+std::unique_ptr<RowStream> OdbcConnection::OpenStream(const std::string& sql, std::int32_t maxRecords, bool exact,
+                                                      std::shared_ptr<RowSink> sink) {
+  RequireOpen();
+  const odbc::ReadForm form = exact ? odbc::ReadForm::kExact : odbc::ReadForm::kUsual;
+  return std::make_unique<OdbcStream>(thread_, database_, sql, maxRecords, form, StatementLimit(), std::move(sink));
 }
 
 bool OdbcConnection::HasSchemas() const {

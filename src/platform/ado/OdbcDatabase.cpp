@@ -147,7 +147,8 @@ std::unique_ptr<Statement> OdbcDatabase::NewStatement(Canceller& canceller) cons
 }
 
 std::unique_ptr<OdbcRecordSet> OdbcDatabase::OpenRecordSet(const std::string& sql, std::int32_t maxRecords,
-                                                           Canceller& canceller, ReadForm form) const {
+                                                           Canceller& canceller, ReadForm form,
+                                                           OdbcRecordSet::Rows rows) const {
   std::unique_ptr<Statement> statement = NewStatement(canceller);
   // A driver that takes the text as null-terminated would run only the part before it.
   if (sql.find('\0') != std::string::npos) {
@@ -166,7 +167,7 @@ std::unique_ptr<OdbcRecordSet> OdbcDatabase::OpenRecordSet(const std::string& sq
                                                    std::to_string(longestStatement_) + ".");
   }
   statement->Execute(native);
-  return std::make_unique<OdbcRecordSet>(std::move(statement), maxRecords, form);
+  return std::make_unique<OdbcRecordSet>(std::move(statement), maxRecords, form, rows);
 }
 
 std::shared_ptr<RecordSet> OdbcDatabase::OpenSchema(Schema schema, const std::vector<Value>& restrictions,

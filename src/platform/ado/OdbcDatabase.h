@@ -33,9 +33,9 @@ class OdbcDatabase {
   }
   /// `Connection::OpenRecordSet`, or in the exact form `OpenExactRecordSet`. `canceller` ends it, and later every
   /// fetch.
-  [[nodiscard]] std::unique_ptr<OdbcRecordSet> OpenRecordSet(const std::string& sql, std::int32_t maxRecords,
-                                                             Canceller& canceller,
-                                                             ReadForm form = ReadForm::kUsual) const;
+  [[nodiscard]] std::unique_ptr<OdbcRecordSet> OpenRecordSet(
+      const std::string& sql, std::int32_t maxRecords, Canceller& canceller, ReadForm form = ReadForm::kUsual,
+      OdbcRecordSet::Rows rows = OdbcRecordSet::Rows::kAsValues) const;
   /// `Connection::OpenSchema`; the rows are at hand.
   [[nodiscard]] std::shared_ptr<RecordSet> OpenSchema(Schema schema, const std::vector<Value>& restrictions,
                                                       Canceller& canceller) const;

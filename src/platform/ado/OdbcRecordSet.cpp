@@ -37,8 +37,9 @@ std::size_t VariableCellBytes(const CellFormat& format, SQLULEN columnSize) {
 
 }  // namespace
 
-OdbcRecordSet::OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t maxRecords, ReadForm form)
-    : recordsLeft_(maxRecords > 0 ? static_cast<std::size_t>(maxRecords) : std::numeric_limits<std::size_t>::max()),
+OdbcRecordSet::OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t maxRecords, ReadForm form, Rows rows)
+    : rows_(rows),
+      recordsLeft_(maxRecords > 0 ? static_cast<std::size_t>(maxRecords) : std::numeric_limits<std::size_t>::max()),
       statement_(std::move(statement)) {
   const SQLUSMALLINT count = statement_->ColumnCount();
   if (count == 0) {
@@ -51,6 +52,7 @@ OdbcRecordSet::OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t 
     DescribeColumn(static_cast<SQLUSMALLINT>(number), form);
   }
   values_.resize(columns_.size());
+  if (rows_ == Rows::kAsCells) cells_.resize(columns_.size());
   PlanFetching();
   FetchBlock();
 }
@@ -195,33 +197,54 @@ void OdbcRecordSet::FetchBlock() {
 }
 
 void OdbcRecordSet::LoadRow() {
+  if (rows_ == Rows::kAsCells) return;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     const Column& column = columns_[i];
-    if (column.bound) {
-      values_[i] = BoundValue(column);
-    } else if (FormatOf(column.kind).size > 0) {
-      values_[i] = ReadFixed(column);
+    const FetchedCell fetched = Fetched(column);
+    if (const auto* const cell = std::get_if<std::span<const std::byte>>(&fetched)) {
+      values_[i] = CellValue(column.kind, fields_[i].type, *cell);
     } else {
-      values_[i] = ReadPieces(column, std::nullopt);
+      values_[i] = std::holds_alternative<Null>(fetched) ? Value(Null{}) : ReadCell(column);
     }
   }
 }
 
-Value OdbcRecordSet::BoundValue(const Column& column) {
+std::span<const CellView> OdbcRecordSet::Cells() {
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    Column& column = columns_[i];
+    const FetchedCell fetched = Fetched(column);
+    if (const auto* const cell = std::get_if<std::span<const std::byte>>(&fetched)) {
+      cells_[i] = ViewOfCell(column.kind, fields_[i].type, *cell, column.scratch);
+    } else if (std::holds_alternative<Null>(fetched)) {
+      cells_[i] = Null{};
+    } else {
+      values_[i] = ReadCell(column);
+      cells_[i] = ViewOf(values_[i]);
+    }
+  }
+  return cells_;
+}
+
+OdbcRecordSet::FetchedCell OdbcRecordSet::Fetched(const Column& column) const {
+  if (!column.bound) return std::monostate();
   const SQLLEN indicator = column.indicators.Elements()[row_];
   if (indicator == SQL_NULL_DATA) return Null{};
   const CellFormat& format = FormatOf(column.kind);
-  const std::int32_t type = fields_[column.number - 1U].type;
   const auto cell = column.cells.Elements().subspan(row_ * column.cellBytes, column.cellBytes);
-  if (format.size > 0) return CellValue(column.kind, type, cell);
+  if (format.size > 0) return cell;
   const std::size_t room = column.cellBytes - format.terminator;
-  if (indicator >= 0 && static_cast<std::size_t>(indicator) <= room) {
-    return CellValue(column.kind, type, cell.first(static_cast<std::size_t>(indicator)));
-  }
+  if (indicator < 0 || static_cast<std::size_t>(indicator) > room) return std::monostate();
+  return cell.first(static_cast<std::size_t>(indicator));
+}
+
+Value OdbcRecordSet::ReadCell(const Column& column) {
+  if (!column.bound) return FormatOf(column.kind).size > 0 ? ReadFixed(column) : ReadPieces(column, std::nullopt);
   if (blockSize_ > 1) {
     statement_->Check(SQLSetPos(statement_->Get(), row_ + 1, SQL_POSITION, SQL_LOCK_NO_CHANGE));
   }
+  const SQLLEN indicator = column.indicators.Elements()[row_];
   if (indicator == kNotWritten) return ReadPieces(column, 0);
+  const std::size_t room = column.cellBytes - FormatOf(column.kind).terminator;
   return ReadPieces(column, indicator > 0 ? static_cast<std::size_t>(indicator) : room);
 }
 

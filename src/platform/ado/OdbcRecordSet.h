@@ -14,6 +14,9 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <span>
+#include <string>
+#include <variant>
 #include <vector>
 
 #include "platform/ado/Ado.h"
@@ -25,16 +28,25 @@ namespace ods::odbc {
 
 class OdbcRecordSet final : public RecordSet {
  public:
+  /// How its rows are given out.
+  enum class Rows : std::uint8_t {
+    kAsValues,  ///< by `Item`
+    kAsCells,   ///< by `Cells` alone
+  };
+
   /// Takes a statement that has been run, and stands on its first row. `form` says what its values are made into. A
   /// statement without columns gives a record set without fields that is at its end. `maxRecords` bounds the records; 0
   /// or less does not. Raises the driver's errors.
-  OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t maxRecords, ReadForm form = ReadForm::kUsual);
+  OdbcRecordSet(std::unique_ptr<Statement> statement, std::int32_t maxRecords, ReadForm form = ReadForm::kUsual,
+                Rows rows = Rows::kAsValues);
 
   [[nodiscard]] const std::vector<Field>& Fields() const override { return fields_; }
   [[nodiscard]] bool AtEnd() const override { return statement_ == nullptr; }
   void MoveNext() override;
   using RecordSet::Item;
   [[nodiscard]] const Value& Item(std::size_t index) const override;
+  /// The cells of the current row, borrowed until the next step. To be called once a row. Raises the driver's errors.
+  [[nodiscard]] std::span<const CellView> Cells();
   /// Moves the values of the current row behind those of `rows`. Afterwards the row has none.
   void TakeRow(std::vector<Value>& rows) {
     rows.insert(rows.end(), std::make_move_iterator(values_.begin()), std::make_move_iterator(values_.end()));
@@ -49,7 +61,10 @@ class OdbcRecordSet final : public RecordSet {
     std::size_t cellBytes = 0;  ///< room for one cell, terminator included
     GuardedBuffer<std::byte> cells;
     GuardedBuffer<SQLLEN> indicators;
+    std::string scratch;  ///< text that was made of the current cell
   };
+  /// A cell that is null, one in the buffer of its column, or one that is still to be read.
+  using FetchedCell = std::variant<Null, std::span<const std::byte>, std::monostate>;
 
   void DescribeColumn(SQLUSMALLINT number, ReadForm form);
   /// Decides which columns are bound and how many rows a block has, and binds.
@@ -66,7 +81,10 @@ class OdbcRecordSet final : public RecordSet {
   /// Raises an error when the driver has written beyond a buffer; does nothing in a release build.
   void CheckGuards() const;
   void LoadRow();
-  [[nodiscard]] Value BoundValue(const Column& column);
+  /// The cell of a column in the current row, as far as it was fetched with the row.
+  [[nodiscard]] FetchedCell Fetched(const Column& column) const;
+  /// Reads a cell that was not fetched with the row, or did not fit.
+  [[nodiscard]] Value ReadCell(const Column& column);
   [[nodiscard]] Value ReadFixed(const Column& column);
   /// The cell in the current row through `SQLGetData`, piece by piece. `atLeast` is the size in bytes that is known of
   /// a cell that was fetched before, if it was: raises an error when the driver gives less, or nothing at all.
@@ -74,7 +92,9 @@ class OdbcRecordSet final : public RecordSet {
 
   std::vector<Field> fields_;
   std::vector<Column> columns_;
+  Rows rows_;
   std::vector<Value> values_;        ///< the current row
+  std::vector<CellView> cells_;      ///< likewise
   GuardedBuffer<std::byte> pieces_;  ///< what `ReadPieces` gathers, kept for its memory
   GuardedBuffer<SQLUSMALLINT> rowStatus_;
   SQLULEN rowsFetched_ = 0;  ///< written by the driver

@@ -99,12 +99,12 @@ std::string_view Characters(std::span<const std::byte> cell) {
   return {reinterpret_cast<const char*>(cell.data()), cell.size()};
 }
 
-std::string WideText(std::span<const std::byte> cell) {
+std::span<const SQLWCHAR> Units(std::span<const std::byte> cell) {
   // The buffers come from operator new and cells begin at multiples of the unit, so the cast is aligned.
-  return ToUtf8({reinterpret_cast<const SQLWCHAR*>(cell.data()), cell.size() / sizeof(SQLWCHAR)});
+  return {reinterpret_cast<const SQLWCHAR*>(cell.data()), cell.size() / sizeof(SQLWCHAR)};
 }
 
-Value IntegerValue(std::int64_t number, std::int32_t adoType) {
+CellView IntegerView(std::int64_t number, std::int32_t adoType) {
   const bool wide = adoType == t::kUnsignedInt || adoType == t::kBigInt || adoType == t::kUnsignedBigInt;
   const bool fits =
       number >= std::numeric_limits<std::int32_t>::min() && number <= std::numeric_limits<std::int32_t>::max();
@@ -112,12 +112,23 @@ Value IntegerValue(std::int64_t number, std::int32_t adoType) {
   return static_cast<std::int32_t>(number);
 }
 
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+/// Whether a text is in the form of `Decimal` already.
+bool IsDecimal(std::string_view text) {
+  const auto* const end = text.data() + text.size();
+  const auto* const whole = text.data() + (text.starts_with('-') ? 1 : 0);
+  const auto* const point = std::find_if_not(whole, end, IsDigit);
+  if (point == whole) return false;
+  return point == end || (*point == '.' && point + 1 < end && std::all_of(point + 1, end, IsDigit));
+}
+
 /// Digits with an optional sign and at most one decimal point, which may be a comma where a driver follows the locale:
 /// brought into the form of `Decimal`. Any other text stays a text.
-Value DecimalValue(std::string_view text) {
+CellView DecimalView(std::string_view text, std::string& digits) {
   text = Trim(text);
-  std::string digits;
-  digits.reserve(text.size() + 1);
+  if (IsDecimal(text)) return DecimalDigits{text};
+  digits.clear();
   bool point = false;
   bool digit = false;
   std::size_t position = 0;
@@ -127,7 +138,7 @@ Value DecimalValue(std::string_view text) {
   }
   for (; position < text.size(); ++position) {
     const char c = text[position];
-    if (c >= '0' && c <= '9') {
+    if (IsDigit(c)) {
       digit = true;
       digits += c;
     } else if ((c == '.' || c == ',') && !point) {
@@ -135,37 +146,42 @@ Value DecimalValue(std::string_view text) {
       point = true;
       digits += '.';
     } else {
-      return std::string(text);
+      return text;
     }
   }
   if (point && digits.back() == '.') digits.pop_back();
-  if (!digit) return std::string(text);
-  return Decimal{std::move(digits)};
+  if (!digit) return text;
+  return DecimalDigits{digits};
 }
 
-Value UnsignedBigIntegerValue(std::string_view text) {
+CellView UnsignedBigIntegerView(std::string_view text, std::string& scratch) {
   text = Trim(text);
   std::int64_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc() && end == text.data() + text.size()) return number;
-  return DecimalValue(text);
+  return DecimalView(text, scratch);
 }
 
-Value GuidValue(std::string_view text) {
+CellView NarrowTextView(std::string_view text, std::string& scratch) {
+  if (IsValidUtf8(text)) return text;
+  return std::string_view(scratch = FromNarrowText(text));
+}
+
+std::string GuidText(std::string_view text) {
   text = Trim(text);
   if (text.starts_with('{') && text.ends_with('}')) text = text.substr(1, text.size() - 2);
   return "{" + ToUpper(text) + "}";
 }
 
-Value DateValue(const DateParts& parts, bool dateOnly) {
+CellView DateView(const DateParts& parts, bool dateOnly) {
   std::optional<Date> date = Date::FromParts(parts);
   if (!date) return Null{};
   date->dateOnly = dateOnly;
   return *date;
 }
 
-Value TimeStampValue(const SQL_TIMESTAMP_STRUCT& stamp) {
-  return DateValue({stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second}, false);
+CellView TimeStampView(const SQL_TIMESTAMP_STRUCT& stamp) {
+  return DateView({stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second}, false);
 }
 
 /// The parts as they are, whether or not they name a moment.
@@ -218,7 +234,7 @@ std::optional<std::array<int, kCount>> NumbersIn(std::string_view text, std::str
 }
 
 /// "hh:mm:ss" with any fraction behind it, which is dropped.
-Value TimeValue(std::string_view text) {
+CellView TimeView(std::string_view text) {
   constexpr std::string_view kForm = "00:00:00";
   text = Trim(text);
   const auto numbers = NumbersIn<3>(text, kForm);
@@ -227,22 +243,22 @@ Value TimeValue(std::string_view text) {
   parts.hour = (*numbers)[0];
   parts.minute = (*numbers)[1];
   parts.second = (*numbers)[2];
-  return DateValue(parts, false);
+  return DateView(parts, false);
 }
 
 /// "yyyy-mm-dd" and nothing else.
-Value TextDateValue(std::string_view text) {
+CellView TextDateView(std::string_view text) {
   constexpr std::string_view kForm = "0000-00-00";
   text = Trim(text);
   const auto numbers = NumbersIn<3>(text, kForm);
   if (!numbers || text.size() != kForm.size()) return Null{};
   const auto [year, month, day] = *numbers;
-  return DateValue({year, month, day, 0, 0, 0}, true);
+  return DateView({year, month, day, 0, 0, 0}, true);
 }
 
 /// "yyyy-mm-dd hh:mm:ss" with any fraction, which is dropped, and nothing or "+hh:mm" or "-hh:mm" behind it. With that
 /// it is the moment in universal time, which is what the product compares a literal without an offset as.
-Value TextTimeStampValue(std::string_view text) {
+CellView TextTimeStampView(std::string_view text) {
   constexpr std::string_view kForm = "0000-00-00 00:00:00";
   constexpr std::string_view kOffsetForm = "00:00";
   text = Trim(text);
@@ -260,7 +276,7 @@ Value TextTimeStampValue(std::string_view text) {
   constexpr int kMinuteSeconds = 60;
   const int seconds = ((*offset)[0] * kMinuteSeconds + (*offset)[1]) * kMinuteSeconds;
   date->seconds += text[0] == '+' ? -seconds : seconds;
-  return date->IsInRange() ? Value(*date) : Value(Null{});
+  return date->IsInRange() ? CellView(*date) : CellView(Null{});
 }
 
 }  // namespace
@@ -293,12 +309,13 @@ CellKind AsExact(CellKind kind) {
 
 const CellFormat& FormatOf(CellKind kind) { return kCellFormats[static_cast<std::size_t>(kind)]; }
 
-Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> cell) {
+CellView ViewOfCell(CellKind kind, std::int32_t adoType, std::span<const std::byte> cell, std::string& scratch) {
+  const auto inScratch = [&](std::string text) { return std::string_view(scratch = std::move(text)); };
   switch (kind) {
     case CellKind::kInteger:
-      return IntegerValue(Load<std::int64_t>(cell), adoType);
+      return IntegerView(Load<std::int64_t>(cell), adoType);
     case CellKind::kUnsignedBigInteger:
-      return UnsignedBigIntegerValue(Characters(cell));
+      return UnsignedBigIntegerView(Characters(cell), scratch);
     case CellKind::kSingle:
       return SingleValue(Load<double>(cell));
     case CellKind::kDouble:
@@ -306,39 +323,44 @@ Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> 
     case CellKind::kBoolean:
       return Load<std::uint8_t>(cell) != 0;
     case CellKind::kDecimal:
-      return DecimalValue(Characters(cell));
+      return DecimalView(Characters(cell), scratch);
     case CellKind::kText:
-      return WideText(cell);
+      scratch.clear();
+      AppendUtf8(scratch, Units(cell));
+      return std::string_view(scratch);
     case CellKind::kNarrowText:
-      return FromNarrowText(Characters(cell));
+      return NarrowTextView(Characters(cell), scratch);
     case CellKind::kGuid:
-      return GuidValue(Characters(cell));
-    case CellKind::kBytes: {
-      const auto* const bytes = reinterpret_cast<const std::uint8_t*>(cell.data());
-      return Bytes(bytes, bytes + cell.size());
-    }
+      return inScratch(GuidText(Characters(cell)));
+    case CellKind::kBytes:
+      return std::span(reinterpret_cast<const std::uint8_t*>(cell.data()), cell.size());
     case CellKind::kDate: {
       const auto date = Load<SQL_DATE_STRUCT>(cell);
-      return DateValue({date.year, date.month, date.day, 0, 0, 0}, true);
+      return DateView({date.year, date.month, date.day, 0, 0, 0}, true);
     }
     case CellKind::kTime:
-      return TimeValue(Characters(cell));
+      return TimeView(Characters(cell));
     case CellKind::kTimeStamp:
-      return TimeStampValue(Load<SQL_TIMESTAMP_STRUCT>(cell));
+      return TimeStampView(Load<SQL_TIMESTAMP_STRUCT>(cell));
     case CellKind::kTextDate:
-      return TextDateValue(Characters(cell));
+      return TextDateView(Characters(cell));
     case CellKind::kTextTimeStamp:
-      return TextTimeStampValue(Characters(cell));
+      return TextTimeStampView(Characters(cell));
     case CellKind::kExactDate: {
       const auto date = Load<SQL_DATE_STRUCT>(cell);
-      return DateText(date.year, date.month, date.day);
+      return inScratch(DateText(date.year, date.month, date.day));
     }
     case CellKind::kExactTimeStamp:
-      return TimeStampText(Load<SQL_TIMESTAMP_STRUCT>(cell));
+      return inScratch(TimeStampText(Load<SQL_TIMESTAMP_STRUCT>(cell)));
     case CellKind::kExactMoment:
-      return FromNarrowText(Trim(Characters(cell)));
+      return NarrowTextView(Trim(Characters(cell)), scratch);
   }
   return Null{};
+}
+
+Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> cell) {
+  std::string scratch;
+  return ValueOf(ViewOfCell(kind, adoType, cell, scratch));
 }
 
 }  // namespace ods::odbc

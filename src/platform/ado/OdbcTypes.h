@@ -9,8 +9,10 @@
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlucode.h>
+#include <string>
 
 #include "common/Value.h"
+#include "platform/ado/Rows.h"
 
 namespace ods::odbc {
 
@@ -70,9 +72,12 @@ struct CellFormat {
 };
 [[nodiscard]] const CellFormat& FormatOf(CellKind kind);
 
-/// The value of a fetched cell that is not null. `cell` holds the data without terminator, in the format of `kind`.
-/// A date or time that is no moment of the calendar (drivers give zeros) is null, in the exact form a text all the
-/// same; a decimal that is no number ("NaN") stays text.
+/// What a fetched cell that is not null holds. `cell` is the data without terminator, in the format of `kind`, and
+/// `scratch` what a text that is made of it is kept in. A date or time that is no moment of the calendar (drivers give
+/// zeros) is null, in the exact form a text all the same; a decimal that is no number ("NaN") stays text.
+[[nodiscard]] CellView ViewOfCell(CellKind kind, std::int32_t adoType, std::span<const std::byte> cell,
+                                  std::string& scratch);
+/// The same as a value.
 [[nodiscard]] Value CellValue(CellKind kind, std::int32_t adoType, std::span<const std::byte> cell);
 
 }  // namespace ods::odbc

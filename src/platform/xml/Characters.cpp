@@ -84,6 +84,35 @@ std::size_t PlainPrefix(std::string_view text) {
   return length;
 }
 
+/// True for the bytes of a text that are written as they are, and are a character by themselves.
+constexpr std::array<bool, 256> MakeUnescaped() {
+  std::array<bool, 256> unescaped{};
+  for (std::size_t c = 0x20; c < 0x80; ++c) unescaped[c] = c != '&' && c != '<' && c != '>';
+  unescaped['\t'] = unescaped['\n'] = true;
+  return unescaped;
+}
+constexpr std::array<bool, 256> kUnescaped = MakeUnescaped();
+
+std::size_t UnescapedPrefix(std::string_view text) {
+  std::size_t length = 0;
+  while (length < text.size() && kUnescaped[static_cast<std::uint8_t>(text[length])]) ++length;
+  return length;
+}
+
+/// What a character is written as that would be markup; "" for any other.
+std::string_view EntityOf(char c) {
+  switch (c) {
+    case '&':
+      return "&amp;";
+    case '<':
+      return "&lt;";
+    case '>':
+      return "&gt;";
+    default:
+      return {};
+  }
+}
+
 // Takes one character that may stand in a document; nothing taken when there is none.
 bool TakeXmlCharacter(std::string_view& text) {
   std::string_view rest = text;
@@ -123,29 +152,45 @@ bool IsXmlText(std::string_view text) {
   return true;
 }
 
+bool AppendXmlText(std::string& xml, std::string_view text) {
+  const std::size_t size = xml.size();
+  while (!text.empty()) {
+    const std::size_t unescaped = xml::UnescapedPrefix(text);
+    xml.append(text.data(), unescaped);
+    text.remove_prefix(unescaped);
+    if (text.empty()) break;
+    // A carriage return would be lost at the next parser.
+    const std::string_view entity = text.front() == '\r' ? "&#13;" : xml::EntityOf(text.front());
+    if (!entity.empty()) {
+      xml += entity;
+      text.remove_prefix(1);
+      continue;
+    }
+    const std::string_view before = text;
+    if (!xml::TakeXmlCharacter(text)) {
+      xml.resize(size);
+      return false;
+    }
+    xml.append(before.data(), before.size() - text.size());
+  }
+  return true;
+}
+
 std::string EscapeXml(std::string_view text) {
   std::string escaped;
   escaped.reserve(text.size());
   while (!text.empty()) {
     const std::string_view before = text;
-    switch (text.front()) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      default:
-        if (xml::TakeXmlCharacter(text)) {
-          escaped += before.substr(0, before.size() - text.size());
-          continue;
-        }
-        // A forbidden character leaves as a whole, of invalid UTF-8 one byte.
-        escaped += '?';
-        if (NextCharacter(text)) continue;
+    if (const std::string_view entity = xml::EntityOf(text.front()); !entity.empty()) {
+      escaped += entity;
+    } else {
+      if (xml::TakeXmlCharacter(text)) {
+        escaped += before.substr(0, before.size() - text.size());
+        continue;
+      }
+      // A forbidden character leaves as a whole, of invalid UTF-8 one byte.
+      escaped += '?';
+      if (NextCharacter(text)) continue;
     }
     text.remove_prefix(1);
   }

@@ -16,6 +16,9 @@ namespace {
 constexpr const char* kSpaceAttribute = "xml:space";
 constexpr const char* kPreserve = "preserve";
 constexpr std::string_view kWhiteSpace = " \t\r\n";
+/// What stands in the tree where markup is to be, and how it is written out: no text that is let in can be written so.
+constexpr const char* kMarkupPlace = "\x1F";
+constexpr std::string_view kMarkupPlaceText = "&#31;";
 
 [[noreturn]] void RaiseGeneral(const std::string& description) {
   throw Error(error_number::kGeneralFailure, description);
@@ -200,6 +203,7 @@ XmlDocument::XmlDocument(std::string_view xml) : XmlDocument() { LoadXML(xml); }
 
 bool XmlDocument::LoadXML(std::string_view xml) {
   document_->reset();
+  markup_.reset();
   if (!IsWellFormed(xml)) return false;
   xml = WithoutByteOrderMark(xml);
   // Whether white space counts is known only where xml:space stands; most documents have none, and nothing to look at.
@@ -228,10 +232,21 @@ void XmlDocument::Save(const std::string& path) const {
   ReplaceFile(path, Xml(), kPrivate);
 }
 
+void XmlDocument::SetMarkup(XmlNode element, std::string markup) {
+  RequireNode(element.Raw());
+  SetTextOf(element.Raw(), kMarkupPlace);
+  markup_ = std::move(markup);
+}
+
 std::string XmlDocument::Xml() const {
   StringWriter writer;
   document_->save(writer, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
-  return writer.Take();
+  std::string text = writer.Take();
+  if (markup_) {
+    const std::size_t place = text.find(kMarkupPlaceText);
+    if (place != std::string::npos) text.replace(place, kMarkupPlaceText.size(), *markup_);
+  }
+  return text;
 }
 
 XmlNode XmlDocument::DocumentElement() const& { return XmlNode(document_->document_element()); }

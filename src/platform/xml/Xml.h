@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
@@ -73,6 +74,10 @@ class XmlDocument {
   /// Writes the document to a file as `ReplaceFile` does, a new one with mode 0600: in one step where that leaves the
   /// file to its owner. Raises error 1000 naming the path.
   void Save(const std::string& path) const;
+  /// Gives an element without content one that is markup already. It is no part of the tree: it stands in the text of the
+  /// document alone, as it is. One element of a document can have such a content, and loses it when the document loads
+  /// anew.
+  void SetMarkup(XmlNode element, std::string markup);
   /// The document as text: no declaration, no indentation, a carriage return as a character reference.
   [[nodiscard]] std::string Xml() const;
 
@@ -89,6 +94,7 @@ class XmlDocument {
 
  private:
   std::unique_ptr<pugi::xml_document> document_;
+  std::optional<std::string> markup_;  ///< of the element whose content is the place for it
 };
 
 /// The text of the first node (element or attribute) that `xpath` matches relative to `node`; "" when there is no node
@@ -101,6 +107,8 @@ void SetXmlSpacePreserve(XmlDocument& document);
 
 /// True when every character of `text` may stand in an XML 1.0 document (production 2, Char) and it is valid UTF-8.
 [[nodiscard]] bool IsXmlText(std::string_view text);
+/// Appends `text` as `Xml` writes the text of an element. False, with nothing appended, when it is no `IsXmlText`.
+[[nodiscard]] bool AppendXmlText(std::string& xml, std::string_view text);
 /// `text` with "&", "<" and ">" as entities, and every character that XML cannot carry replaced by "?".
 [[nodiscard]] std::string EscapeXml(std::string_view text);
 
