@@ -243,11 +243,6 @@ bool ScanTimeOfDay(DateScanner& scanner, DateParts& parts) {
   return (scanner.Char('T') || scanner.Blanks()) && scanner.Time(parts) && scanner.AtEnd();
 }
 
-// Writes `number` into exactly the characters from `first` to `last`, padded with zeros.
-void PutDigits(char* first, char* last, int number) {
-  for (; last != first; number /= 10) *--last = static_cast<char>('0' + number % 10);
-}
-
 template <typename Integer>
 std::string FormatInteger(Integer number) {
   std::array<char, 24> text{};
@@ -337,34 +332,33 @@ std::string FormatDouble(double number) {
   return result.append(digits, 0, whole).append(1, '.').append(digits, whole);
 }
 
-bool IsDayAlone(const Date& date) { return date.dateOnly && date.SecondOfDay() == 0; }
+std::string FormatDate(const Date& date) { return date.dateOnly && date.SecondOfDay() == 0 ? FormatDay(date) : FormatMoment(date); }
 
-std::string FormatDate(const Date& date) { return IsDayAlone(date) ? FormatDay(date) : FormatMoment(date); }
+std::string FormatMoment(const Date& date) { return std::string(MomentOf(TextOfMoment(date.Parts()))); }
 
-std::string FormatMoment(const Date& date) {
-  const MomentText text = TextOfMoment(date);
-  return {text.data(), text.size()};
-}
+std::string FormatDay(const Date& date) { return std::string(DayOf(TextOfMoment(date.Parts()))); }
 
-std::string FormatDay(const Date& date) { return std::string(DayOf(TextOfMoment(date))); }
+std::string FormatTime(const Date& date) { return std::string(TimeOf(TextOfMoment(date.Parts()))); }
 
-std::string FormatTime(const Date& date) { return std::string(TimeOf(TextOfMoment(date))); }
-
-MomentText TextOfMoment(const Date& date) {
-  const DateParts parts = date.Parts();
-  MomentText text = {'0', '0', '0', '0', '-', '0', '0', '-', '0', '0', ' ', '0', '0', ':', '0', '0', ':', '0', '0'};
-  PutDigits(&text[0], &text[4], parts.year);
-  PutDigits(&text[5], &text[7], parts.month);
-  PutDigits(&text[8], &text[10], parts.day);
-  PutDigits(&text[11], &text[13], parts.hour);
-  PutDigits(&text[14], &text[16], parts.minute);
-  PutDigits(&text[17], text.data() + text.size(), parts.second);
+MomentText TextOfMoment(const DateParts& parts) {
+  MomentText text;
+  const auto putPair = [&](std::size_t at, int number) {
+    text[at] = static_cast<char>('0' + number / 10 % 10);
+    text[at + 1] = static_cast<char>('0' + number % 10);
+  };
+  putPair(0, parts.year / 100);
+  putPair(2, parts.year % 100);
+  text[4] = '-';
+  putPair(5, parts.month);
+  text[7] = '-';
+  putPair(8, parts.day);
+  text[10] = ' ';
+  putPair(11, parts.hour);
+  text[13] = ':';
+  putPair(14, parts.minute);
+  text[16] = ':';
+  putPair(17, parts.second);
   return text;
-}
-
-void AppendInteger(std::string& text, std::int64_t number) {
-  std::array<char, 24> digits;  // NOLINT(cppcoreguidelines-pro-type-member-init): written right away
-  text.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
 }
 
 std::string FormatCurrency(Currency amount) {

@@ -34,9 +34,7 @@ const std::string& StrOf(Value& value);
 /// The fewest digits that read back as the same number, laid out like `%.15G`: exponent form below 1E-04 and from 1E+15
 /// with at least two exponent digits ("0.5", "2.5", "1E-05", "1E+20"). Independent of the locale.
 [[nodiscard]] std::string FormatDouble(double number);
-/// True for a `dateOnly` value at midnight.
-[[nodiscard]] bool IsDayAlone(const Date& date);
-/// `yyyy-mm-dd hh:nn:ss`, or `yyyy-mm-dd` for a day alone.
+/// `yyyy-mm-dd hh:nn:ss`, or `yyyy-mm-dd` for a `dateOnly` value at midnight.
 [[nodiscard]] std::string FormatDate(const Date& date);
 /// Always `yyyy-mm-dd hh:nn:ss`, its day alone, and its time alone.
 [[nodiscard]] std::string FormatMoment(const Date& date);
@@ -44,11 +42,10 @@ const std::string& StrOf(Value& value);
 [[nodiscard]] std::string FormatTime(const Date& date);
 /// The same without memory of its own: the text of a moment, and its day and its time.
 using MomentText = std::array<char, 19>;
-[[nodiscard]] MomentText TextOfMoment(const Date& date);
-[[nodiscard]] inline std::string_view DayOf(const MomentText& moment) { return {moment.data(), 10}; }
-[[nodiscard]] inline std::string_view TimeOf(const MomentText& moment) { return {moment.data() + 11, 8}; }
-/// Appends the decimal digits of `number`, with "-" before them where it is negative.
-void AppendInteger(std::string& text, std::int64_t number);
+[[nodiscard]] MomentText TextOfMoment(const DateParts& parts);
+[[nodiscard]] inline std::string_view MomentOf(const MomentText& moment) { return {moment.data(), moment.size()}; }
+[[nodiscard]] inline std::string_view DayOf(const MomentText& moment) { return MomentOf(moment).substr(0, 10); }
+[[nodiscard]] inline std::string_view TimeOf(const MomentText& moment) { return MomentOf(moment).substr(11); }
 [[nodiscard]] std::string FormatCurrency(Currency amount);
 /// `number` in decimal, padded on the left with zeros to `width` digits (the last `width` digits when it has more).
 [[nodiscard]] std::string PadNumber(std::int64_t number, int width);

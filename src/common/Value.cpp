@@ -26,6 +26,11 @@ constexpr std::int64_t kLastSecond = ((DayOf(kLastYear, 12, 31) - kZeroDay).coun
 
 constexpr bool IsWithin(int number, int low, int high) { return number >= low && number <= high; }
 
+std::chrono::year_month_day CalendarDay(const DateParts& parts) {
+  return {std::chrono::year(parts.year), std::chrono::month(static_cast<unsigned>(parts.month)),
+          std::chrono::day(static_cast<unsigned>(parts.day))};
+}
+
 // In the order of the alternatives of `Value::Storage`; an object names itself.
 constexpr std::array<const char*, 11> kTypeNames{"Empty",   "Null", "Long",   "LongLong", "Double", "Currency",
                                                  "Decimal", "Date", "String", "Boolean",  "Byte()"};
@@ -33,16 +38,18 @@ static_assert(std::variant_size_v<Value::Storage> == kTypeNames.size() + 1);
 
 }  // namespace
 
-std::optional<Date> Date::FromParts(const DateParts& parts) {
-  if (!IsWithin(parts.year, kFirstYear, kLastYear) || !IsWithin(parts.month, 1, 12) || !IsWithin(parts.day, 1, 31) ||
-      !IsWithin(parts.hour, 0, 23) || !IsWithin(parts.minute, 0, 59) || !IsWithin(parts.second, 0, 59)) {
-    return std::nullopt;
+bool DateParts::AreOfCalendar() const {
+  if (!IsWithin(year, kFirstYear, kLastYear) || !IsWithin(month, 1, 12) || !IsWithin(day, 1, 31) ||
+      !IsWithin(hour, 0, 23) || !IsWithin(minute, 0, 59) || !IsWithin(second, 0, 59)) {
+    return false;
   }
-  const std::chrono::year_month_day date{std::chrono::year(parts.year),
-                                         std::chrono::month(static_cast<unsigned>(parts.month)),
-                                         std::chrono::day(static_cast<unsigned>(parts.day))};
-  if (!date.ok()) return std::nullopt;
-  const std::int64_t dayNumber = (sys_days(date) - kZeroDay).count();
+  constexpr int kDaysOfEveryMonth = 28;
+  return day <= kDaysOfEveryMonth || CalendarDay(*this).ok();
+}
+
+std::optional<Date> Date::FromParts(const DateParts& parts) {
+  if (!parts.AreOfCalendar()) return std::nullopt;
+  const std::int64_t dayNumber = (sys_days(CalendarDay(parts)) - kZeroDay).count();
   return Date{((dayNumber * 24 + parts.hour) * 60 + parts.minute) * 60 + parts.second, false};
 }
 

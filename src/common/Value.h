@@ -24,6 +24,9 @@ struct DateParts {
   int hour = 0;
   int minute = 0;
   int second = 0;
+
+  /// True when they name a moment of the years 1 to 9999.
+  [[nodiscard]] bool AreOfCalendar() const;
 };
 
 /// A moment without time zone, in whole seconds since the zero date 1899-12-30 00:00:00. Fractions of a second do not

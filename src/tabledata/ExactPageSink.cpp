@@ -111,7 +111,7 @@ bool ExactPageSink::Take(std::span<const CellView> row) {
 
   records_.BeginRow();
   for (std::size_t field = 0; field < forms_.size(); ++field) {
-    records_.AddValue([&](std::string& xml) { AppendField(xml, field, row[columns_[field]]); });
+    records_.AddValue([&](TextBuffer& xml) { AppendField(xml, field, row[columns_[field]]); });
   }
   records_.EndRow();
   ++count_;
@@ -133,11 +133,12 @@ void ExactPageSink::ReadTerms(std::span<const CellView> row) {
   }
 }
 
-void ExactPageSink::AppendField(std::string& xml, std::size_t field, const CellView& view) const {
+void ExactPageSink::AppendField(TextBuffer& xml, std::size_t field, const CellView& view) const {
   const auto& [markup, isBytes] = forms_[field];
   Digits digits;  // NOLINT(cppcoreguidelines-pro-type-member-init): likewise
   const auto exact = ViewExactCell(plan_.cells[field], view, decimalFactor_, digits);
   if (exact && exact->kind == Kind::kNull) return markup.AppendNull(xml);
+  if (exact && exact->kind == Kind::kNumber) return markup.AppendPlain(xml, exact->text);
   if (exact && markup.Append(xml, exact->text)) return;
 
   const ExactValue value = ReadExactCell(plan_.cells[field], view, decimalFactor_);

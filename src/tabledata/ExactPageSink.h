@@ -63,7 +63,7 @@ class ExactPageSink final : public RowSink {
   [[nodiscard]] bool MoreRows() const { return moreRows_; }
   [[nodiscard]] const End& FirstRead() const { return first_; }
   [[nodiscard]] const End& LastRead() const { return last_; }
-  [[nodiscard]] std::string TakeRecords() { return records_.Take(); }
+  [[nodiscard]] TextBuffer TakeRecords() { return records_.Take(); }
 
  private:
   /// How the value of a field is written.
@@ -72,7 +72,7 @@ class ExactPageSink final : public RowSink {
     bool isBytes;  ///< bytes are what it holds: they need no mark
   };
 
-  void AppendField(std::string& xml, std::size_t field, const CellView& view) const;
+  void AppendField(TextBuffer& xml, std::size_t field, const CellView& view) const;
   void ReadTerms(std::span<const CellView> row);
 
   ExactPagePlan plan_;

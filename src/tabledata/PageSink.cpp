@@ -35,7 +35,7 @@ bool PageSink::Take(std::span<const CellView> row) {
   if (moreRows_) return false;
   records_.BeginRow();
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    records_.AddValue([&](std::string& text) {
+    records_.AddValue([&](TextBuffer& text) {
       try {
         writers_[i].Append(text, Cleaned(row[columns_[i]]));
       } catch (const Error& error) {

@@ -50,7 +50,7 @@ class PageSink final : public RowSink {
   [[nodiscard]] const std::vector<Value>& Last() const { return plan_.reverse ? first_ : last_; }
   /// ADO data type number of each field.
   [[nodiscard]] const std::vector<std::int32_t>& Types() const { return types_; }
-  [[nodiscard]] std::string TakeRecords() { return records_.Take(); }
+  [[nodiscard]] TextBuffer TakeRecords() { return records_.Take(); }
 
  private:
   PagePlan plan_;

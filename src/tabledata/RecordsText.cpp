@@ -6,12 +6,12 @@
 namespace ods {
 
 /// In place, since a page may be as large as a response may be: all of it is turned round, and then each row is.
-std::string RecordsText::Take() {
+TextBuffer RecordsText::Take() {
   if (!reverse_) return std::move(text_);
-  std::ranges::reverse(text_);
-  std::size_t end = text_.size();
+  std::reverse(text_.Begin(), text_.End());
+  std::size_t end = text_.Size();
   for (auto begin = begins_.rbegin(); begin != begins_.rend(); end = *begin++) {
-    std::reverse(text_.end() - static_cast<std::ptrdiff_t>(end), text_.end() - static_cast<std::ptrdiff_t>(*begin));
+    std::reverse(text_.End() - end, text_.End() - *begin);
   }
   return std::move(text_);
 }

@@ -3,10 +3,9 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
-#include <string_view>
 #include <vector>
 
+#include "common/TextBuffer.h"
 #include "database/Response.h"
 
 namespace ods {
@@ -17,25 +16,25 @@ class RecordsText {
   explicit RecordsText(bool reverse) : reverse_(reverse) {}
 
   void BeginRow() {
-    if (reverse_) begins_.push_back(text_.size());
-    text_ += "<R>";
+    if (reverse_) begins_.push_back(text_.Size());
+    text_.Append("<R>");
   }
   /// Has `append` add one value to the text of the row. Raises what it raises, and error 1000 when the page has become
   /// too large.
   template <typename Append>
   void AddValue(Append append) {
     append(text_);
-    RequireResponseBytes(text_.size());
+    RequireResponseBytes(text_.Size());
     RequireResponseValues(++values_);
   }
-  void EndRow() { text_ += "</R>"; }
+  void EndRow() { text_.Append("</R>"); }
 
   /// The text of all rows in the order of the page.
-  [[nodiscard]] std::string Take();
+  [[nodiscard]] TextBuffer Take();
 
  private:
   bool reverse_;
-  std::string text_;
+  TextBuffer text_;
   std::vector<std::size_t> begins_;  ///< where the text of each row begins, if they are read in reverse
   std::size_t values_ = 0;
 };

@@ -1,6 +1,7 @@
 #include "tabledata/modRecord.h"
 
 #include <array>
+#include <charconv>
 #include <variant>
 
 #include "common/Conversions.h"
@@ -46,30 +47,34 @@ ValueMarkup::ValueMarkup(const std::string& field) {
   null_ = open_ + "<Null/>" + std::string(kClose);
 }
 
-bool ValueMarkup::Append(std::string& xml, std::string_view text) const {
+bool ValueMarkup::Append(TextBuffer& xml, std::string_view text) const {
   if (text.empty()) {
-    xml += empty_;
+    xml.Append(empty_);
     return true;
   }
-  const std::size_t size = xml.size();
-  xml += open_;
+  const std::size_t size = xml.Size();
+  xml.Append(open_);
   if (!AppendXmlText(xml, text)) {
-    xml.resize(size);
+    xml.Truncate(size);
     return false;
   }
-  xml += kClose;
+  xml.Append(kClose);
   return true;
 }
 
-void ValueMarkup::AppendHex(std::string& xml, std::string_view bytes) const {
-  xml.append(open_, 0, open_.size() - 1).append(" Encoding=\"hex\"");
-  if (bytes.empty()) {
-    xml += "/>";
-    return;
-  }
-  xml += '>';
-  for (const char byte : bytes) ods::AppendHex(xml, static_cast<std::uint8_t>(byte));
-  xml += kClose;
+void ValueMarkup::AppendInteger(TextBuffer& xml, std::int64_t number) const {
+  constexpr std::size_t kMostDigits = 24;
+  char* const to = TextBuffer::Put(xml.Room(open_.size() + kMostDigits + kClose.size()), open_);
+  xml.EndAt(TextBuffer::Put(std::to_chars(to, to + kMostDigits, number).ptr, kClose));
+}
+
+void ValueMarkup::AppendHex(TextBuffer& xml, std::string_view bytes) const {
+  xml.Append(std::string_view(open_).substr(0, open_.size() - 1));
+  xml.Append(" Encoding=\"hex\"");
+  if (bytes.empty()) return xml.Append("/>");
+  xml.Append(">");
+  xml.Append(BytesToHex(Bytes(bytes.begin(), bytes.end())));
+  xml.Append(kClose);
 }
 
 FieldWriter::FieldWriter(const std::string& field, std::int32_t type, const RecordRules& rules)
@@ -113,7 +118,7 @@ FieldWriter::Form FieldWriter::FormOf(std::int32_t type) {
   }
 }
 
-void FieldWriter::Append(std::string& xml, const CellView& cell) const {
+void FieldWriter::Append(TextBuffer& xml, const CellView& cell) const {
   if (std::holds_alternative<Null>(cell)) {
     markup_.AppendNull(xml);
   } else if (!AppendCommon(xml, cell)) {
@@ -122,40 +127,57 @@ void FieldWriter::Append(std::string& xml, const CellView& cell) const {
 }
 
 /// Writes what columns mostly hold, without a value of its own; false, with nothing written, for anything else.
-bool FieldWriter::AppendCommon(std::string& xml, const CellView& cell) const {
-  const auto appendPlain = [&](std::string_view text) {
-    markup_.AppendPlain(xml, [&](std::string& out) { out += text; });
-    return true;
-  };
-  const auto appendInteger = [&](std::int64_t number) {
-    markup_.AppendPlain(xml, [&](std::string& out) { AppendInteger(out, number); });
-    return true;
-  };
-  if (const auto* const date = std::get_if<Date>(&cell)) {
-    const MomentText moment = TextOfMoment(*date);
-    const std::string_view whole(moment.data(), moment.size());
-    if (form_ == Form::kDate) return appendPlain(DayOf(moment));
-    if (form_ == Form::kTime) return appendPlain(TimeOf(moment));
-    if (form_ == Form::kDateTime) return appendPlain(whole);
-    if (form_ == Form::kText) return appendPlain(IsDayAlone(*date) ? DayOf(moment) : whole);
-    return false;
+bool FieldWriter::AppendCommon(TextBuffer& xml, const CellView& cell) const {
+  if (const auto* const moment = std::get_if<Moment>(&cell)) return AppendMoment(xml, *moment);
+  switch (form_) {
+    case Form::kText:
+      if (const auto* const text = std::get_if<std::string_view>(&cell)) {
+        AppendText(xml, *text);
+        return true;
+      }
+      return false;
+    case Form::kInteger:
+      if (const auto* const number = std::get_if<std::int32_t>(&cell)) {
+        markup_.AppendInteger(xml, *number);
+        return true;
+      }
+      if (const auto* const number = std::get_if<std::int64_t>(&cell)) {
+        markup_.AppendInteger(xml, *number);
+        return true;
+      }
+      return false;
+    case Form::kScaled:
+      if (const auto* const decimal = std::get_if<DecimalDigits>(&cell); decimal && rules_.decimalFactor == 1) {
+        markup_.AppendPlain(xml, decimal->digits);
+        return true;
+      }
+      return false;
+    default:
+      return false;
   }
-  if (form_ == Form::kText) {
-    const auto* const text = std::get_if<std::string_view>(&cell);
-    if (text != nullptr) AppendText(xml, *text);
-    return text != nullptr;
-  }
-  if (form_ == Form::kInteger) {
-    if (const auto* const number = std::get_if<std::int32_t>(&cell)) return appendInteger(*number);
-    if (const auto* const number = std::get_if<std::int64_t>(&cell)) return appendInteger(*number);
-  }
-  if (form_ == Form::kScaled && rules_.decimalFactor == 1) {
-    if (const auto* const decimal = std::get_if<DecimalDigits>(&cell)) return appendPlain(decimal->digits);
-  }
-  return false;
 }
 
-void FieldWriter::AppendText(std::string& xml, std::string_view text) const {
+bool FieldWriter::AppendMoment(TextBuffer& xml, const Moment& moment) const {
+  const MomentText text = TextOfMoment(moment.parts);
+  switch (form_) {
+    case Form::kDate:
+      markup_.AppendPlain(xml, DayOf(text));
+      return true;
+    case Form::kTime:
+      markup_.AppendPlain(xml, TimeOf(text));
+      return true;
+    case Form::kDateTime:
+      markup_.AppendPlain(xml, MomentOf(text));
+      return true;
+    case Form::kText:
+      markup_.AppendPlain(xml, moment.IsDayAlone() ? DayOf(text) : MomentOf(text));
+      return true;
+    default:
+      return false;
+  }
+}
+
+void FieldWriter::AppendText(TextBuffer& xml, std::string_view text) const {
   if (markup_.Append(xml, text)) return;
   if (form_ != Form::kText) {
     throw Error(error_number::kGeneralFailure, "The text for 'V' holds a character that XML cannot carry");

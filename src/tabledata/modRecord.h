@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/TextBuffer.h"
 #include "common/UserInterface.h"
 #include "platform/ado/Rows.h"
 
@@ -16,18 +17,17 @@ class ValueMarkup {
   /// @param field goes into the attribute `Id`; raises error 0x80004005 for a name that XML cannot carry
   explicit ValueMarkup(const std::string& field);
 
-  void AppendNull(std::string& xml) const { xml += null_; }
+  void AppendNull(TextBuffer& xml) const { xml.Append(null_); }
   /// Appends an element with a text. False, with nothing appended, for a text that XML cannot carry.
-  [[nodiscard]] bool Append(std::string& xml, std::string_view text) const;
-  /// Appends an element with bytes as hexadecimal digits, marked so.
-  void AppendHex(std::string& xml, std::string_view bytes) const;
+  [[nodiscard]] bool Append(TextBuffer& xml, std::string_view text) const;
   /// Appends an element with a text that has nothing to escape and is not empty.
-  template <typename AppendText>
-  void AppendPlain(std::string& xml, AppendText appendText) const {
-    xml += open_;
-    appendText(xml);
-    xml += kClose;
+  void AppendPlain(TextBuffer& xml, std::string_view text) const {
+    char* to = TextBuffer::Put(xml.Room(open_.size() + text.size() + kClose.size()), open_);
+    xml.EndAt(TextBuffer::Put(TextBuffer::Put(to, text), kClose));
   }
+  void AppendInteger(TextBuffer& xml, std::int64_t number) const;
+  /// Appends an element with bytes as hexadecimal digits, marked so.
+  void AppendHex(TextBuffer& xml, std::string_view bytes) const;
 
  private:
   static constexpr std::string_view kClose = "</V>";
@@ -54,15 +54,16 @@ class FieldWriter {
   FieldWriter(const std::string& field, std::int32_t type, const RecordRules& rules);
 
   /// Raises error 13 for a value that cannot be in a binary column.
-  void Append(std::string& xml, const CellView& cell) const;
+  void Append(TextBuffer& xml, const CellView& cell) const;
 
  private:
   /// How a column type is written. Every type that stands in no list is written as its text.
   enum class Form : std::uint8_t { kEmpty, kInteger, kScaled, kDateTime, kDate, kTime, kBoolean, kText, kBinary };
 
   [[nodiscard]] static Form FormOf(std::int32_t type);
-  [[nodiscard]] bool AppendCommon(std::string& xml, const CellView& cell) const;
-  void AppendText(std::string& xml, std::string_view text) const;
+  [[nodiscard]] bool AppendCommon(TextBuffer& xml, const CellView& cell) const;
+  [[nodiscard]] bool AppendMoment(TextBuffer& xml, const Moment& moment) const;
+  void AppendText(TextBuffer& xml, std::string_view text) const;
   [[nodiscard]] std::string FormatValue(const Value& value) const;
   [[nodiscard]] double DecimalFactor() const;
 

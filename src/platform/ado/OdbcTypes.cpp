@@ -174,10 +174,8 @@ std::string GuidText(std::string_view text) {
 }
 
 CellView DateView(const DateParts& parts, bool dateOnly) {
-  std::optional<Date> date = Date::FromParts(parts);
-  if (!date) return Null{};
-  date->dateOnly = dateOnly;
-  return *date;
+  if (!parts.AreOfCalendar()) return Null{};
+  return Moment{parts, dateOnly};
 }
 
 CellView TimeStampView(const SQL_TIMESTAMP_STRUCT& stamp) {
@@ -187,6 +185,9 @@ CellView TimeStampView(const SQL_TIMESTAMP_STRUCT& stamp) {
 /// The parts as they are, whether or not they name a moment.
 std::string DateText(SQLSMALLINT year, SQLUSMALLINT month, SQLUSMALLINT day) {
   constexpr int kMostOfFourDigits = 9999;
+  if (year >= 0 && year <= kMostOfFourDigits) {
+    return std::string(DayOf(TextOfMoment({.year = year, .month = month, .day = day})));
+  }
   const int number = std::abs(static_cast<int>(year));
   return (year < 0 ? "-" : "") + (number > kMostOfFourDigits ? std::to_string(number) : PadNumber(number, 4)) + "-" +
          PadNumber(month, 2) + "-" + PadNumber(day, 2);
@@ -194,8 +195,9 @@ std::string DateText(SQLSMALLINT year, SQLUSMALLINT month, SQLUSMALLINT day) {
 
 /// The same with the fraction, whose nanoseconds end before their last zeros.
 std::string TimeStampText(const SQL_TIMESTAMP_STRUCT& stamp) {
-  std::string text = DateText(stamp.year, stamp.month, stamp.day) + " " + PadNumber(stamp.hour, 2) + ":" +
-                     PadNumber(stamp.minute, 2) + ":" + PadNumber(stamp.second, 2);
+  const MomentText moment = TextOfMoment({stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second});
+  std::string text = DateText(stamp.year, stamp.month, stamp.day) + " ";
+  text += TimeOf(moment);
   constexpr int kFractionDigits = 9;
   if (stamp.fraction != 0) {
     text += "." + PadNumber(stamp.fraction, kFractionDigits);
@@ -265,18 +267,20 @@ CellView TextTimeStampView(std::string_view text) {
   const auto numbers = NumbersIn<6>(text, kForm);
   if (!numbers) return Null{};
   const auto [year, month, day, hour, minute, second] = *numbers;
-  std::optional<Date> date = Date::FromParts({year, month, day, hour, minute, second});
-  if (!date) return Null{};
+  const DateParts parts = {year, month, day, hour, minute, second};
+  if (!parts.AreOfCalendar()) return Null{};
   text.remove_prefix(kForm.size());
   if (text.starts_with('.')) text.remove_prefix(std::min(text.find_first_not_of("0123456789", 1), text.size()));
   text = Trim(text);
-  if (text.empty()) return *date;
+  if (text.empty()) return Moment{parts};
   const auto offset = NumbersIn<2>(text.substr(1), kOffsetForm);
   if ((text[0] != '+' && text[0] != '-') || !offset || text.size() != kOffsetForm.size() + 1) return Null{};
   constexpr int kMinuteSeconds = 60;
   const int seconds = ((*offset)[0] * kMinuteSeconds + (*offset)[1]) * kMinuteSeconds;
+  std::optional<Date> date = Date::FromParts(parts);
+  if (!date) return Null{};
   date->seconds += text[0] == '+' ? -seconds : seconds;
-  return date->IsInRange() ? CellView(*date) : CellView(Null{});
+  return date->IsInRange() ? CellView(Moment{date->Parts()}) : CellView(Null{});
 }
 
 }  // namespace

@@ -41,7 +41,9 @@ CellView ViewOf(const Value& value) {
                         [](double number) -> CellView { return number; },
                         [](bool flag) -> CellView { return flag; },
                         [](const Decimal& decimal) -> CellView { return DecimalDigits{decimal.digits}; },
-                        [](const Date& date) -> CellView { return date; },
+                        [](const Date& date) -> CellView {
+                          return Moment{date.Parts(), date.dateOnly};
+                        },
                         [](const std::string& text) -> CellView { return std::string_view(text); },
                         [](const Bytes& bytes) -> CellView { return std::span<const std::uint8_t>(bytes); },
                     },
@@ -52,6 +54,11 @@ Value ValueOf(const CellView& cell) {
   return std::visit(Overloaded{
                         [](const auto& plain) -> Value { return plain; },
                         [](const DecimalDigits& decimal) -> Value { return Decimal{std::string(decimal.digits)}; },
+                        [](const Moment& moment) -> Value {
+                          Date date = Date::FromParts(moment.parts).value_or(Date());
+                          date.dateOnly = moment.dateOnly;
+                          return date;
+                        },
                         [](std::span<const std::uint8_t> bytes) -> Value { return Bytes(bytes.begin(), bytes.end()); },
                         [](const Value* value) -> Value { return *value; },
                     },

@@ -23,8 +23,19 @@ struct DecimalDigits {
   std::string_view digits;
 };
 
+/// A `Date` by its parts, which name a moment of the calendar.
+struct Moment {
+  DateParts parts;
+  bool dateOnly = false;
+
+  /// True for a date-only value at midnight.
+  [[nodiscard]] bool IsDayAlone() const {
+    return dateOnly && parts.hour == 0 && parts.minute == 0 && parts.second == 0;
+  }
+};
+
 /// A cell, borrowed: what a `Value` can hold, the rarest of it as the value itself. Text is UTF-8.
-using CellView = std::variant<Null, std::int32_t, std::int64_t, double, bool, DecimalDigits, Date, std::string_view,
+using CellView = std::variant<Null, std::int32_t, std::int64_t, double, bool, DecimalDigits, Moment, std::string_view,
                               std::span<const std::uint8_t>, const Value*>;
 
 [[nodiscard]] CellView ViewOf(const Value& value);

@@ -93,10 +93,32 @@ constexpr std::array<bool, 256> MakeUnescaped() {
 }
 constexpr std::array<bool, 256> kUnescaped = MakeUnescaped();
 
-std::size_t UnescapedPrefix(std::string_view text) {
-  std::size_t length = 0;
-  while (length < text.size() && kUnescaped[static_cast<std::uint8_t>(text[length])]) ++length;
-  return length;
+/// True when one of the eight bytes in `block` is not an unescaped one from the blank on.
+bool NeedsALook(std::uint64_t block) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101U;
+  constexpr std::uint64_t kHighs = 0x8080808080808080U;
+  // A byte that is 0 borrows from its highest bit, as one below the blank does when that is taken from it. A byte that
+  // is taken for one of these wrongly lies behind one that is.
+  const auto zeros = [](std::uint64_t bytes) { return (bytes - kOnes) & ~bytes; };
+  const std::uint64_t lessOrGreater = (block | kOnes * 0x02) ^ kOnes * '>';  // "<" and ">" differ in that bit
+  const std::uint64_t ampersand = block ^ kOnes * '&';
+  const std::uint64_t control = (block - kOnes * 0x20) & ~block;
+  return ((block | zeros(lessOrGreater) | zeros(ampersand) | control) & kHighs) != 0;
+}
+
+/// Copies the unescaped bytes that `text` begins with to `to`, and takes them from it. There is room for all of it.
+char* CopyUnescaped(std::string_view& text, char* to) {
+  const char* from = text.data();
+  const char* const end = from + text.size();
+  for (std::uint64_t block = 0; end - from >= static_cast<std::ptrdiff_t>(sizeof block); from += sizeof block) {
+    std::memcpy(&block, from, sizeof block);
+    if (NeedsALook(block)) break;
+    std::memcpy(to, &block, sizeof block);
+    to += sizeof block;
+  }
+  while (from < end && kUnescaped[static_cast<std::uint8_t>(*from)]) *to++ = *from++;
+  text = {from, end};
+  return to;
 }
 
 /// What a character is written as that would be markup; "" for any other.
@@ -152,26 +174,34 @@ bool IsXmlText(std::string_view text) {
   return true;
 }
 
-bool AppendXmlText(std::string& xml, std::string_view text) {
-  const std::size_t size = xml.size();
+bool AppendXmlText(TextBuffer& xml, std::string_view text) {
+  constexpr std::string_view kCarriageReturn = "&#13;";  // which would be lost at the next parser
+  constexpr std::size_t kPiece = 4096;
+  constexpr std::size_t kLongest = kCarriageReturn.size();  // that one byte becomes
+  const std::size_t size = xml.Size();
   while (!text.empty()) {
-    const std::size_t unescaped = xml::UnescapedPrefix(text);
-    xml.append(text.data(), unescaped);
-    text.remove_prefix(unescaped);
-    if (text.empty()) break;
-    // A carriage return would be lost at the next parser.
-    const std::string_view entity = text.front() == '\r' ? "&#13;" : xml::EntityOf(text.front());
-    if (!entity.empty()) {
-      xml += entity;
-      text.remove_prefix(1);
-      continue;
+    // Pieces end anywhere: what is cut is looked at as a whole, since a character is taken from the text itself.
+    std::string_view piece = text.substr(0, kPiece);
+    char* to = xml.Room(piece.size() * kLongest);
+    while (true) {
+      const std::size_t before = piece.size();
+      to = xml::CopyUnescaped(piece, to);
+      text.remove_prefix(before - piece.size());
+      if (piece.empty()) break;
+      const std::string_view rest = text;
+      const std::string_view entity = text.front() == '\r' ? kCarriageReturn : xml::EntityOf(text.front());
+      if (!entity.empty()) {
+        to = TextBuffer::Put(to, entity);
+        text.remove_prefix(1);
+      } else if (xml::TakeXmlCharacter(text)) {
+        to = TextBuffer::Put(to, rest.substr(0, rest.size() - text.size()));
+      } else {
+        xml.Truncate(size);
+        return false;
+      }
+      piece.remove_prefix(std::min(piece.size(), rest.size() - text.size()));
     }
-    const std::string_view before = text;
-    if (!xml::TakeXmlCharacter(text)) {
-      xml.resize(size);
-      return false;
-    }
-    xml.append(before.data(), before.size() - text.size());
+    xml.EndAt(to);
   }
   return true;
 }

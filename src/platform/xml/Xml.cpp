@@ -232,7 +232,7 @@ void XmlDocument::Save(const std::string& path) const {
   ReplaceFile(path, Xml(), kPrivate);
 }
 
-void XmlDocument::SetMarkup(XmlNode element, std::string markup) {
+void XmlDocument::SetMarkup(XmlNode element, TextBuffer markup) {
   RequireNode(element.Raw());
   SetTextOf(element.Raw(), kMarkupPlace);
   markup_ = std::move(markup);
@@ -244,7 +244,7 @@ std::string XmlDocument::Xml() const {
   std::string text = writer.Take();
   if (markup_) {
     const std::size_t place = text.find(kMarkupPlaceText);
-    if (place != std::string::npos) text.replace(place, kMarkupPlaceText.size(), *markup_);
+    if (place != std::string::npos) text.replace(place, kMarkupPlaceText.size(), markup_->View());
   }
   return text;
 }

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "common/Object.h"
+#include "common/TextBuffer.h"
 
 namespace ods {
 
@@ -77,7 +78,7 @@ class XmlDocument {
   /// Gives an element without content one that is markup already. It is no part of the tree: it stands in the text of the
   /// document alone, as it is. One element of a document can have such a content, and loses it when the document loads
   /// anew.
-  void SetMarkup(XmlNode element, std::string markup);
+  void SetMarkup(XmlNode element, TextBuffer markup);
   /// The document as text: no declaration, no indentation, a carriage return as a character reference.
   [[nodiscard]] std::string Xml() const;
 
@@ -94,7 +95,7 @@ class XmlDocument {
 
  private:
   std::unique_ptr<pugi::xml_document> document_;
-  std::optional<std::string> markup_;  ///< of the element whose content is the place for it
+  std::optional<TextBuffer> markup_;  ///< of the element whose content is the place for it
 };
 
 /// The text of the first node (element or attribute) that `xpath` matches relative to `node`; "" when there is no node
@@ -108,7 +109,7 @@ void SetXmlSpacePreserve(XmlDocument& document);
 /// True when every character of `text` may stand in an XML 1.0 document (production 2, Char) and it is valid UTF-8.
 [[nodiscard]] bool IsXmlText(std::string_view text);
 /// Appends `text` as `Xml` writes the text of an element. False, with nothing appended, when it is no `IsXmlText`.
-[[nodiscard]] bool AppendXmlText(std::string& xml, std::string_view text);
+[[nodiscard]] bool AppendXmlText(TextBuffer& xml, std::string_view text);
 /// `text` with "&", "<" and ">" as entities, and every character that XML cannot carry replaced by "?".
 [[nodiscard]] std::string EscapeXml(std::string_view text);
 
