@@ -80,6 +80,8 @@ struct DataSession {
   /// Table identifier to its columns. Of a table the identifier begins with "[TABLE]", of a server-side view with
   /// "[APPVIEW]", whatever word the request had in the brackets.
   std::unordered_map<std::string, TableFields> fieldCache;
+  /// Table identifier to the fields of the key that was found for its pages.
+  std::unordered_map<std::string, std::vector<std::string>> keyCache;
   std::shared_ptr<Dictionary> providerTypes;
   std::shared_ptr<Dictionary> literals;
   /// Made anew at every connect, for whatever a handler keeps per connection.

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "catalogue/modKeys.h"
+#include "common/Attempt.h"
 #include "common/Conversions.h"
 #include "common/Error.h"
 #include "common/Hex.h"
@@ -35,12 +36,15 @@ class TableDataRequest {
 
   void Answer(XmlDocument& response);
   [[nodiscard]] const std::string& Step() const { return step_; }
+  /// True when the request was answered by a key that was found earlier, and the table has another one by now.
+  [[nodiscard]] bool KeyHasChanged();
 
  private:
   [[nodiscard]] std::string Text(const char* field) const { return GetNodeText(root_, field); }
   [[nodiscard]] std::string PositionField(const char* field) const;
   void ReadRequest();
   bool FindPrimaryKey();
+  [[nodiscard]] std::vector<std::string> DetectPrimaryKey();
   void CalculateTotalKey();
   void ReadConditions();
   void ReadPositions();
@@ -69,6 +73,7 @@ class TableDataRequest {
   bool descending_ = false;
   std::string searchString_;
   std::vector<std::string> primaryKey_;
+  bool keyIsKept_ = false;  ///< the key was found for an earlier request
   std::vector<std::string> totalKey_;
   std::string filter_;
   std::shared_ptr<Dictionary> firstPosition_;
@@ -99,11 +104,28 @@ bool TableDataRequest::FindPrimaryKey() {
     return true;
   }
   step_ = "Detect primary key";
+  const auto kept = session_.keyCache.find(table_);
+  keyIsKept_ = kept != session_.keyCache.end();
+  primaryKey_ = keyIsKept_ ? kept->second : DetectPrimaryKey();
+  return !primaryKey_.empty();
+}
+
+/// The fields of the key, which is kept with the connection; none where there is none.
+std::vector<std::string> TableDataRequest::DetectPrimaryKey() {
+  constexpr std::size_t kMostKept = 1000;
   const TableKeys keys = GetTableKeys(session_, table_);
   const Key* primary = keys.PrimaryKey.empty() ? nullptr : keys.Find(keys.PrimaryKey);
-  if (primary == nullptr) return false;
-  primaryKey_ = primary->fields;
-  return true;
+  if (primary == nullptr) return {};
+  if (session_.keyCache.size() >= kMostKept) session_.keyCache.clear();
+  return session_.keyCache[table_] = primary->fields;
+}
+
+bool TableDataRequest::KeyHasChanged() {
+  if (!keyIsKept_ || session_.connection->IsLost()) return false;
+  session_.keyCache.erase(table_);
+  std::vector<std::string> now;
+  const auto failure = Attempt([&] { now = DetectPrimaryKey(); });
+  return !failure && !now.empty() && now != primaryKey_;
 }
 
 void TableDataRequest::CalculateTotalKey() {
@@ -303,11 +325,15 @@ void TableDataRequest::Answer(XmlDocument& response) {
 }  // namespace
 
 void TableData(const XmlDocument& request, XmlDocument& response, DataSession& session) {
-  TableDataRequest tableData(request, session);
-  try {
-    tableData.Answer(response);
-  } catch (const Error& error) {
-    throw Error(error.Number(), error.Description() + " TableData[" + tableData.Step() + "]");
+  for (bool again = false;; again = true) {
+    TableDataRequest tableData(request, session);
+    try {
+      tableData.Answer(response);
+      return;
+    } catch (const Error& error) {
+      if (!again && tableData.KeyHasChanged()) continue;
+      throw Error(error.Number(), error.Description() + " TableData[" + tableData.Step() + "]");
+    }
   }
 }
 

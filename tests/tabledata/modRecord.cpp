@@ -22,9 +22,9 @@ class Record : public ::testing::Test {
     const RecordRules rules = {.decimalFactor = fake_.state.decimalFactor,
                                .spellsDateFormulas = fake_.session.navisionOnSqlServer == "1",
                                .ui = &fake_.ui};
-    std::string xml;
+    TextBuffer xml;
     FieldWriter("no", type, rules).Append(xml, ViewOf(value));
-    return ReplaceAll(xml, " Id=\"no\"", "");
+    return ReplaceAll(xml.View(), " Id=\"no\"", "");
   }
 
   FakeSession fake_;
@@ -151,9 +151,10 @@ TEST_F(Record, RefusesATextThatXmlCannotCarryInAColumnOfNumbers) {
 
 TEST(FieldWriterTest, NamesTheColumnAsAnAttribute) {
   const auto element = [](const std::string& field, const Value& value) {
-    std::string xml = "before";
+    TextBuffer xml;
+    xml.Append("before");
     FieldWriter(field, ado_type::kVarWChar, {}).Append(xml, ViewOf(value));
-    return xml;
+    return std::string(xml.View());
   };
   EXPECT_EQ(element("No.", "a"), "before<V Id=\"No.\">a</V>");
   EXPECT_EQ(element("No.", ""), "before<V Id=\"No.\"/>");
@@ -165,11 +166,11 @@ TEST(FieldWriterTest, NamesTheColumnAsAnAttribute) {
 }
 
 TEST(ValueMarkupTest, MarksBytes) {
-  std::string xml;
+  TextBuffer xml;
   const ValueMarkup markup("data");
   markup.AppendHex(xml, std::string_view("\0\xFF", 2));
   markup.AppendHex(xml, "");
-  EXPECT_EQ(xml, "<V Id=\"data\" Encoding=\"hex\">00FF</V><V Id=\"data\" Encoding=\"hex\"/>");
+  EXPECT_EQ(xml.View(), "<V Id=\"data\" Encoding=\"hex\">00FF</V><V Id=\"data\" Encoding=\"hex\"/>");
 }
 
 TEST(RecordsTextTest, RowsThatAreReadInReverseAreTurnedRound) {
@@ -177,11 +178,12 @@ TEST(RecordsTextTest, RowsThatAreReadInReverseAreTurnedRound) {
     RecordsText records(reverse);
     for (const char* const text : {"a", "", "bcd", "ef"}) {
       records.BeginRow();
-      records.AddValue([&](std::string& xml) { xml += text; });
+      records.AddValue([&](TextBuffer& xml) { xml.Append(text); });
       records.EndRow();
     }
-    EXPECT_EQ(records.Take(), reverse ? "<R>ef</R><R>bcd</R><R></R><R>a</R>" : "<R>a</R><R></R><R>bcd</R><R>ef</R>");
-    EXPECT_EQ(RecordsText(reverse).Take(), "");
+    EXPECT_EQ(records.Take().View(),
+              reverse ? "<R>ef</R><R>bcd</R><R></R><R>a</R>" : "<R>a</R><R></R><R>bcd</R><R>ef</R>");
+    EXPECT_EQ(RecordsText(reverse).Take().Size(), 0U);
   }
 }
 
@@ -189,13 +191,13 @@ TEST(RecordsTextTest, EndsAPageThatNoResponseCanCarry) {
   RecordsText records(false);
   records.BeginRow();
   const std::string half(kMaxResponseBytes / 2, 'x');
-  records.AddValue([&](std::string& xml) { xml += half; });
-  EXPECT_RAISES(records.AddValue([&](std::string& xml) { xml += half; }), error_number::kOwn,
+  records.AddValue([&](TextBuffer& xml) { xml.Append(half); });
+  EXPECT_RAISES(records.AddValue([&](TextBuffer& xml) { xml.Append(half); }), error_number::kOwn,
                 ::testing::StartsWith("The response is larger than"));
   RecordsText many(false);
   many.BeginRow();
-  for (std::size_t i = 0; i < kMaxResponseValues; ++i) many.AddValue([](std::string& /*xml*/) {});
-  EXPECT_RAISES(many.AddValue([](std::string& /*xml*/) {}), error_number::kOwn,
+  for (std::size_t i = 0; i < kMaxResponseValues; ++i) many.AddValue([](TextBuffer& /*xml*/) {});
+  EXPECT_RAISES(many.AddValue([](TextBuffer& /*xml*/) {}), error_number::kOwn,
                 ::testing::StartsWith("The response has more than"));
 }
 

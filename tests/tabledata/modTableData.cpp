@@ -353,6 +353,51 @@ TEST_F(Paging, APrimaryKeyGivenByTheClientIsNotDetected) {
   EXPECT_EQ(Summary(Ask("<PageSize>1</PageSize><PrimaryKey>No</PrimaryKey>")), "1 0,0");
 }
 
+/// How often the indexes are asked for, each time with the answer of `field`.
+struct CountedIndexes {
+  explicit CountedIndexes(FakeConnection& connection) {
+    connection.schemas[Schema::kIndexes] = [this] {
+      ++asked;
+      return MakeRows(TextColumns({"INDEX_NAME", "UNIQUE", "TYPE", "COLUMN_NAME"}), {{"pk", true, 1, field}});
+    };
+  }
+  int asked = 0;
+  std::string field = "No";
+};
+
+TEST_F(Paging, ADetectedPrimaryKeyIsKeptWithTheConnection) {
+  CountedIndexes indexes(*fake_->connection);
+  for (int page = 0; page < 3; ++page) {
+    Returns({{1, "a"}});
+    EXPECT_EQ(Summary(Ask("<PageSize>1</PageSize>")), "1 0,0");
+  }
+  EXPECT_EQ(indexes.asked, 1);
+}
+
+TEST_F(Paging, AKeptPrimaryKeyThatNoLongerFitsIsDetectedAnew) {
+  CountedIndexes indexes(*fake_->connection);
+  Returns({{1, "a"}});
+  (void)Ask("<PageSize>1</PageSize>");
+  indexes.field = "Name";
+  fake_->connection->answer = [&](const std::string& sql) -> std::shared_ptr<RecordSet> {
+    if (sql.ends_with("ORDER BY [No]")) throw Error(error_number::kGeneralFailure, "no such column");
+    return MakeRows({kColumns[0], kColumns[1]}, {{1, "a"}});
+  };
+  EXPECT_EQ(Summary(Ask("<PageSize>1</PageSize>")), "1 0,0");
+  EXPECT_EQ(Statements().back(), "SELECT TOP 2 [No],[Name] FROM [t] ORDER BY [Name]");
+  EXPECT_EQ(indexes.asked, 2);
+}
+
+TEST_F(Paging, AnErrorThatIsNoFaultOfTheKeptKeyIsTold) {
+  CountedIndexes indexes(*fake_->connection);
+  Returns({{1, "a"}});
+  (void)Ask("<PageSize>1</PageSize>");
+  EXPECT_RAISES(Ask("<PageSize>1</PageSize>"), error_number::kGeneralFailure,
+                ::testing::StartsWith("unexpected statement"));
+  EXPECT_EQ(Statements().size(), 2U);
+  EXPECT_EQ(indexes.asked, 2);
+}
+
 TEST_F(Paging, ErrorsNameTheirStep) {
   EXPECT_RAISES(Ask("", ""), 1000, "No fields specified on this form TableData[Get fields from form definition]");
   const std::string unknown =

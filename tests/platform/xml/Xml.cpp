@@ -347,6 +347,82 @@ TEST(IsXmlTextTest, KnowsTheCharactersOfXml) {
   }
 }
 
+/// The text of an element as the document writes it.
+std::string WrittenText(const std::string& text) {
+  XmlDocument document("<a/>");
+  document.DocumentElement().SetText(text);
+  const std::string xml = document.Xml();
+  return xml == "<a/>" ? "" : xml.substr(3, xml.size() - 7);
+}
+
+TEST(AppendXmlTextTest, WritesAsADocumentDoes) {
+  const std::vector<std::string> kPieces = {"plain",
+                                            "&",
+                                            "<",
+                                            ">",
+                                            "\"",
+                                            "'",
+                                            "\r",
+                                            "\n",
+                                            "\t",
+                                            " ",
+                                            "\x7F",
+                                            "\xC3\xA9",
+                                            "\xE2\x82\xAC",
+                                            "\xF0\x9F\x98\x80",
+                                            "]]>",
+                                            "a",
+                                            ";=?%$\\~!",
+                                            "0123456789"};
+  for (std::size_t before = 0; before < 20; ++before) {
+    std::string all;
+    for (const std::string& piece : kPieces) {
+      const std::string text = std::string(before, 'x') + piece + "y";
+      TextBuffer xml;
+      xml.Append("before");
+      EXPECT_TRUE(AppendXmlText(xml, text));
+      EXPECT_EQ(xml.View(), "before" + WrittenText(text));
+      all += text;
+    }
+    // Long enough for several pieces, which end within characters.
+    std::string large;
+    while (large.size() < 20'000) large += all;
+    TextBuffer xml;
+    EXPECT_TRUE(AppendXmlText(xml, large));
+    EXPECT_TRUE(xml.View() == WrittenText(large)) << before;
+  }
+}
+
+TEST(AppendXmlTextTest, AppendsNothingOfATextThatXmlCannotCarry) {
+  for (int byte = 0; byte < 256; ++byte) {
+    for (std::size_t before = 0; before < 17; ++before) {
+      const std::string text = std::string(before, 'x') + static_cast<char>(byte) + "<y";
+      TextBuffer xml;
+      xml.Append("before");
+      EXPECT_EQ(AppendXmlText(xml, text), IsXmlText(text));
+      EXPECT_EQ(xml.View(), IsXmlText(text) ? "before" + WrittenText(text) : "before");
+    }
+  }
+}
+
+TEST(XmlDocumentTest, MarkupIsTheContentOfItsElementInTheText) {
+  const auto markup = [](std::string_view text) {
+    TextBuffer buffer;
+    buffer.Append(text);
+    return buffer;
+  };
+  XmlDocument document("<a><b/><c>&#31;&amp;#31;</c></a>");
+  EXPECT_EQ(document.Xml(), "") << "no document can hold the place of markup";
+  document.LoadXML("<a><c>&amp;#31;</c><b/></a>");
+  document.SetMarkup(document.SelectSingleNode("/a/b"), markup("<r>1</r>"));
+  EXPECT_EQ(document.Xml(), "<a><c>&amp;#31;</c><b><r>1</r></b></a>");
+  document.SelectSingleNode("/a/c").SetText("2");
+  EXPECT_EQ(document.Xml(), "<a><c>2</c><b><r>1</r></b></a>");
+  document.LoadXML("<a><b/></a>");
+  EXPECT_EQ(document.Xml(), "<a><b/></a>");
+  EXPECT_RAISES(document.SetMarkup(XmlNode(), markup("")), error_number::kObjectMissing, ::testing::_);
+}
+
 TEST(EscapeXmlTest, MakesEntitiesAndReplacesWhatXmlCannotCarry) {
   EXPECT_EQ(EscapeXml("a<b>&'\"\xC3\xA9"), "a&lt;b&gt;&amp;'\"\xC3\xA9");
   EXPECT_EQ(EscapeXml("a\x01"
