@@ -243,6 +243,16 @@ bool ScanTimeOfDay(DateScanner& scanner, DateParts& parts) {
   return (scanner.Char('T') || scanner.Blanks()) && scanner.Time(parts) && scanner.AtEnd();
 }
 
+constexpr std::array<std::array<char, 2>, 100> MakePairs() {
+  std::array<std::array<char, 2>, 100> pairs{};
+  for (std::size_t i = 0; i < pairs.size(); ++i) {
+    pairs[i] = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
+  }
+  return pairs;
+}
+/// Two digits of every number below 100.
+constexpr std::array<std::array<char, 2>, 100> kPairs = MakePairs();
+
 template <typename Integer>
 std::string FormatInteger(Integer number) {
   std::array<char, 24> text{};
@@ -332,7 +342,9 @@ std::string FormatDouble(double number) {
   return result.append(digits, 0, whole).append(1, '.').append(digits, whole);
 }
 
-std::string FormatDate(const Date& date) { return date.dateOnly && date.SecondOfDay() == 0 ? FormatDay(date) : FormatMoment(date); }
+std::string FormatDate(const Date& date) {
+  return date.dateOnly && date.SecondOfDay() == 0 ? FormatDay(date) : FormatMoment(date);
+}
 
 std::string FormatMoment(const Date& date) { return std::string(MomentOf(TextOfMoment(date.Parts()))); }
 
@@ -343,8 +355,9 @@ std::string FormatTime(const Date& date) { return std::string(TimeOf(TextOfMomen
 MomentText TextOfMoment(const DateParts& parts) {
   MomentText text;
   const auto putPair = [&](std::size_t at, int number) {
-    text[at] = static_cast<char>('0' + number / 10 % 10);
-    text[at + 1] = static_cast<char>('0' + number % 10);
+    const auto pair = static_cast<std::size_t>(number) % kPairs.size();
+    text[at] = kPairs[pair][0];
+    text[at + 1] = kPairs[pair][1];
   };
   putPair(0, parts.year / 100);
   putPair(2, parts.year % 100);

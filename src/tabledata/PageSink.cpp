@@ -10,9 +10,10 @@ namespace ods {
 namespace {
 
 /// Some drivers hand out an empty text as the single character with code 2.
-CellView Cleaned(const CellView& cell) {
+const CellView& Cleaned(const CellView& cell) {
+  static constexpr CellView kEmpty = std::string_view();
   const auto* const text = std::get_if<std::string_view>(&cell);
-  return text != nullptr && *text == "\x02" ? CellView(std::string_view()) : cell;
+  return text != nullptr && *text == "\x02" ? kEmpty : cell;
 }
 
 }  // namespace

@@ -52,14 +52,7 @@ bool ValueMarkup::Append(TextBuffer& xml, std::string_view text) const {
     xml.Append(empty_);
     return true;
   }
-  const std::size_t size = xml.Size();
-  xml.Append(open_);
-  if (!AppendXmlText(xml, text)) {
-    xml.Truncate(size);
-    return false;
-  }
-  xml.Append(kClose);
-  return true;
+  return AppendXmlText(xml, text, open_, kClose);
 }
 
 void ValueMarkup::AppendInteger(TextBuffer& xml, std::int64_t number) const {

@@ -34,6 +34,7 @@ class GuardedBuffer {
   }
   [[nodiscard]] std::size_t Size() const { return elements_.size() - guard_; }
   [[nodiscard]] Element* Data() { return elements_.data(); }
+  [[nodiscard]] const Element* Data() const { return elements_.data(); }
   [[nodiscard]] std::span<Element> Elements() { return std::span(elements_).first(Size()); }
   [[nodiscard]] std::span<const Element> Elements() const { return std::span(elements_).first(Size()); }
   /// False when something was written behind the elements.

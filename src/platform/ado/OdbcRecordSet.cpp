@@ -87,6 +87,9 @@ void OdbcRecordSet::DescribeColumn(SQLUSMALLINT number, ReadForm form) {
   const CellFormat& format = FormatOf(column.kind);
   column.isLong = type.isLong || (type.fixedSize == 0 && (described.size == 0 || described.size > kLongestBound));
   column.cellBytes = format.size > 0 ? format.size : VariableCellBytes(format, described.size);
+  column.fixedBytes = format.size;
+  column.room = column.cellBytes - format.terminator;
+  column.adoType = field.type;
   fields_.push_back(std::move(field));
   columns_.push_back(std::move(column));
 }
@@ -200,11 +203,15 @@ void OdbcRecordSet::LoadRow() {
   if (rows_ == Rows::kAsCells) return;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     const Column& column = columns_[i];
-    const FetchedCell fetched = Fetched(column);
-    if (const auto* const cell = std::get_if<std::span<const std::byte>>(&fetched)) {
-      values_[i] = CellValue(column.kind, fields_[i].type, *cell);
-    } else {
-      values_[i] = std::holds_alternative<Null>(fetched) ? Value(Null{}) : ReadCell(column);
+    switch (column.PlaceOf(row_)) {
+      case Column::Place::kNowhere:
+        values_[i] = Null{};
+        break;
+      case Column::Place::kInBuffer:
+        values_[i] = CellValue(column.kind, column.adoType, column.Cell(row_));
+        break;
+      case Column::Place::kUnread:
+        values_[i] = ReadCell(column);
     }
   }
 }
@@ -212,29 +219,19 @@ void OdbcRecordSet::LoadRow() {
 std::span<const CellView> OdbcRecordSet::Cells() {
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     Column& column = columns_[i];
-    const FetchedCell fetched = Fetched(column);
-    if (const auto* const cell = std::get_if<std::span<const std::byte>>(&fetched)) {
-      cells_[i] = ViewOfCell(column.kind, fields_[i].type, *cell, column.scratch);
-    } else if (std::holds_alternative<Null>(fetched)) {
-      cells_[i] = Null{};
-    } else {
-      values_[i] = ReadCell(column);
-      cells_[i] = ViewOf(values_[i]);
+    switch (column.PlaceOf(row_)) {
+      case Column::Place::kNowhere:
+        cells_[i] = Null{};
+        break;
+      case Column::Place::kInBuffer:
+        cells_[i] = ViewOfCell(column.kind, column.adoType, column.Cell(row_), column.scratch);
+        break;
+      case Column::Place::kUnread:
+        values_[i] = ReadCell(column);
+        cells_[i] = ViewOf(values_[i]);
     }
   }
   return cells_;
-}
-
-OdbcRecordSet::FetchedCell OdbcRecordSet::Fetched(const Column& column) const {
-  if (!column.bound) return std::monostate();
-  const SQLLEN indicator = column.indicators.Elements()[row_];
-  if (indicator == SQL_NULL_DATA) return Null{};
-  const CellFormat& format = FormatOf(column.kind);
-  const auto cell = column.cells.Elements().subspan(row_ * column.cellBytes, column.cellBytes);
-  if (format.size > 0) return cell;
-  const std::size_t room = column.cellBytes - format.terminator;
-  if (indicator < 0 || static_cast<std::size_t>(indicator) > room) return std::monostate();
-  return cell.first(static_cast<std::size_t>(indicator));
 }
 
 Value OdbcRecordSet::ReadCell(const Column& column) {
@@ -244,8 +241,7 @@ Value OdbcRecordSet::ReadCell(const Column& column) {
   }
   const SQLLEN indicator = column.indicators.Elements()[row_];
   if (indicator == kNotWritten) return ReadPieces(column, 0);
-  const std::size_t room = column.cellBytes - FormatOf(column.kind).terminator;
-  return ReadPieces(column, indicator > 0 ? static_cast<std::size_t>(indicator) : room);
+  return ReadPieces(column, indicator > 0 ? static_cast<std::size_t>(indicator) : column.room);
 }
 
 SQLRETURN OdbcRecordSet::GetData(const Column& column, GuardedBuffer<std::byte>& buffer, std::size_t offset,
@@ -264,7 +260,7 @@ Value OdbcRecordSet::ReadFixed(const Column& column) {
   SQLLEN indicator = kNotWritten;
   GetData(column, pieces_, 0, indicator);
   if (indicator == SQL_NULL_DATA) return Null{};
-  return CellValue(column.kind, fields_[column.number - 1U].type, pieces_.Elements().first(size));
+  return CellValue(column.kind, column.adoType, pieces_.Elements().first(size));
 }
 
 Value OdbcRecordSet::ReadPieces(const Column& column, std::optional<std::size_t> atLeast) {
@@ -304,7 +300,7 @@ Value OdbcRecordSet::ReadPieces(const Column& column, std::optional<std::size_t>
     pieces_.Resize(used + std::min(rest, kMostPieceBytes) + format.terminator + format.unit);
   }
   if (used < atLeast.value_or(0)) raiseCutOff();
-  return CellValue(column.kind, fields_[column.number - 1U].type, pieces_.Elements().first(used));
+  return CellValue(column.kind, column.adoType, pieces_.Elements().first(used));
 }
 
 }  // namespace ods::odbc

@@ -16,7 +16,6 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "platform/ado/Ado.h"
@@ -58,13 +57,33 @@ class OdbcRecordSet final : public RecordSet {
     CellKind kind = CellKind::kText;
     bool isLong = false;
     bool bound = false;
-    std::size_t cellBytes = 0;  ///< room for one cell, terminator included
+    std::size_t cellBytes = 0;   ///< room for one cell, terminator included
+    std::size_t fixedBytes = 0;  ///< of data, where every cell has the same; else 0
+    std::size_t room = 0;        ///< for the data of one cell
+    std::int32_t adoType = 0;
     GuardedBuffer<std::byte> cells;
     GuardedBuffer<SQLLEN> indicators;
     std::string scratch;  ///< text that was made of the current cell
+
+    /// Where a cell is after a fetch.
+    enum class Place : std::uint8_t {
+      kNowhere,   ///< it is null
+      kInBuffer,  ///< whole
+      kUnread,    ///< it did not fit, or was not fetched with its row
+    };
+    [[nodiscard]] Place PlaceOf(std::size_t row) const {
+      if (!bound) return Place::kUnread;
+      const SQLLEN indicator = indicators.Data()[row];
+      if (indicator == SQL_NULL_DATA) return Place::kNowhere;
+      if (fixedBytes > 0) return Place::kInBuffer;
+      return indicator >= 0 && static_cast<std::size_t>(indicator) <= room ? Place::kInBuffer : Place::kUnread;
+    }
+    /// The data of one that is in the buffer.
+    [[nodiscard]] std::span<const std::byte> Cell(std::size_t row) const {
+      const std::size_t bytes = fixedBytes > 0 ? fixedBytes : static_cast<std::size_t>(indicators.Data()[row]);
+      return {cells.Data() + row * cellBytes, bytes};
+    }
   };
-  /// A cell that is null, one in the buffer of its column, or one that is still to be read.
-  using FetchedCell = std::variant<Null, std::span<const std::byte>, std::monostate>;
 
   void DescribeColumn(SQLUSMALLINT number, ReadForm form);
   /// Decides which columns are bound and how many rows a block has, and binds.
@@ -81,8 +100,6 @@ class OdbcRecordSet final : public RecordSet {
   /// Raises an error when the driver has written beyond a buffer; does nothing in a release build.
   void CheckGuards() const;
   void LoadRow();
-  /// The cell of a column in the current row, as far as it was fetched with the row.
-  [[nodiscard]] FetchedCell Fetched(const Column& column) const;
   /// Reads a cell that was not fetched with the row, or did not fit.
   [[nodiscard]] Value ReadCell(const Column& column);
   [[nodiscard]] Value ReadFixed(const Column& column);

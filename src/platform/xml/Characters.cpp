@@ -174,35 +174,39 @@ bool IsXmlText(std::string_view text) {
   return true;
 }
 
-bool AppendXmlText(TextBuffer& xml, std::string_view text) {
+bool AppendXmlText(TextBuffer& xml, std::string_view text, std::string_view before, std::string_view after) {
   constexpr std::string_view kCarriageReturn = "&#13;";  // which would be lost at the next parser
   constexpr std::size_t kPiece = 4096;
   constexpr std::size_t kLongest = kCarriageReturn.size();  // that one byte becomes
   const std::size_t size = xml.Size();
-  while (!text.empty()) {
-    // Pieces end anywhere: what is cut is looked at as a whole, since a character is taken from the text itself.
-    std::string_view piece = text.substr(0, kPiece);
-    char* to = xml.Room(piece.size() * kLongest);
-    while (true) {
-      const std::size_t before = piece.size();
-      to = xml::CopyUnescaped(piece, to);
-      text.remove_prefix(before - piece.size());
-      if (piece.empty()) break;
-      const std::string_view rest = text;
-      const std::string_view entity = text.front() == '\r' ? kCarriageReturn : xml::EntityOf(text.front());
-      if (!entity.empty()) {
-        to = TextBuffer::Put(to, entity);
-        text.remove_prefix(1);
-      } else if (xml::TakeXmlCharacter(text)) {
-        to = TextBuffer::Put(to, rest.substr(0, rest.size() - text.size()));
-      } else {
-        xml.Truncate(size);
-        return false;
-      }
-      piece.remove_prefix(std::min(piece.size(), rest.size() - text.size()));
+  // Pieces end anywhere: what is cut is looked at as a whole, since a character is taken from the text itself.
+  std::string_view piece = text.substr(0, kPiece);
+  char* to = TextBuffer::Put(xml.Room(before.size() + piece.size() * kLongest + after.size()), before);
+  while (true) {
+    const std::size_t pieceSize = piece.size();
+    to = xml::CopyUnescaped(piece, to);
+    text.remove_prefix(pieceSize - piece.size());
+    if (piece.empty()) {
+      if (text.empty()) break;
+      xml.EndAt(to);
+      piece = text.substr(0, kPiece);
+      to = xml.Room(piece.size() * kLongest + after.size());
+      continue;
     }
-    xml.EndAt(to);
+    const std::string_view rest = text;
+    const std::string_view entity = text.front() == '\r' ? kCarriageReturn : xml::EntityOf(text.front());
+    if (!entity.empty()) {
+      to = TextBuffer::Put(to, entity);
+      text.remove_prefix(1);
+    } else if (xml::TakeXmlCharacter(text)) {
+      to = TextBuffer::Put(to, rest.substr(0, rest.size() - text.size()));
+    } else {
+      xml.Truncate(size);
+      return false;
+    }
+    piece.remove_prefix(std::min(piece.size(), rest.size() - text.size()));
   }
+  xml.EndAt(TextBuffer::Put(to, after));
   return true;
 }
 

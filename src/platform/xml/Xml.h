@@ -108,8 +108,10 @@ void SetXmlSpacePreserve(XmlDocument& document);
 
 /// True when every character of `text` may stand in an XML 1.0 document (production 2, Char) and it is valid UTF-8.
 [[nodiscard]] bool IsXmlText(std::string_view text);
-/// Appends `text` as `Xml` writes the text of an element. False, with nothing appended, when it is no `IsXmlText`.
-[[nodiscard]] bool AppendXmlText(TextBuffer& xml, std::string_view text);
+/// Appends `text` as `Xml` writes the text of an element, between `before` and `after`. False, with nothing appended,
+/// when it is no `IsXmlText`.
+[[nodiscard]] bool AppendXmlText(TextBuffer& xml, std::string_view text, std::string_view before = {},
+                                 std::string_view after = {});
 /// `text` with "&", "<" and ">" as entities, and every character that XML cannot carry replaced by "?".
 [[nodiscard]] std::string EscapeXml(std::string_view text);
 
