@@ -13,17 +13,14 @@
 #include <unistd.h>
 #include <utility>
 
+#include "OwnSession.h"
 #include "ProcessFigures.h"
 #include "Readers.h"
 #include "RunningServer.h"
 #include "Tables.h"
-#include "common/ComponentRegistry.h"
-#include "log/Trace.h"
 #include "platform/queue/QueueChoice.h"
 #include "platform/system/System.h"
 #include "platform/xml/Xml.h"
-#include "server/modConnect.h"
-#include "ui/HeadlessUserInterface.h"
 
 namespace ods::bench {
 namespace {
@@ -46,28 +43,6 @@ int Rounds(const Options& options, int pageSize) {
 std::string Program(const char* name) {
   return (std::filesystem::path(ExecutablePath()).parent_path() / name).string();
 }
-
-/// A session of this process, as a server opens it, without a log.
-class OwnSession {
- public:
-  OwnSession(const std::string& connection, bool exact) : tracer_(ui_) {
-    components_.Register("ADODB.Connection", CreateOdbcConnection);
-    state_.ui = &ui_;
-    state_.tracer = &tracer_;
-    state_.components = &components_;
-    state_.exact = exact;
-    state_.limits.statementSeconds = 0;  // making a table takes as long as it takes
-    database_ = ConnectDatabase(state_, connection);
-  }
-  [[nodiscard]] DataSession& Session() { return *database_.session; }
-
- private:
-  HeadlessUserInterface ui_;
-  Tracer tracer_;
-  ComponentRegistry components_;
-  ProcessState state_;
-  Database database_;
-};
 
 std::vector<std::string> ServerParameters(bool exact) {
   return exact ? std::vector<std::string>{"/hidden", "/exact"} : std::vector<std::string>{"/hidden"};
