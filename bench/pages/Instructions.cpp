@@ -12,15 +12,14 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
-#include <iomanip>
 #include <iostream>
 #include <map>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "CountedServer.h"
+#include "Numbers.h"
 #include "OwnSession.h"
 #include "Readers.h"
 #include "RunningServer.h"
@@ -44,27 +43,17 @@ std::string Server() {
   return (std::filesystem::path(ods::ExecutablePath()).parent_path() / "odbc-data-server").string();
 }
 
-/// "1234567" as "1,234,567".
-std::string Count(double number) {
-  std::ostringstream digits;
-  digits << std::fixed << std::setprecision(0) << number;
-  std::string text = digits.str();
-  const std::size_t sign = number < 0 ? 1 : 0;
-  for (std::size_t at = text.size(); at > 3 + sign; at -= 3) text.insert(at - 3, ",");
-  return text;
-}
-
 /// The request for a page in the middle, by the positions of this kind of server.
 std::string MiddlePage(const std::string& connection, bool exact, int pageSize) {
-  constexpr Place kMiddle = {"", 50};
+  const Place& place = kPlaces.at(kMiddle);
   const RunningServer server(
       Server(), connection,
       exact ? std::vector<std::string>{"/hidden", "/exact"} : std::vector<std::string>{"/hidden"});
   const QueueReader reader(server.Process(), server.Requests(), server.Results());
-  const ods::XmlDocument answer(reader.Ask(RowBeforePage(kRows, pageSize, kMiddle)));
+  const ods::XmlDocument answer(reader.Ask(RowBeforePage(kRows, pageSize, place)));
   const std::string position = ods::GetNodeText(answer, "/XML/LastPosition");
   if (position.empty()) throw std::runtime_error("no position: " + answer.Xml());
-  return PageRequest(kRows, pageSize, position);
+  return PageRequest(kRows, pageSize, place, position);
 }
 
 void CountPages(const std::string& product, const std::string& connection, bool exact, Figures& figures) {

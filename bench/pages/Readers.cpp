@@ -88,7 +88,8 @@ void HandlerReader::Read(std::size_t page, Series& series) {
   const auto start = Clock::now();
   const double processor = ProcessorSeconds(getpid());
   XmlDocument response;
-  FindHandler("TableData", session_.exact != nullptr)(XmlDocument(requests_.at(page)), response, session_);
+  const XmlDocument request(requests_.at(page));
+  FindHandler(GetNodeText(request, "/XML/Type"), session_.exact != nullptr)(request, response, session_);
   response_ = response.Xml();
   series.elapsed.push_back(MicrosecondsSince(start));
   series.processor.push_back((ProcessorSeconds(getpid()) - processor) * kMicroseconds);

@@ -64,7 +64,7 @@ class LimitReader final : public Reader {
   int rows_ = 0;
 };
 
-/// The handler of `TableData` in this process, from the text of the request to the text of the response.
+/// The handler of a request in this process, from the text of the request to the text of the response.
 class HandlerReader final : public Reader {
  public:
   /// `session` outlives the reader.

@@ -17,6 +17,7 @@
 #include <string>
 
 #include "Comparison.h"
+#include "Numbers.h"
 #include "common/Error.h"
 #include "platform/system/System.h"
 
@@ -56,14 +57,21 @@ void Compare(const Options& options) {
     const std::string connection = ods::EnvironmentVariable(product.variable);
     if (!connection.empty()) CompareOn(product.name, connection, options, results);
   }
+  std::cout << "\nBeside what is aimed at:\n\n";
+  WriteAims(std::cout, results);
+  std::cout << "\nThe next page in the middle, medians:\n\n";
   WritePages(std::cout, results.pages);
-  std::cout
-      << "\nThe whole way by the place of the page, elapsed: the first page, and the others as multiples of it.\n\n";
+  std::cout << "\nBy the place of the page, medians. ";
   WritePlaces(std::cout, results.pages);
-  std::cout << '\n';
   WriteGrowth(std::cout, results.pages);
-  std::cout << "\nThe processes.\n\n";
+  std::cout << "\n`TableList` of " << Count(kManyTables) << " tables, medians:\n\n";
+  WriteLists(std::cout, results.lists);
+  std::cout << "\nThe processes:\n\n";
   WriteProcesses(std::cout, results.processes);
+  std::cout << "\nMemory:\n\n";
+  WriteMemory(std::cout, results.large, results.longRuns);
+  std::cout << "\nThe log:\n\n";
+  WriteLog(std::cout, results.log);
   if (options.details.empty()) return;
   std::ofstream details(options.details);
   WriteDetails(details, results.pages);
