@@ -1,7 +1,6 @@
 // What is aimed at, and whether it was reached.
 #include <algorithm>
 #include <map>
-#include <string_view>
 
 #include "Numbers.h"
 #include "Report.h"
@@ -40,7 +39,9 @@ void WriteAim(std::ostream& out, const char* aim, const Ranges& ranges, Bound bo
   for (const auto& [product, range] : ranges) {
     const std::string least = text(range.least);
     const std::string most = text(range.most);
-    out << separator << (least == most ? least : least + " to " + most) << " on " << product;
+    out << separator << least;
+    if (least != most) out << " to " << most;
+    out << " on " << product;
     separator = ", ";
   }
   out << " |\n";

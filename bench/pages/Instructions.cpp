@@ -97,7 +97,7 @@ int CountAbove(const std::string& path, const Figures& figures) {
     if (line.empty() || line.starts_with('#')) continue;
     const std::size_t blank = line.find(' ');
     const auto figure = figures.find(line.substr(blank + 1));
-    if (figure == figures.end()) throw std::runtime_error(path + " bounds what is not counted: " + line);
+    if (figure == figures.end()) throw std::runtime_error("bounded, but not counted: " + line);
     ++bounds;
     if (figure->second <= std::strtod(line.c_str(), nullptr)) continue;
     ++above;

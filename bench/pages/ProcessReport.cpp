@@ -42,19 +42,19 @@ void WriteMemory(std::ostream& out, const std::vector<LargeResult>& large, const
   }
 }
 
-void WriteLog(std::ostream& out, const LogResult& result) {
-  out << "| A `Ping` with | processor, mean | processor, 99th percentile | elapsed, mean | elapsed, 99th percentile "
-         "|\n|---|---|---|---|---|\n"
-      << "| a full log : a small one | " << Times(Mean(result.full.processor) / Mean(result.small.processor)) << " | "
-      << Times(NinetyNinth(result.full.processor) / NinetyNinth(result.small.processor)) << " | "
-      << Times(Mean(result.full.elapsed) / Mean(result.small.elapsed)) << " | "
-      << Times(NinetyNinth(result.full.elapsed) / NinetyNinth(result.small.elapsed)) << " |\n";
-  const auto line = [&](const char* name, const Series& series) {
-    out << "| " << name << " | " << Time(Mean(series.processor)) << " | " << Time(NinetyNinth(series.processor))
-        << " | " << Time(Mean(series.elapsed)) << " | " << Time(NinetyNinth(series.elapsed)) << " |\n";
-  };
-  line("a small log", result.small);
-  line("a full log", result.full);
+void WriteLogs(std::ostream& out, const std::vector<LogResult>& results) {
+  out << "| | full log : small log, processor, mean | elapsed, mean | processor, 99th percentile | elapsed, 99th "
+         "percentile "
+         "| small log, processor, mean | full log |\n|---|---|---|---|---|---|---|\n";
+  for (const LogResult& result : results) {
+    const Series& full = result.full;
+    const Series& small = result.small;
+    out << "| " << result.request << " | " << Times(Mean(full.processor) / Mean(small.processor)) << " | "
+        << Times(Mean(full.elapsed) / Mean(small.elapsed)) << " | "
+        << Times(NinetyNinth(full.processor) / NinetyNinth(small.processor)) << " | "
+        << Times(NinetyNinth(full.elapsed) / NinetyNinth(small.elapsed)) << " | " << Time(Mean(small.processor))
+        << " | " << Time(Mean(full.processor)) << " |\n";
+  }
 }
 
 }  // namespace ods::bench

@@ -48,6 +48,34 @@ std::filesystem::path LogOf(const QueueProcess& server) {
   return files->path();
 }
 
+LogResult MeasureLog(const std::string& connection, bool exact, const std::string& request, int times) {
+  constexpr std::uintmax_t kFull = 99900;  // of 100,000 bytes
+  constexpr int kEmptyEach = 10;           // long before the small one is large
+  const auto small = StartServer(connection, exact);
+  const auto full = StartServer(connection, exact);
+  QueueReader readerOfSmall = ReaderOf(*small);
+  QueueReader readerOfFull = ReaderOf(*full);
+  for (QueueReader* const reader : {&readerOfSmall, &readerOfFull}) {
+    (void)AskRightly(*reader, request);
+    reader->SetPages({request});
+  }
+  const std::filesystem::path fullLog = LogOf(*full);
+  const std::string line =
+      "A line as long as most of those that the server itself writes into its log for a request\r\n";
+  for (std::ofstream file(fullLog, std::ios::app); std::filesystem::file_size(fullLog) < kFull;) {
+    file << line << std::flush;
+  }
+  LogResult result;
+  for (int i = 0; i < times; ++i) {
+    if (i % kEmptyEach == 0) std::filesystem::resize_file(LogOf(*small), 0);
+    readerOfSmall.Read(0, result.small);
+    readerOfFull.Read(0, result.full);
+  }
+  readerOfSmall.Finish();
+  readerOfFull.Finish();
+  return result;
+}
+
 }  // namespace
 
 std::string Program(const char* name) {
@@ -148,31 +176,14 @@ void MeasureLongRuns(const std::string& product, const std::string& connection, 
   }
 }
 
-LogResult MeasureLogs(const std::string& connection, int pings) {
-  constexpr std::uintmax_t kFull = 99900;  // of 100,000 bytes
-  constexpr int kEmptyEach = 50;
-  const auto small = StartServer(connection, false);
-  const auto full = StartServer(connection, false);
-  QueueReader readerOfSmall = ReaderOf(*small);
-  QueueReader readerOfFull = ReaderOf(*full);
-  for (QueueReader* const reader : {&readerOfSmall, &readerOfFull}) {
-    (void)reader->Ask(kPing);
-    reader->SetPages({kPing});
-  }
-  const std::filesystem::path fullLog = LogOf(*full);
-  const std::string line =
-      "A line as long as most of those that the server itself writes into its log for a request\r\n";
-  for (std::ofstream file(fullLog, std::ios::app); std::filesystem::file_size(fullLog) < kFull;)
-    file << line << std::flush;
-  LogResult result;
-  for (int i = 0; i < pings; ++i) {
-    if (i % kEmptyEach == 0) std::filesystem::resize_file(LogOf(*small), 0);
-    readerOfSmall.Read(0, result.small);
-    readerOfFull.Read(0, result.full);
-  }
-  readerOfSmall.Finish();
-  readerOfFull.Finish();
-  return result;
+std::vector<LogResult> MeasureLogs(const std::string& connection, int rows, int times) {
+  constexpr int kPageSize = 10;
+  std::vector<LogResult> results = {
+      MeasureLog(connection, false, kPing, times),
+      MeasureLog(connection, true, PageRequest(rows, kPageSize, kPlaces.front(), ""), times)};
+  results[0].request = "`Ping`";
+  results[1].request = "page of 10 rows, exact";
+  return results;
 }
 
 }  // namespace ods::bench

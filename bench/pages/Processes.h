@@ -44,7 +44,7 @@ void MeasureLargeResponses(const std::string& product, const std::string& connec
 void MeasureLongRuns(const std::string& product, const std::string& connection, int rows, int requests,
                      std::vector<LongRunResult>& results);
 
-/// A `Ping` with a full log and with a small one, in turns.
-[[nodiscard]] LogResult MeasureLogs(const std::string& connection, int pings);
+/// A `Ping` and a page of the table of `rows` rows with a full log and with a small one, in turns, each so often.
+[[nodiscard]] std::vector<LogResult> MeasureLogs(const std::string& connection, int rows, int times);
 
 }  // namespace ods::bench

@@ -59,8 +59,9 @@ struct LongRunResult {
   std::vector<std::pair<int, double>> resident;  ///< requests, MiB
 };
 
-/// A `Ping` of a server with a small log, and of one with a log that is as large as it may become.
+/// A request to a server with a small log, and to one with a log that is as large as it may become.
 struct LogResult {
+  std::string request;
   Series small;
   Series full;
 };
@@ -71,7 +72,7 @@ struct Results {
   std::vector<ProcessResult> processes;
   std::vector<LargeResult> large;
   std::vector<LongRunResult> longRuns;
-  LogResult log;
+  std::vector<LogResult> logs;
 };
 inline constexpr int kManyTables = 1000;
 
@@ -89,6 +90,6 @@ void WriteDetails(std::ostream& out, const std::vector<PageResult>& results);
 void WriteLists(std::ostream& out, const std::vector<WaysResult>& results);
 void WriteProcesses(std::ostream& out, const std::vector<ProcessResult>& results);
 void WriteMemory(std::ostream& out, const std::vector<LargeResult>& large, const std::vector<LongRunResult>& longRuns);
-void WriteLog(std::ostream& out, const LogResult& result);
+void WriteLogs(std::ostream& out, const std::vector<LogResult>& results);
 
 }  // namespace ods::bench

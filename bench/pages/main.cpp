@@ -70,8 +70,8 @@ void Compare(const Options& options) {
   WriteProcesses(std::cout, results.processes);
   std::cout << "\nMemory:\n\n";
   WriteMemory(std::cout, results.large, results.longRuns);
-  std::cout << "\nThe log:\n\n";
-  WriteLog(std::cout, results.log);
+  std::cout << "\nA log as large as it may become beside a small one:\n\n";
+  WriteLogs(std::cout, results.logs);
   if (options.details.empty()) return;
   std::ofstream details(options.details);
   WriteDetails(details, results.pages);
