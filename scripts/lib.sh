@@ -23,7 +23,7 @@ PACKAGE_PACKAGES=(dpkg-dev file lintian)
 # What the packages are tried with.
 INSTALL_TEST_PACKAGES=(g++ cmake ninja-build pkg-config odbc-postgresql postgresql procps)
 # What the comparison of the ways of reading a page needs besides.
-PAGES_PACKAGES=(python3 python3-pyodbc python3-lxml unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server)
+PAGES_PACKAGES=(python3 python3-pyodbc python3-lxml unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server valgrind)
 # What checks the sources.
 LINT_PACKAGES=(clang-format clang-tidy shellcheck python3)
 
