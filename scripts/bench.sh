@@ -2,7 +2,7 @@
 # Builds the release preset and runs every benchmark of it on the sample company in SQLite. Arguments go to each of
 # the programs, for example --benchmark_filter=REGEX.
 #
-#   scripts/bench.sh --pages [--quick] [--rounds COUNT] [--details FILE]
+#   scripts/bench.sh --pages [--quick] [--rounds COUNT] [--requests COUNT] [--details FILE]
 #
 # compares the ways of reading a page instead, side by side on SQLite, PostgreSQL and MariaDB: the statements alone, the
 # handler, the whole way through the queue folders, and a script with pyodbc and lxml (bench/peer); lists of tables, start,
@@ -46,6 +46,7 @@ compare_pages() {
   "$programs/pages-instructions"
   stop_servers
   "$ODS_ROOT/scripts/export.sh" "$export_rows" >"$folder/export"
+  printf '\n'
   sed --quiet '/^Export of/,$p' "$folder/export"
   printf '\n%s: %s Load before it %s, after it %s.\n' "$(date +%F)" "$(describe_machine)" "$load" "$(cut --delimiter=' ' --fields=1 /proc/loadavg)"
 }

@@ -299,10 +299,11 @@ void CompareOn(const std::string& product, const std::string& connection, const 
   const DataSession& session = sides.sessions[0].Session();
   std::cerr << product << ": memory" << std::endl;
   MeasureLargeResponses(product, connection, session, results.large);
-  MeasureLongRuns(product, connection, TableSizes(options).front(), options.quick ? 2000 : 100000, results.longRuns);
-  if (product == "SQLite")
-    results.logs = MeasureLogs(connection, TableSizes(options).front(), options.quick ? 2000 : 10000);
-  for (const int rows : TableSizes(options)) DropTable(session, rows);
+  const int rows = TableSizes(options).front();
+  const int requests = options.requests > 0 ? options.requests : options.quick ? 2000 : 100000;
+  MeasureLongRuns(product, connection, rows, requests, results.longRuns);
+  if (product == "SQLite") results.logs = MeasureLogs(connection, rows, options.quick ? 1000 : 10000);
+  for (const int each : TableSizes(options)) DropTable(session, each);
 }
 
 }  // namespace ods::bench

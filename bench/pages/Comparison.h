@@ -13,6 +13,7 @@ struct Options {
   std::string details;  ///< path of the file of every median; "" for none
   bool quick = false;   ///< without the table of a million rows, fewer pages and fewer requests
   int rounds = 0;       ///< how often each page is read at most; 0: as often as is thought to be enough
+  int requests = 0;     ///< to each server whose memory is watched; 0: 100,000, and 2,000 of a quick run
 };
 
 /// The tables that pages are read of.

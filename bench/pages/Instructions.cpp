@@ -8,6 +8,7 @@
 // without any, on an SQLite file of its own. A Markdown table on standard output. FILE has a line for each bound, a
 // number, a blank and the figure's name; figures above their bounds make the status 1. 77 says that nothing could
 // be counted, since there is no valgrind.
+#include <array>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -25,6 +26,7 @@
 #include "RunningServer.h"
 #include "Tables.h"
 #include "common/Error.h"
+#include "common/Text.h"
 #include "platform/system/System.h"
 
 namespace {
@@ -36,8 +38,24 @@ constexpr int kFew = 100;
 constexpr int kMany = 1000;
 constexpr int kNothingToCountWith = 77;  ///< ctest's SKIP_RETURN_CODE
 
+constexpr std::array<const char*, 3> kProducts = {"SQLite", "PostgreSQL", "MariaDB"};
+
+constexpr const char* kPing = "Ping";
+constexpr const char* kPageOfFew = "page of 100 rows";
+constexpr const char* kPageOfMany = "page of 1,000 rows";
+constexpr const char* kRow = "row";
+constexpr const char* kRowAlone = "row, without the driver";
+constexpr const char* kRest = "page without its rows";
+constexpr const char* kRestAlone = "page without its rows and the driver";
+constexpr std::array<const char*, 7> kFigures = {kPing, kPageOfFew, kPageOfMany, kRow, kRowAlone, kRest, kRestAlone};
+
 /// By their names.
 using Figures = std::map<std::string, double>;
+
+/// What a figure is called among the bounds.
+std::string NameOf(const std::string& product, bool exact, const char* figure) {
+  return product + (exact ? ", exact: " : ", plain: ") + figure;
+}
 
 std::string Server() {
   return (std::filesystem::path(ods::ExecutablePath()).parent_path() / "odbc-data-server").string();
@@ -69,14 +87,16 @@ void CountPages(const std::string& product, const std::string& connection, bool 
   const Instructions aFew = (count(0, kTimes, 0) - once) / kTimes;
   const Instructions aLot = (count(0, 0, kTimes) - once) / kTimes;
   const Instructions row = (aLot - aFew) / (kMany - kFew);
-  const std::string name = product + (exact ? ", exact: " : ", plain: ");
-  if (!exact) figures[product + ": Ping"] = ((count(kPings, 0, 0) - once) / kPings).all;
-  figures[name + "page of 100 rows"] = aFew.all;
-  figures[name + "page of 1,000 rows"] = aLot.all;
-  figures[name + "row"] = row.all;
-  figures[name + "row, without the driver"] = row.all - row.driver;
-  figures[name + "page without its rows"] = aFew.all - kFew * row.all;
-  figures[name + "page without its rows and the driver"] = aFew.all - aFew.driver - kFew * (row.all - row.driver);
+  const auto set = [&](const char* figure, double instructions) {
+    figures[NameOf(product, exact, figure)] = instructions;
+  };
+  if (!exact) set(kPing, ((count(kPings, 0, 0) - once) / kPings).all);
+  set(kPageOfFew, aFew.all);
+  set(kPageOfMany, aLot.all);
+  set(kRow, row.all);
+  set(kRowAlone, row.all - row.driver);
+  set(kRest, aFew.all - kFew * row.all);
+  set(kRestAlone, aFew.all - aFew.driver - kFew * (row.all - row.driver));
 }
 
 void CountProduct(const std::string& product, const std::string& connection, Figures& figures) {
@@ -108,24 +128,36 @@ int CountAbove(const std::string& path, const Figures& figures) {
   return above;
 }
 
-int CountAll(const std::string& bounds) {
-  const std::vector<std::pair<std::string, std::string>> products = {
-      {"SQLite", ods::EnvironmentVariable("ODS_BENCH_SQLITE")},
-      {"PostgreSQL", ods::EnvironmentVariable("ODS_BENCH_POSTGRESQL")},
-      {"MariaDB", ods::EnvironmentVariable("ODS_BENCH_MARIADB")}};
-  Figures figures;
-  bool any = false;
-  for (const auto& [product, connection] : products) {
-    if (connection.empty()) continue;
-    CountProduct(product, connection, figures);
-    any = true;
+/// A line for each product and way of paging.
+void WriteTable(const Figures& figures) {
+  std::cout << "| |";
+  for (const char* const each : kFigures) std::cout << ' ' << each << " |";
+  std::cout << "\n|---|";
+  for (std::size_t i = 0; i < kFigures.size(); ++i) std::cout << "---|";
+  for (const char* const product : kProducts) {
+    for (const bool exact : {false, true}) {
+      if (!figures.contains(NameOf(product, exact, kRow))) continue;
+      std::cout << "\n| " << product << (exact ? ", exact |" : ", plain |");
+      for (const char* const each : kFigures) {
+        const auto figure = figures.find(NameOf(product, exact, each));
+        std::cout << ' ' << (figure == figures.end() ? "–" : Count(figure->second)) << " |";
+      }
+    }
   }
-  if (!any) {
+  std::cout << '\n';
+}
+
+int CountAll(const std::string& bounds) {
+  Figures figures;
+  for (const char* const product : kProducts) {
+    const std::string connection = ods::EnvironmentVariable(("ODS_BENCH_" + ods::ToUpper(product)).c_str());
+    if (!connection.empty()) CountProduct(product, connection, figures);
+  }
+  if (figures.empty()) {
     const QueueProcess place;  // never started: it has a folder
     CountProduct("SQLite", "Driver=SQLite3;Database=" + place.Folder() + "/pages.db", figures);
   }
-  std::cout << "| Figure | Instructions |\n|---|---|\n";
-  for (const auto& [name, instructions] : figures) std::cout << "| " << name << " | " << Count(instructions) << " |\n";
+  WriteTable(figures);
   return bounds.empty() || CountAbove(bounds, figures) == 0 ? 0 : 1;
 }
 

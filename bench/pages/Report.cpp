@@ -11,10 +11,10 @@ namespace {
 
 constexpr std::array<const char*, kWhole + 1> kWayNames = {"limit", "handler", "whole way"};
 
-/// Processor time, elapsed time, its 99th percentile.
+/// Median and 99th percentile of processor and of elapsed time.
 std::string Taken(const Series& series) {
-  return Time(Median(series.processor)) + ", " + Time(Median(series.elapsed)) + ", " +
-         Time(NinetyNinth(series.elapsed));
+  return Time(Median(series.processor)) + ", " + Time(NinetyNinth(series.processor)) + "; " +
+         Time(Median(series.elapsed)) + ", " + Time(NinetyNinth(series.elapsed));
 }
 
 std::string Paging(const WaysResult& result, std::size_t paging) {
@@ -39,7 +39,8 @@ std::string Ratios(const WaysResult& result, std::size_t paging) {
 constexpr const char* kRatioTitles =
     "handler : limit, processor | whole way : limit, processor | the same, elapsed | script : whole way, processor | "
     "the same, elapsed |\n";
-constexpr const char* kTimesTitle = "\nThe same in times: processor, elapsed, 99th percentile of the elapsed.\n\n";
+constexpr const char* kTimesTitle =
+    "\nThe same in times: processor, its 99th percentile; elapsed, its 99th percentile.\n\n";
 
 std::string AllTaken(const WaysResult& result, std::size_t paging) {
   std::string text;

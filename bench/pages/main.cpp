@@ -3,11 +3,12 @@
 // server and back, and a script that does the same (bench/peer). On the databases whose ODBC connection strings are in
 // ODS_BENCH_SQLITE, ODS_BENCH_POSTGRESQL and ODS_BENCH_MARIADB.
 //
-//   pages-compare PEER [--quick] [--rounds COUNT] [--details FILE]
+//   pages-compare PEER [--quick] [--rounds COUNT] [--requests COUNT] [--details FILE]
 //
 // PEER is the script. --quick leaves out the table of a million rows and takes fewer pages, --rounds reads each page so
-// often. Markdown tables on standard output; FILE gets every median and 99th percentile. What the statements of a page
-// are is looked up in a server that runs with pages-recorder.so.
+// often, --requests asks servers whose memory is watched so often. Markdown tables on standard output; FILE gets every
+// median and 99th percentile. What the statements of a page are is looked up in a server that runs with
+// pages-recorder.so.
 #include <array>
 #include <cstdlib>
 #include <exception>
@@ -42,6 +43,8 @@ bool ReadOptions(int count, char** arguments, Options& options) {
       options.details = arguments[++i];
     } else if (argument == "--rounds" && i + 1 < count) {
       options.rounds = std::atoi(arguments[++i]);
+    } else if (argument == "--requests" && i + 1 < count) {
+      options.requests = std::atoi(arguments[++i]);
     } else if (!argument.starts_with('-') && options.peer.empty()) {
       options.peer = argument;
     } else {
@@ -82,7 +85,7 @@ void Compare(const Options& options) {
 int main(int count, char** arguments) {
   Options options;
   if (!ReadOptions(count, arguments, options)) {
-    std::cerr << "Usage: pages-compare PEER [--quick] [--rounds COUNT] [--details FILE]\n";
+    std::cerr << "Usage: pages-compare PEER [--quick] [--rounds COUNT] [--requests COUNT] [--details FILE]\n";
     return 2;
   }
   signal(SIGPIPE, SIG_IGN);
