@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -22,6 +20,7 @@
 #include "Readers.h"
 #include "RunningServer.h"
 #include "Tables.h"
+#include "Teaching.h"
 #include "platform/system/System.h"
 #include "platform/xml/Xml.h"
 
@@ -67,43 +66,6 @@ std::vector<std::string> Requests(const QueueReader& reader, const std::vector<P
   requests.reserve(kinds.size());
   for (const PageKind& kind : kinds) requests.push_back(Request(reader, kind));
   return requests;
-}
-
-/// Lines of a file.
-std::vector<std::string> Lines(const std::string& path) {
-  std::vector<std::string> lines;
-  std::ifstream file(path);
-  for (std::string line; std::getline(file, line);) lines.push_back(line);
-  return lines;
-}
-
-/// Has a server of its own answer `requests`, and gives `limit` the statements that it runs for each, and those that
-/// set its session up.
-void TeachStatements(LimitReader& limit, const std::string& connection, bool exact,
-                     const std::vector<std::string>& requests) {
-  std::string file = (std::filesystem::temp_directory_path() / "ods-statements-XXXXXX").string();
-  const int descriptor = mkstemp(file.data());
-  if (descriptor < 0) throw std::runtime_error("no temporary file");
-  close(descriptor);
-  setenv("ODS_BENCH_STATEMENTS", file.c_str(), 1);
-  setenv("LD_PRELOAD", Program("pages-recorder.so").c_str(), 1);
-  const RunningServer server(Program("odbc-data-server"), connection, ServerParameters(exact));
-  unsetenv("LD_PRELOAD");
-  unsetenv("ODS_BENCH_STATEMENTS");
-  const QueueReader reader(server.Process(), server.Requests(), server.Results());
-  (void)reader.Ask(kPing);
-  for (const std::string& line : Lines(file)) {
-    if (FromLine(line).text.starts_with("SET ")) limit.AddSession(FromLine(line));
-  }
-  for (std::size_t page = 0; page < requests.size(); ++page) {
-    (void)reader.Ask(requests[page]);  // what is asked once only is asked now
-    const std::size_t before = Lines(file).size();
-    (void)reader.Ask(requests[page]);
-    const std::vector<std::string> lines = Lines(file);
-    if (lines.size() == before) throw std::runtime_error("no statement was recorded");
-    for (std::size_t i = before; i < lines.size(); ++i) limit.AddStatement(page, FromLine(lines[i]));
-  }
-  std::filesystem::remove(file);
 }
 
 /// The values of a response's rows and how many of them are null: what must be the same whoever answers.

@@ -39,7 +39,8 @@ class Reader {
 /// The bare program `pages-limit`.
 class LimitReader final : public Reader {
  public:
-  LimitReader(const std::string& program, const std::string& connection);
+  /// `program` is run by the first of `runner`, where there is one, with its other words as arguments before.
+  LimitReader(const std::string& program, const std::string& connection, std::vector<std::string> runner = {});
   ~LimitReader() override;
   LimitReader(const LimitReader&) = delete;
   LimitReader& operator=(const LimitReader&) = delete;

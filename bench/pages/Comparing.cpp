@@ -6,8 +6,8 @@
 //   pages-compare PEER [--quick] [--rounds COUNT] [--requests COUNT] [--details FILE]
 //
 // PEER is the script. --quick leaves out the table of a million rows and takes fewer pages, --rounds reads each page so
-// often, --requests asks servers whose memory is watched so often. Markdown tables on standard output; FILE gets every
-// median and 99th percentile. What the statements of a page are is looked up in a server that runs with
+// often at most, --requests asks each server whose memory is watched so often. Markdown tables on standard output; FILE
+// gets every median and 99th percentile. What the statements of a page are is looked up in a server that runs with
 // pages-recorder.so.
 #include <array>
 #include <cstdlib>

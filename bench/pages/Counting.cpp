@@ -1,27 +1,27 @@
 // The instructions that a server takes for a request, counted by callgrind in a real server behind its queue folders:
 // of a `Ping`, of pages of 100 and of 1,000 rows in the middle of a table, and of a row, which is what the larger page
-// takes more than the smaller one, divided by the rows between them. Start, end and what is done once cancel out.
+// takes more than the smaller one, divided by the rows between them. Start, end and what is done once cancel out. And
+// beside what the bare program takes for the statements of these pages (the limit).
 //
 //   pages-instructions [--at-most FILE]
 //
 // On the databases whose ODBC connection strings are in ODS_BENCH_SQLITE, ODS_BENCH_POSTGRESQL and ODS_BENCH_MARIADB;
 // without any, on an SQLite file of its own. A Markdown table on standard output. FILE has a line for each bound, a
-// number, a blank and the figure's name; figures above their bounds make the status 1. 77 says that nothing could
-// be counted, since there is no valgrind.
+// number, a blank and the figure's name; figures above their bounds make the status 1, and the limit is left out. 77
+// says that nothing could be counted, since there is no valgrind.
 #include <array>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
-#include "CountedServer.h"
+#include "Counted.h"
 #include "Numbers.h"
 #include "OwnSession.h"
+#include "Processes.h"
 #include "Readers.h"
 #include "RunningServer.h"
 #include "Tables.h"
@@ -40,14 +40,17 @@ constexpr int kNothingToCountWith = 77;  ///< ctest's SKIP_RETURN_CODE
 
 constexpr std::array<const char*, 3> kProducts = {"SQLite", "PostgreSQL", "MariaDB"};
 
-constexpr const char* kPing = "Ping";
+constexpr const char* kRatioOfFew = "server : limit, page of 100 rows";
+constexpr const char* kRatioOfMany = "server : limit, page of 1,000 rows";
+constexpr const char* kOfPing = "Ping";
 constexpr const char* kPageOfFew = "page of 100 rows";
 constexpr const char* kPageOfMany = "page of 1,000 rows";
 constexpr const char* kRow = "row";
 constexpr const char* kRowAlone = "row, without the driver";
 constexpr const char* kRest = "page without its rows";
 constexpr const char* kRestAlone = "page without its rows and the driver";
-constexpr std::array<const char*, 7> kFigures = {kPing, kPageOfFew, kPageOfMany, kRow, kRowAlone, kRest, kRestAlone};
+constexpr std::array<const char*, 9> kFigures = {kRatioOfFew, kRatioOfMany, kOfPing, kPageOfFew, kPageOfMany,
+                                                 kRow,        kRowAlone,    kRest,   kRestAlone};
 
 /// By their names.
 using Figures = std::map<std::string, double>;
@@ -57,53 +60,65 @@ std::string NameOf(const std::string& product, bool exact, const char* figure) {
   return product + (exact ? ", exact: " : ", plain: ") + figure;
 }
 
-std::string Server() {
-  return (std::filesystem::path(ods::ExecutablePath()).parent_path() / "odbc-data-server").string();
-}
-
 /// The request for a page in the middle, by the positions of this kind of server.
 std::string MiddlePage(const std::string& connection, bool exact, int pageSize) {
   const Place& place = kPlaces.at(kMiddle);
-  const RunningServer server(
-      Server(), connection,
-      exact ? std::vector<std::string>{"/hidden", "/exact"} : std::vector<std::string>{"/hidden"});
-  const QueueReader reader(server.Process(), server.Requests(), server.Results());
+  const auto server = StartServer(connection, exact);
+  const QueueReader reader(server->Process(), server->Requests(), server->Results());
   const ods::XmlDocument answer(reader.Ask(RowBeforePage(kRows, pageSize, place)));
   const std::string position = ods::GetNodeText(answer, "/XML/LastPosition");
   if (position.empty()) throw std::runtime_error("no position: " + answer.Xml());
   return PageRequest(kRows, pageSize, place, position);
 }
 
-void CountPages(const std::string& product, const std::string& connection, bool exact, Figures& figures) {
-  constexpr int kPings = 100;
-  constexpr int kTimes = 2;  // what is counted hardly differs from one time to the next
-  const std::string ping = "<XML><Type>Ping</Type></XML>";
-  const std::string few = MiddlePage(connection, exact, kFew);
-  const std::string many = MiddlePage(connection, exact, kMany);
-  const auto count = [&](int pings, int times, int timesMany) {
-    return CountServer(Server(), connection, exact, {{ping, 1 + pings}, {few, 1 + times}, {many, 1 + timesMany}});
-  };
-  const Instructions once = count(0, 0, 0);
-  const Instructions aFew = (count(0, kTimes, 0) - once) / kTimes;
-  const Instructions aLot = (count(0, 0, kTimes) - once) / kTimes;
-  const Instructions row = (aLot - aFew) / (kMany - kFew);
-  const auto set = [&](const char* figure, double instructions) {
-    figures[NameOf(product, exact, figure)] = instructions;
-  };
-  if (!exact) set(kPing, ((count(kPings, 0, 0) - once) / kPings).all);
-  set(kPageOfFew, aFew.all);
-  set(kPageOfMany, aLot.all);
-  set(kRow, row.all);
-  set(kRowAlone, row.all - row.driver);
-  set(kRest, aFew.all - kFew * row.all);
-  set(kRestAlone, aFew.all - aFew.driver - kFew * (row.all - row.driver));
+/// What a page of each size takes.
+struct Pages {
+  Instructions few;
+  Instructions many;
+};
+
+/// `count` counts so many of each besides those that are in every count, in which start, end and what is done once are.
+template <typename CountOf>
+Pages CountPages(const CountOf& count) {
+  // What a server does by the clock makes some 50,000 instructions more or less.
+  constexpr int kTimesFew = 8;
+  constexpr int kTimesMany = 2;
+  const Instructions once = count(0, 0);
+  return {(count(kTimesFew, 0) - once) / kTimesFew, (count(0, kTimesMany) - once) / kTimesMany};
 }
 
-void CountProduct(const std::string& product, const std::string& connection, Figures& figures) {
+void CountServerAndLimit(const std::string& product, const std::string& connection, bool exact, bool withLimit,
+                         Figures& figures) {
+  constexpr int kPings = 100;
+  const std::string few = MiddlePage(connection, exact, kFew);
+  const std::string many = MiddlePage(connection, exact, kMany);
+  const auto set = [&](const char* figure, double number) { figures[NameOf(product, exact, figure)] = number; };
+  const auto pings = [&](int times) { return CountServer(connection, exact, {{kPing, 1 + times}}); };
+  if (!exact) set(kOfPing, ((pings(kPings) - pings(0)) / kPings).all);
+
+  const Pages pages = CountPages([&](int times, int timesMany) {
+    return CountServer(connection, exact, {{few, 1 + times}, {many, 1 + timesMany}});
+  });
+  const Instructions row = (pages.many - pages.few) / (kMany - kFew);
+  set(kPageOfFew, pages.few.all);
+  set(kPageOfMany, pages.many.all);
+  set(kRow, row.all);
+  set(kRowAlone, row.all - row.driver);
+  set(kRest, pages.few.all - kFew * row.all);
+  set(kRestAlone, pages.few.all - pages.few.driver - kFew * (row.all - row.driver));
+
+  if (!withLimit) return;
+  const Pages least = CountPages([&](int times, int timesMany) {
+    return CountLimit(connection, exact, {{few, 1 + times}, {many, 1 + timesMany}});
+  });
+  set(kRatioOfFew, pages.few.all / least.few.all);
+  set(kRatioOfMany, pages.many.all / least.many.all);
+}
+
+void CountProduct(const std::string& product, const std::string& connection, bool withLimit, Figures& figures) {
   OwnSession session(connection, false);
   MakeTable(session.Session(), product, kRows);
-  CountPages(product, connection, false, figures);
-  CountPages(product, connection, true, figures);
+  for (const bool exact : {false, true}) CountServerAndLimit(product, connection, exact, withLimit, figures);
   DropTable(session.Session(), kRows);
 }
 
@@ -140,7 +155,12 @@ void WriteTable(const Figures& figures) {
       std::cout << "\n| " << product << (exact ? ", exact |" : ", plain |");
       for (const char* const each : kFigures) {
         const auto figure = figures.find(NameOf(product, exact, each));
-        std::cout << ' ' << (figure == figures.end() ? "–" : Count(figure->second)) << " |";
+        const bool isRatio = each == kRatioOfFew || each == kRatioOfMany;
+        std::cout << ' '
+                  << (figure == figures.end() ? "–"
+                      : isRatio               ? Times(figure->second)
+                                              : Count(figure->second))
+                  << " |";
       }
     }
   }
@@ -151,11 +171,11 @@ int CountAll(const std::string& bounds) {
   Figures figures;
   for (const char* const product : kProducts) {
     const std::string connection = ods::EnvironmentVariable(("ODS_BENCH_" + ods::ToUpper(product)).c_str());
-    if (!connection.empty()) CountProduct(product, connection, figures);
+    if (!connection.empty()) CountProduct(product, connection, bounds.empty(), figures);
   }
   if (figures.empty()) {
     const QueueProcess place;  // never started: it has a folder
-    CountProduct("SQLite", "Driver=SQLite3;Database=" + place.Folder() + "/pages.db", figures);
+    CountProduct("SQLite", "Driver=SQLite3;Database=" + place.Folder() + "/pages.db", bounds.empty(), figures);
   }
   WriteTable(figures);
   return bounds.empty() || CountAbove(bounds, figures) == 0 ? 0 : 1;
