@@ -8,7 +8,8 @@
 # handler, the whole way through the queue folders, and a script with pyodbc and lxml (bench/peer); lists of tables, start,
 # memory, the log, the instructions of a page, and the export of a table beside the databases' own. It prints Markdown
 # tables for docs/benchmarks.md; FILE gets every median and 99th percentile. With --quick, which alone means the same, it
-# takes four minutes after the build, otherwise an hour, with tables of a million rows and 100,000 requests to each server.
+# takes four to five minutes after the build, otherwise some forty, with tables of a million rows and 100,000 requests to
+# each server.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
