@@ -103,6 +103,7 @@ Instructions CountLimit(const std::string& connection, bool exact, const std::ve
   {
     LimitReader reader(program, connection, counting.Runner());
     std::vector<std::string> texts;
+    texts.reserve(requests.size());
     for (const Asked& each : requests) texts.push_back(each.request);
     TeachStatements(reader, connection, exact, texts);
     Series unused;
