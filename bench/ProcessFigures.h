@@ -29,4 +29,14 @@ inline double ResidentMebibytes(pid_t process) {
   return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024 * 1024);
 }
 
+/// The most that a process ever had resident, in MiB (proc(5), VmHWM of status); 0 where the process is gone.
+inline double PeakMebibytes(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/status");
+  constexpr double kKilobytes = 1024;
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with("VmHWM:")) return std::stod(line.substr(line.find_first_of("0123456789"))) / kKilobytes;
+  }
+  return 0;
+}
+
 }  // namespace ods::bench

@@ -89,13 +89,16 @@ class RunningServer : public QueueProcess {
     Serve(program, "Driver=SQLite3;Database=" + Folder() + "/bench.db",
           windows == Windows::kHidden ? std::vector<std::string>{"/hidden"} : std::vector<std::string>{});
   }
-  /// On the database of an ODBC connection string, with more parameters.
-  RunningServer(const std::string& program, const std::string& connection, std::vector<std::string> parameters) {
-    Serve(program, connection, std::move(parameters));
+  /// On the database of an ODBC connection string, with more parameters; run by the program of `runner`, where there is
+  /// one, with its own arguments before the server's.
+  RunningServer(const std::string& program, const std::string& connection, std::vector<std::string> parameters,
+                const std::vector<std::string>& runner = {}) {
+    Serve(program, connection, std::move(parameters), runner);
   }
 
  private:
-  void Serve(const std::string& program, const std::string& connection, std::vector<std::string> parameters) {
+  void Serve(const std::string& program, const std::string& connection, std::vector<std::string> parameters,
+             const std::vector<std::string>& runner = {}) {
     if (Folder().empty()) return;
     XmlDocument settings("<Settings><ConnectionString/></Settings>");
     settings.SelectSingleNode("/Settings/ConnectionString").SetText(connection);
@@ -103,6 +106,7 @@ class RunningServer : public QueueProcess {
     std::ofstream(Folder() + "/config/dataserver.xml") << settings.Xml();
     parameters.insert(parameters.begin(), {program, "/instance=bench", "/datafolder=" + Folder(),
                                            "/inqueue=" + Requests(), "/outqueue=" + Results()});
+    parameters.insert(parameters.begin(), runner.begin(), runner.end());
     Start(std::move(parameters));
   }
 };

@@ -2,12 +2,14 @@
 # Builds the release preset and runs every benchmark of it on the sample company in SQLite. Arguments go to each of
 # the programs, for example --benchmark_filter=REGEX.
 #
-#   scripts/bench.sh --pages [--quick] [--rounds COUNT] [--details FILE]
+#   scripts/bench.sh --pages [--quick] [--rounds COUNT] [--requests COUNT] [--details FILE]
 #
 # compares the ways of reading a page instead, side by side on SQLite, PostgreSQL and MariaDB: the statements alone, the
-# handler, the whole way through the queue folders, and a script with pyodbc and lxml (bench/peer). It prints Markdown tables for
-# docs/benchmarks.md; FILE gets every median and 99th percentile. With --quick, which alone means the same, it takes some
-# minutes, otherwise half an hour with a table of a million rows besides.
+# handler, the whole way through the queue folders, and a script with pyodbc and lxml (bench/peer); lists of tables, start,
+# memory, the log, the instructions of a page, and the export of a table beside the databases' own. It prints Markdown
+# tables for docs/benchmarks.md; FILE gets every median and 99th percentile. With --quick, which alone means the same, it
+# takes four to five minutes after the build, otherwise some forty, with tables of a million rows and 100,000 requests to
+# each server.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
@@ -24,13 +26,15 @@ describe_machine() {
 }
 
 compare_pages() {
+  local export_rows=1000000
+  [[ " $* " != *" --quick "* ]] || export_rows=100000
   install_packages "${BUILD_PACKAGES[@]}" "${UI_PACKAGES[@]}" "${SQLITE_PACKAGES[@]}" "${PAGES_PACKAGES[@]}"
-  build_preset release odbc-data-server pages-compare
+  build_preset release odbc-data-server odbc-data-client pages-compare pages-instructions
   folder=$(mktemp --directory -- "${TMPDIR:-/tmp}/ods-bench.XXXXXX")
   chmod 0711 -- "$folder"
   trap 'stop_servers; rm --recursive --force -- "$folder"' EXIT
   use_own_driver_list "$folder/odbc"
-  local postgresql_port='' mariadb_port='' load
+  local postgresql_port='' mariadb_port='' load programs=$ODS_ROOT/build/release/bin
   start_on_free_port postgresql_port start_postgresql "$folder/postgresql"
   start_on_free_port mariadb_port start_mariadb "$folder/mariadb"
   export ODS_BENCH_SQLITE="Driver=SQLite3;Database=$folder/pages.db"
@@ -38,8 +42,14 @@ compare_pages() {
   ODS_BENCH_MARIADB=$(mariadb_connection_string "$folder/mariadb" "$mariadb_port" scratch)
   export ODS_BENCH_POSTGRESQL ODS_BENCH_MARIADB
   load=$(cut --delimiter=' ' --fields=1 /proc/loadavg)
-  "$ODS_ROOT/build/release/bin/pages-compare" "$ODS_ROOT/bench/peer/peer.py" "$@"
-  printf '\n%s: %s Load before it %s.\n' "$(date +%F)" "$(describe_machine)" "$load"
+  "$programs/pages-compare" "$ODS_ROOT/bench/peer/peer.py" "$@"
+  printf '\nInstructions, counted by callgrind:\n\n'
+  "$programs/pages-instructions"
+  stop_servers
+  "$ODS_ROOT/scripts/export.sh" "$export_rows" >"$folder/export"
+  printf '\n'
+  sed --quiet '/^Export of/,$p' "$folder/export"
+  printf '\n%s: %s Load before it %s, after it %s.\n' "$(date +%F)" "$(describe_machine)" "$load" "$(cut --delimiter=' ' --fields=1 /proc/loadavg)"
 }
 
 case ${1:-} in

@@ -13,7 +13,7 @@ UI_PACKAGES=(qt6-base-dev)
 # What it takes to serve an SQLite file.
 SQLITE_PACKAGES=(odbcinst libsqliteodbc sqlite3)
 # What the tests need besides.
-TEST_PACKAGES=(python3 unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server rabbitmq-server openssl)
+TEST_PACKAGES=(python3 unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server rabbitmq-server openssl valgrind)
 # A desktop without a screen, with somebody at its keyboard and mouse.
 DESKTOP_PACKAGES=(xvfb openbox xdotool fonts-dejavu-core)
 # What builds and runs the sanitizer build and the fuzzers.
@@ -23,7 +23,7 @@ PACKAGE_PACKAGES=(dpkg-dev file lintian)
 # What the packages are tried with.
 INSTALL_TEST_PACKAGES=(g++ cmake ninja-build pkg-config odbc-postgresql postgresql procps)
 # What the comparison of the ways of reading a page needs besides.
-PAGES_PACKAGES=(python3 python3-pyodbc python3-lxml unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server)
+PAGES_PACKAGES=(python3 python3-pyodbc python3-lxml unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server valgrind)
 # What checks the sources.
 LINT_PACKAGES=(clang-format clang-tidy shellcheck python3)
 

@@ -9,11 +9,13 @@
 //
 // A statement has its handle, its description and its buffers from its first run on, and is given as a text each time.
 #include <algorithm>
+#include <array>
 #include <clocale>
 #include <cstddef>
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlucode.h>
@@ -137,6 +139,11 @@ class Query {
  public:
   Query(SQLHANDLE connection, const ods::bench::Statement& statement)
       : handle_(SQL_HANDLE_STMT, connection), text_(Wide(statement.text)) {
+    if (statement.text.starts_with(ods::bench::kTablesCall)) {
+      auto& tables = tables_.emplace();
+      std::ranges::transform(ods::bench::TablesArguments(statement.text), tables.begin(),
+                             [](const auto& each) { return each ? Wide(*each) : std::vector<SQLWCHAR>(); });
+    }
     // What every driver can do best.
     SQLSetStmtAttr(handle_.Get(), SQL_ATTR_CURSOR_TYPE, Number(SQL_CURSOR_FORWARD_ONLY), 0);
     SQLSetStmtAttr(handle_.Get(), SQL_ATTR_CONCURRENCY, Number(SQL_CONCUR_READ_ONLY), 0);
@@ -161,9 +168,14 @@ class Query {
     handle_.Check(SQLFreeStmt(handle_.Get(), SQL_CLOSE));
     return rows;
   }
-  void Execute() { handle_.Check(SQLExecDirectW(handle_.Get(), text_.data(), SQL_NTS)); }
+  void Execute() { handle_.Check(tables_ ? ListTables() : SQLExecDirectW(handle_.Get(), text_.data(), SQL_NTS)); }
 
  private:
+  SQLRETURN ListTables() {
+    const auto text = [&](std::size_t i) { return (*tables_)[i].empty() ? nullptr : (*tables_)[i].data(); };
+    return SQLTablesW(handle_.Get(), text(0), SQL_NTS, text(1), SQL_NTS, text(2), SQL_NTS, text(3), SQL_NTS);
+  }
+
   void Bind() {
     SQLSMALLINT count = 0;
     handle_.Check(SQLNumResultCols(handle_.Get(), &count));
@@ -186,6 +198,7 @@ class Query {
 
   Handle handle_;
   std::vector<SQLWCHAR> text_;
+  std::optional<std::array<std::vector<SQLWCHAR>, 4>> tables_;  ///< arguments, where it is a list of tables
   SQLULEN fetched_ = 0;
   std::vector<std::vector<std::byte>> cells_;
   std::vector<std::vector<SQLLEN>> indicators_;

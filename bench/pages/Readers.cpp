@@ -30,7 +30,7 @@ double MicrosecondsSince(Clock::time_point start) {
 
 }  // namespace
 
-LimitReader::LimitReader(const std::string& program, const std::string& connection) {
+LimitReader::LimitReader(const std::string& program, const std::string& connection, std::vector<std::string> runner) {
   int toProgram[2];
   int fromProgram[2];
   if (pipe2(toProgram, O_CLOEXEC) != 0 || pipe2(fromProgram, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
@@ -38,9 +38,11 @@ LimitReader::LimitReader(const std::string& program, const std::string& connecti
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, toProgram[0], STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, fromProgram[1], STDOUT_FILENO);
-  std::string name = program;
-  char* arguments[] = {name.data(), nullptr};
-  const bool started = posix_spawn(&process_, arguments[0], &actions, nullptr, arguments, environ) == 0;
+  runner.push_back(program);
+  std::vector<char*> arguments;
+  for (std::string& each : runner) arguments.push_back(each.data());
+  arguments.push_back(nullptr);
+  const bool started = posix_spawnp(&process_, arguments[0], &actions, nullptr, arguments.data(), environ) == 0;
   posix_spawn_file_actions_destroy(&actions);
   close(toProgram[0]);
   close(fromProgram[1]);
@@ -88,7 +90,8 @@ void HandlerReader::Read(std::size_t page, Series& series) {
   const auto start = Clock::now();
   const double processor = ProcessorSeconds(getpid());
   XmlDocument response;
-  FindHandler("TableData", session_.exact != nullptr)(XmlDocument(requests_.at(page)), response, session_);
+  const XmlDocument request(requests_.at(page));
+  FindHandler(GetNodeText(request, "/XML/Type"), session_.exact != nullptr)(request, response, session_);
   response_ = response.Xml();
   series.elapsed.push_back(MicrosecondsSince(start));
   series.processor.push_back((ProcessorSeconds(getpid()) - processor) * kMicroseconds);

@@ -39,7 +39,8 @@ class Reader {
 /// The bare program `pages-limit`.
 class LimitReader final : public Reader {
  public:
-  LimitReader(const std::string& program, const std::string& connection);
+  /// `program` is run by the first of `runner`, where there is one, with its other words as arguments before.
+  LimitReader(const std::string& program, const std::string& connection, std::vector<std::string> runner = {});
   ~LimitReader() override;
   LimitReader(const LimitReader&) = delete;
   LimitReader& operator=(const LimitReader&) = delete;
@@ -64,7 +65,7 @@ class LimitReader final : public Reader {
   int rows_ = 0;
 };
 
-/// The handler of `TableData` in this process, from the text of the request to the text of the response.
+/// The handler of a request in this process, from the text of the request to the text of the response.
 class HandlerReader final : public Reader {
  public:
   /// `session` outlives the reader.

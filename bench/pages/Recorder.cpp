@@ -1,8 +1,10 @@
 // A library to be loaded before a program's own (LD_PRELOAD): it stands between the program and the driver manager and
-// writes each statement that is run or prepared into the file that ODS_BENCH_STATEMENTS names, a line each, with the
-// bound on its rows. So it is known what a server really runs for a page.
+// writes each statement and each list of tables that is run into the file that ODS_BENCH_STATEMENTS names, a line each,
+// with the bound on its rows. So it is known what a server really runs for a page.
 #include <dlfcn.h>
 #include <fstream>
+#include <map>
+#include <optional>
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlucode.h>
@@ -19,6 +21,12 @@ struct Bound {
   SQLULEN rows = 0;
 };
 thread_local Bound bound;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
+
+/// The text that a statement was prepared with.
+std::string& PreparedText(SQLHSTMT statement) {
+  thread_local std::map<SQLHSTMT, std::string> texts;
+  return texts[statement];
+}
 
 template <typename Function>
 Function Next(const char* name) {
@@ -60,6 +68,13 @@ std::string Text(const SQLCHAR* bytes, SQLINTEGER length) {
   return length == SQL_NTS ? std::string(text) : std::string(text, static_cast<std::size_t>(length));
 }
 
+/// An argument of SQLTables; nothing for none.
+template <typename Unit>
+std::optional<std::string> Pattern(const Unit* text, SQLSMALLINT length) {
+  if (text == nullptr) return std::nullopt;
+  return Text(text, length);
+}
+
 void Record(SQLHSTMT statement, std::string text) {
   const char* const file = getenv("ODS_BENCH_STATEMENTS");
   if (file == nullptr) return;
@@ -89,13 +104,36 @@ SQLRETURN SQL_API SQLExecDirect(SQLHSTMT statement, SQLCHAR* text, SQLINTEGER le
 }
 
 SQLRETURN SQL_API SQLPrepareW(SQLHSTMT statement, SQLWCHAR* text, SQLINTEGER length) {
-  Record(statement, Text(text, length));
+  PreparedText(statement) = Text(text, length);
   return Next<decltype(&SQLPrepareW)>("SQLPrepareW")(statement, text, length);
 }
 
 SQLRETURN SQL_API SQLPrepare(SQLHSTMT statement, SQLCHAR* text, SQLINTEGER length) {
-  Record(statement, Text(text, length));
+  PreparedText(statement) = Text(text, length);
   return Next<decltype(&SQLPrepare)>("SQLPrepare")(statement, text, length);
+}
+
+SQLRETURN SQL_API SQLExecute(SQLHSTMT statement) {
+  Record(statement, PreparedText(statement));
+  return Next<decltype(&SQLExecute)>("SQLExecute")(statement);
+}
+
+SQLRETURN SQL_API SQLTablesW(SQLHSTMT statement, SQLWCHAR* catalog, SQLSMALLINT catalogLength, SQLWCHAR* schema,
+                             SQLSMALLINT schemaLength, SQLWCHAR* table, SQLSMALLINT tableLength, SQLWCHAR* type,
+                             SQLSMALLINT typeLength) {
+  Record(statement, ods::bench::ListOfTables({Pattern(catalog, catalogLength), Pattern(schema, schemaLength),
+                                              Pattern(table, tableLength), Pattern(type, typeLength)}));
+  return Next<decltype(&SQLTablesW)>("SQLTablesW")(statement, catalog, catalogLength, schema, schemaLength, table,
+                                                   tableLength, type, typeLength);
+}
+
+SQLRETURN SQL_API SQLTables(SQLHSTMT statement, SQLCHAR* catalog, SQLSMALLINT catalogLength, SQLCHAR* schema,
+                            SQLSMALLINT schemaLength, SQLCHAR* table, SQLSMALLINT tableLength, SQLCHAR* type,
+                            SQLSMALLINT typeLength) {
+  Record(statement, ods::bench::ListOfTables({Pattern(catalog, catalogLength), Pattern(schema, schemaLength),
+                                              Pattern(table, tableLength), Pattern(type, typeLength)}));
+  return Next<decltype(&SQLTables)>("SQLTables")(statement, catalog, catalogLength, schema, schemaLength, table,
+                                                 tableLength, type, typeLength);
 }
 
 }  // extern "C"

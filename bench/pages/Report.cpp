@@ -1,9 +1,9 @@
+// Pages.
 #include "Report.h"
 
 #include <algorithm>
-#include <iomanip>
-#include <sstream>
-#include <string_view>
+
+#include "Numbers.h"
 
 namespace ods::bench {
 
@@ -11,54 +11,42 @@ namespace {
 
 constexpr std::array<const char*, kWhole + 1> kWayNames = {"limit", "handler", "whole way"};
 
-double Quantile(std::vector<double> values, double part) {
-  if (values.empty()) return 0;
-  std::ranges::sort(values);
-  return values[std::min(values.size() - 1, static_cast<std::size_t>(static_cast<double>(values.size()) * part))];
-}
-double Median(const std::vector<double>& values) { return Quantile(values, 0.5); }
-double NinetyNinth(const std::vector<double>& values) { return Quantile(values, 0.99); }
-
-std::string Fixed(double number, int digits) {
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(digits) << number;
-  return text.str();
+/// Median and 99th percentile of processor and of elapsed time.
+std::string Taken(const Series& series) {
+  return Time(Median(series.processor)) + ", " + Time(NinetyNinth(series.processor)) + "; " +
+         Time(Median(series.elapsed)) + ", " + Time(NinetyNinth(series.elapsed));
 }
 
-/// How many times as much.
-std::string Times(const std::vector<double>& of, const std::vector<double>& as) {
-  const double base = Median(as);
-  if (base <= 0) return "–";
-  const double ratio = Median(of) / base;
-  return Fixed(ratio, ratio < 10 ? 2 : 1);
+std::string Paging(const WaysResult& result, std::size_t paging) {
+  return "| " + result.product + ", " + kPagingNames.at(paging);
 }
-
-std::string Time(double microseconds) {
-  constexpr double kMilli = 1000;
-  constexpr double kTenMilli = 10 * kMilli;
-  if (microseconds < kMilli) return Fixed(microseconds, 0) + " µs";
-  return Fixed(microseconds / kMilli, microseconds < kTenMilli ? 1 : 0) + " ms";
-}
-
-/// Processor time, elapsed time, its 99th percentile.
-std::string Times(const Series& series) {
-  return Time(Median(series.processor)) + ", " + Time(Median(series.elapsed)) + ", " +
-         Time(NinetyNinth(series.elapsed));
-}
-
-/// 1000000 as "1,000,000".
-std::string Count(int number) {
-  std::string text = std::to_string(number);
-  for (std::size_t at = text.size(); at > 3; at -= 3) text.insert(at - 3, ",");
-  return text;
-}
-
 std::string Name(const PageResult& result, std::size_t paging) {
-  return "| " + result.product + ", " + kPagingNames.at(paging) + " | " + Count(result.rows) + " | " +
-         Count(result.pageSize);
+  return Paging(result, paging) + " | " + Count(result.rows) + " | " + Count(result.pageSize);
 }
 
-bool IsMiddle(const PageResult& result) { return std::string_view(kPlaces.at(result.place).name) == "next, 50 %"; }
+/// The ratios of one paging, ended by " |".
+std::string Ratios(const WaysResult& result, std::size_t paging) {
+  const auto& ways = result.ways.at(paging);
+  std::string text;
+  for (const double ratio :
+       {Ratio(ways[kHandler].processor, ways[kLimit].processor), Ratio(ways[kWhole].processor, ways[kLimit].processor),
+        Ratio(ways[kWhole].elapsed, ways[kLimit].elapsed), Ratio(result.peer.processor, ways[kWhole].processor),
+        Ratio(result.peer.elapsed, ways[kWhole].elapsed)}) {
+    text += " | " + Times(ratio);
+  }
+  return text + " |";
+}
+constexpr const char* kRatioTitles =
+    "handler : limit, processor | whole way : limit, processor | the same, elapsed | script : whole way, processor | "
+    "the same, elapsed |\n";
+constexpr const char* kTimesTitle =
+    "\nThe same in times: processor, its 99th percentile; elapsed, its 99th percentile.\n\n";
+
+std::string AllTaken(const WaysResult& result, std::size_t paging) {
+  std::string text;
+  for (const Series& series : result.ways.at(paging)) text += " | " + Taken(series);
+  return text + " | " + Taken(result.peer) + " |";
+}
 
 /// The result of the same table and size at another place; nullptr where there is none.
 const PageResult* At(const std::vector<PageResult>& results, const PageResult& result, std::size_t place, int rows) {
@@ -69,77 +57,95 @@ const PageResult* At(const std::vector<PageResult>& results, const PageResult& r
   return found == results.end() ? nullptr : &*found;
 }
 
-}  // namespace
-
-void WritePages(std::ostream& out, const std::vector<PageResult>& results) {
-  out << "| | Rows | A page | handler : limit, processor | whole way : limit, elapsed | the same, processor | script : "
-         "whole way, processor | the same, elapsed |\n|---|---|---|---|---|---|---|---|\n";
-  for (const PageResult& result : results) {
-    if (!IsMiddle(result)) continue;
-    for (std::size_t paging = 0; paging < kPagings; ++paging) {
-      const auto& ways = result.ways.at(paging);
-      out << Name(result, paging) << " | " << Times(ways[kHandler].processor, ways[kLimit].processor) << " | "
-          << Times(ways[kWhole].elapsed, ways[kLimit].elapsed) << " | "
-          << Times(ways[kWhole].processor, ways[kLimit].processor) << " | "
-          << Times(result.peer.processor, ways[kWhole].processor) << " | "
-          << Times(result.peer.elapsed, ways[kWhole].elapsed) << " |\n";
-    }
-  }
-  out << "\nThe same in times: processor, elapsed, 99th percentile of the elapsed.\n\n"
-         "| | Rows | A page | limit | handler | whole way | script |\n|---|---|---|---|---|---|---|\n";
-  for (const PageResult& result : results) {
-    if (!IsMiddle(result)) continue;
-    for (std::size_t paging = 0; paging < kPagings; ++paging) {
-      out << Name(result, paging);
-      for (const Series& series : result.ways.at(paging)) out << " | " << Times(series);
-      out << " | " << Times(result.peer) << " |\n";
-    }
-  }
-}
-
-void WritePlaces(std::ostream& out, const std::vector<PageResult>& results) {
-  out << "| | Rows | A page | " << kPlaces.front().name;
-  for (std::size_t place = 1; place < kPlaces.size(); ++place) out << " | " << kPlaces.at(place).name;
-  out << " |\n|---|---|---|---|---|---|---|\n";
+/// A table with a column for each place; `ratio` gives what stands in it, of the page there, in one paging, and of the
+/// first page.
+template <typename RatioOf>
+void WriteByPlace(std::ostream& out, const std::vector<PageResult>& results, const char* title, const RatioOf& ratio) {
+  out << title << "\n\n| | Rows | A page";
+  for (const Place& place : kPlaces) out << " | " << place.name;
+  out << " |\n|---|---|---";
+  for (std::size_t i = 0; i < kPlaces.size(); ++i) out << "|---";
+  out << "|\n";
   for (const PageResult& result : results) {
     if (result.place != 0) continue;
     for (std::size_t paging = 0; paging < kPagings; ++paging) {
-      const std::vector<double>& first = result.ways.at(paging)[kWhole].elapsed;
-      out << Name(result, paging) << " | " << Time(Median(first));
-      for (std::size_t place = 1; place < kPlaces.size(); ++place) {
-        const PageResult* const other = At(results, result, place, result.rows);
-        out << " | " << (other == nullptr ? "–" : Times(other->ways.at(paging)[kWhole].elapsed, first));
+      out << Name(result, paging);
+      for (std::size_t place = 0; place < kPlaces.size(); ++place) {
+        const PageResult* const there = At(results, result, place, result.rows);
+        out << " | " << (there == nullptr ? "–" : Times(ratio(*there, paging, result)));
       }
       out << " |\n";
     }
   }
 }
 
-void WriteGrowth(std::ostream& out, const std::vector<PageResult>& results) {
-  if (results.empty() || results.back().rows == results.front().rows) return;
-  const int few = results.front().rows;
-  out << "| | Rows | A page | whole way : with " << Count(few) << " rows, elapsed | limit, likewise |\n"
-      << "|---|---|---|---|---|\n";
+}  // namespace
+
+void WritePages(std::ostream& out, const std::vector<PageResult>& results) {
+  out << "| | Rows | A page | " << kRatioTitles << "|---|---|---|---|---|---|---|---|\n";
   for (const PageResult& result : results) {
-    const PageResult* const base = At(results, result, result.place, few);
-    if (result.rows == few || !IsMiddle(result) || base == nullptr) continue;
+    if (result.place != kMiddle) continue;
     for (std::size_t paging = 0; paging < kPagings; ++paging) {
-      const auto& ways = result.ways.at(paging);
-      const auto& baseWays = base->ways.at(paging);
-      out << Name(result, paging) << " | " << Times(ways[kWhole].elapsed, baseWays[kWhole].elapsed) << " | "
-          << Times(ways[kLimit].elapsed, baseWays[kLimit].elapsed) << " |\n";
+      out << Name(result, paging) << Ratios(result, paging) << '\n';
+    }
+  }
+  out << kTimesTitle << "| | Rows | A page | limit | handler | whole way | script |\n|---|---|---|---|---|---|---|\n";
+  for (const PageResult& result : results) {
+    if (result.place != kMiddle) continue;
+    for (std::size_t paging = 0; paging < kPagings; ++paging) {
+      out << Name(result, paging) << AllTaken(result, paging) << '\n';
     }
   }
 }
 
-void WriteProcesses(std::ostream& out, const std::vector<ProcessResult>& results) {
-  out << "| | | `Ping`: processor, elapsed, 99th percentile | start to the answer of a `Ping` that waited | resident, "
-         "idle | "
-         "after all pages |\n|---|---|---|---|---|---|\n";
-  for (const ProcessResult& result : results) {
-    out << "| " << result.product << " | " << result.name << " | " << Times(result.ping) << " | "
-        << Time(Median(result.start.elapsed)) << " | " << Fixed(result.idle, 1) << " MiB | "
-        << Fixed(result.afterwards, 1) << " MiB |\n";
+void WritePlaces(std::ostream& out, const std::vector<PageResult>& results) {
+  WriteByPlace(out, results, "handler : limit, processor", [](const PageResult& page, std::size_t paging, const auto&) {
+    const auto& ways = page.ways.at(paging);
+    return Ratio(ways[kHandler].processor, ways[kLimit].processor);
+  });
+  WriteByPlace(out, results, "\nwhole way : limit, processor",
+               [](const PageResult& page, std::size_t paging, const auto&) {
+                 const auto& ways = page.ways.at(paging);
+                 return Ratio(ways[kWhole].processor, ways[kLimit].processor);
+               });
+  WriteByPlace(out, results, "\nscript : whole way, processor",
+               [](const PageResult& page, std::size_t paging, const auto&) {
+                 return Ratio(page.peer.processor, page.ways.at(paging)[kWhole].processor);
+               });
+  WriteByPlace(out, results, "\nwhole way : its first page, elapsed",
+               [](const PageResult& page, std::size_t paging, const PageResult& first) {
+                 return Ratio(page.ways.at(paging)[kWhole].elapsed, first.ways.at(paging)[kWhole].elapsed);
+               });
+}
+
+void WriteGrowth(std::ostream& out, const std::vector<PageResult>& results) {
+  if (results.empty() || results.back().rows == results.front().rows) return;
+  const int few = results.front().rows;
+  std::vector<PageResult> grown;
+  std::ranges::copy_if(results, std::back_inserter(grown), [&](const PageResult& each) { return each.rows != few; });
+  const auto growth = [&](Way way) {
+    return [&results, few, way](const PageResult& page, std::size_t paging, const auto&) {
+      const PageResult* const base = At(results, page, page.place, few);
+      return base == nullptr ? 0 : Ratio(page.ways.at(paging).at(way).elapsed, base->ways.at(paging).at(way).elapsed);
+    };
+  };
+  const std::string with = "with " + Count(few) + " rows, elapsed";
+  WriteByPlace(out, grown, ("\nwhole way : " + with).c_str(), growth(kWhole));
+  WriteByPlace(out, grown, ("\nlimit : " + with).c_str(), growth(kLimit));
+}
+
+void WriteLists(std::ostream& out, const std::vector<WaysResult>& results) {
+  out << "| | " << kRatioTitles << "|---|---|---|---|---|---|\n";
+  for (const WaysResult& result : results) {
+    for (std::size_t paging = 0; paging < kPagings; ++paging) {
+      out << Paging(result, paging) << Ratios(result, paging) << '\n';
+    }
+  }
+  out << kTimesTitle << "| | limit | handler | whole way | script |\n|---|---|---|---|---|\n";
+  for (const WaysResult& result : results) {
+    for (std::size_t paging = 0; paging < kPagings; ++paging) {
+      out << Paging(result, paging) << AllTaken(result, paging) << '\n';
+    }
   }
 }
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Readers.h"
@@ -17,14 +18,18 @@ enum Way : std::size_t { kLimit, kHandler, kWhole };
 inline constexpr std::size_t kPagings = 2;  ///< plain, exact
 inline constexpr std::array<const char*, kPagings> kPagingNames = {"plain", "exact"};
 
-/// The pages of one place and size.
-struct PageResult {
+/// What a request took in all ways.
+struct WaysResult {
   std::string product;
-  int rows = 0;  ///< of the table
-  int pageSize = 0;
-  std::size_t place = 0;                                      ///< index of `kPlaces`
   std::array<std::array<Series, kWhole + 1>, kPagings> ways;  ///< by paging and `Way`
   Series peer;
+};
+
+/// The pages of one place and size.
+struct PageResult : WaysResult {
+  int rows = 0;  ///< of the table
+  int pageSize = 0;
+  std::size_t place = 0;  ///< index of `kPlaces`
 };
 
 /// What a process costs that answers requests.
@@ -37,14 +42,54 @@ struct ProcessResult {
   double afterwards = 0;  ///< MiB, behind all pages
 };
 
+/// What one large answer took of a server that had just started.
+struct LargeResult {
+  std::string product;
+  std::string paging;
+  std::string what;
+  double answer = 0;  ///< MiB
+  double idle = 0;    ///< MiB resident before
+  double peak = 0;    ///< MiB at most while it was made
+};
+
+/// What a server had resident after so many requests.
+struct LongRunResult {
+  std::string product;
+  std::string paging;
+  std::vector<std::pair<int, double>> resident;  ///< requests, MiB
+};
+
+/// A request to a server with a small log, and to one with a log that is as large as it may become.
+struct LogResult {
+  std::string request;
+  Series small;
+  Series full;
+};
+
+struct Results {
+  std::vector<PageResult> pages;
+  std::vector<WaysResult> lists;  ///< of `kManyTables` tables
+  std::vector<ProcessResult> processes;
+  std::vector<LargeResult> large;
+  std::vector<LongRunResult> longRuns;
+  std::vector<LogResult> logs;
+};
+inline constexpr int kManyTables = 1000;
+
+/// Beside what is aimed at: what was measured.
+void WriteAims(std::ostream& out, const Results& results);
 /// Ratios and times of the next page in the middle.
 void WritePages(std::ostream& out, const std::vector<PageResult>& results);
-/// What the whole way takes, by the place of the page.
+/// Ratios by the place of the page.
 void WritePlaces(std::ostream& out, const std::vector<PageResult>& results);
-/// The same by the size of the table; nothing where all have one.
+/// What the whole way takes by the size of the table; nothing where all have one.
 void WriteGrowth(std::ostream& out, const std::vector<PageResult>& results);
-void WriteProcesses(std::ostream& out, const std::vector<ProcessResult>& results);
 /// Every median and 99th percentile, in microseconds, with tabs between.
 void WriteDetails(std::ostream& out, const std::vector<PageResult>& results);
+
+void WriteLists(std::ostream& out, const std::vector<WaysResult>& results);
+void WriteProcesses(std::ostream& out, const std::vector<ProcessResult>& results);
+void WriteMemory(std::ostream& out, const std::vector<LargeResult>& large, const std::vector<LongRunResult>& longRuns);
+void WriteLogs(std::ostream& out, const std::vector<LogResult>& results);
 
 }  // namespace ods::bench

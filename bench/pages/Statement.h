@@ -2,7 +2,9 @@
 // other programs read. Nothing of the server is in it.
 #pragma once
 
+#include <array>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -12,6 +14,28 @@ struct Statement {
   unsigned long maxRows = 0;  ///< SQL_ATTR_MAX_ROWS; 0 for none
   std::string text;           ///< UTF-8
 };
+
+/// What stands for a call of SQLTables: no statement begins so.
+inline constexpr std::string_view kTablesCall = "SQLTables:";
+
+/// The text of such a call with its catalogue, schema, table and types.
+inline std::string ListOfTables(const std::array<std::optional<std::string>, 4>& arguments) {
+  std::string text(kTablesCall);
+  for (const auto& argument : arguments) text += argument ? "=" + *argument + "\n" : "\n";
+  return text;
+}
+
+/// The arguments of the text that `ListOfTables` has made.
+inline std::array<std::optional<std::string>, 4> TablesArguments(std::string_view text) {
+  std::array<std::optional<std::string>, 4> arguments;
+  text.remove_prefix(kTablesCall.size());
+  for (auto& argument : arguments) {
+    const std::size_t end = text.find('\n');
+    if (text.starts_with('=')) argument = text.substr(1, end - 1);
+    text.remove_prefix(end + 1);
+  }
+  return arguments;
+}
 
 /// "<maxRows> <text>" with "\" and line breaks of the text written as "\\" and "\n".
 inline std::string ToLine(const Statement& statement) {

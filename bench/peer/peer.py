@@ -1,12 +1,13 @@
 #!/usr/bin/python3
-"""Answers the TableData and Ping requests of a queue folder from a database: what somebody would write who has Python,
-pyodbc and lxml, and wants no server. It is what the server is compared with (scripts/bench.sh --pages).
+"""Answers the TableData, TableList and Ping requests of a queue folder from a database: what somebody would write who has
+Python, pyodbc and lxml, and wants no server. It is what the server is compared with (scripts/bench.sh --pages).
 
 Usage: peer.py REQUESTS RESULTS, with an ODBC connection string in the environment variable PEER_CONNECTION.
 
-It knows the first page, the next page and a filter by equality, over a key of one column; it answers in the form of
-docs/protocol.md, with positions of its own. It is not made slow: the kernel tells it when a request arrives, statements
-have parameters, and a page is one statement, bounded by the number of its rows.
+It knows the list of tables, and the first, the next and the last page, over a key of one column and maybe a sort column
+without nulls, with filters that compare and a search in one field; it answers in the form of docs/protocol.md, with
+positions of its own. It is not made slow: the kernel tells it when a request arrives, statements have parameters, and a
+page is one statement, bounded by the number of its rows.
 """
 import ctypes
 import datetime
@@ -22,6 +23,7 @@ IN_MOVED_TO, IN_CREATE = 0x80, 0x100  # <sys/inotify.h>
 # The numbers of the protocol for what pyodbc calls the type of a column.
 TYPES = {int: "3", float: "5", bool: "11", str: "202", decimal.Decimal: "131", datetime.date: "133",
          datetime.time: "134", datetime.datetime: "135", bytes: "204", bytearray: "204"}
+OPERATORS = {"eq": "=", "lt": "<", "gt": ">", "lteq": "<=", "gteq": ">="}
 
 
 class Queue:
@@ -63,43 +65,69 @@ class Tables:
     def __init__(self, connection_string):
         self.connection = pyodbc.connect(connection_string, autocommit=True)
         self.quote = self.connection.getinfo(pyodbc.SQL_IDENTIFIER_QUOTE_CHAR).strip()
-        if "maodbc" in self.connection.getinfo(pyodbc.SQL_DRIVER_NAME):
+        driver = self.connection.getinfo(pyodbc.SQL_DRIVER_NAME)
+        self.like = "ILIKE" if "psqlodbc" in driver else "LIKE"
+        if "maodbc" in driver:
             self.connection.setdecoding(pyodbc.SQL_CHAR, encoding="utf-8")
             self.connection.setencoding(encoding="utf-8")
 
     def name(self, text):
         return self.quote + text.replace(self.quote, 2 * self.quote) + self.quote
 
+    def list(self):
+        """The response to a TableList request."""
+        root = etree.Element("XML")
+        tables = etree.SubElement(root, "Tables")
+        for name in sorted(row.table_name for row in self.connection.cursor().tables() if row.table_type != "SYSTEM TABLE"):
+            table = etree.SubElement(tables, "Table")
+            etree.SubElement(table, "Id").text = "[TABLE]" + name
+            etree.SubElement(table, "Caption").text = name
+        return root
+
     def page(self, request):
         """The response to a TableData request."""
         table = request.findtext("TableId").rpartition("]")[2]
         key = request.findtext("PrimaryKey")
+        order = [column for column in (request.findtext("SortColumn"), key) if column]
         size = int(request.findtext("PageSize"))
         fields = [field.text for field in request.iterfind("Fields/Field/Id")]
         conditions, values = [], []
         for condition in request.iterfind("Filter/Condition"):
-            conditions.append(self.name(condition.findtext("FieldId")) + "=?")
+            conditions.append(self.name(condition.findtext("FieldId")) + OPERATORS[condition.findtext("FilterOp") or "eq"] + "?")
             value = condition.findtext("Filter")
             values.append(int(value) if value.isdigit() else value)
+        if search := request.findtext("SearchString"):
+            conditions.append(self.name(request.findtext("SearchFields/Field/Id")) + " " + self.like + " ?")
+            values.append(request.findtext("SearchFields/Field/SearchString").replace("{0}", search))
         position = request.findtext("LastPos")
         goes_on = request.findtext("Navigate") == "gotonext" and position
+        backwards = request.findtext("Navigate") == "gotolast"
         if goes_on:
-            conditions.append(self.name(key) + ">?")
-            values.append(int(position))
+            *value, last = position.rsplit("|", 1)
+            if value:  # in this form every product finds the place in the index of the sort column
+                column = self.name(order[0])
+                conditions.append(f"{column}>=? AND ({column}>? OR {self.name(key)}>?)")
+                values += 2 * value
+            else:
+                conditions.append(self.name(key) + ">?")
+            values.append(int(last))
         sql = "SELECT " + ",".join(map(self.name, fields)) + " FROM " + self.name(table)
         if conditions:
             sql += " WHERE " + " AND ".join(conditions)
-        sql += f" ORDER BY {self.name(key)} LIMIT {size + 1}"
+        sql += " ORDER BY " + ",".join(self.name(column) + (" DESC" if backwards else "") for column in order)
+        sql += f" LIMIT {size + 1}"
         cursor = self.connection.execute(sql, values)
         rows = cursor.fetchall()
         more, rows = len(rows) > size, rows[:size]
+        if backwards:
+            rows.reverse()
 
         root = etree.Element("XML")
-        at = fields.index(key)
-        etree.SubElement(root, "FirstPosition").text = str(rows[0][at]) if rows else ""
-        etree.SubElement(root, "LastPosition").text = str(rows[-1][at]) if rows else ""
-        etree.SubElement(root, "HasNextPage").text = "1" if more else "0"
-        etree.SubElement(root, "HasPreviousPage").text = "1" if goes_on else "0"
+        at = [fields.index(column) for column in order]
+        for element, row in (("FirstPosition", rows[:1]), ("LastPosition", rows[-1:])):
+            etree.SubElement(root, element).text = "|".join(str(row[0][i]) for i in at) if row else ""
+        etree.SubElement(root, "HasNextPage").text = "1" if more and not backwards else "0"
+        etree.SubElement(root, "HasPreviousPage").text = "1" if goes_on or more and backwards else "0"
         columns = etree.SubElement(root, "Columns")
         for description in cursor.description:
             column = etree.SubElement(columns, "Column")
@@ -126,12 +154,14 @@ def main():
             request = etree.fromstring(text)
             if request.findtext("Type") == "TableData":
                 root = tables.page(request)
+            elif request.findtext("Type") == "TableList":
+                root = tables.list()
             elif request.findtext("Type") == "Ping":
                 root = etree.Element("XML")
                 etree.SubElement(root, "Ping").text = "OK"
             else:
                 raise ValueError("Unknown message type: " + (request.findtext("Type") or ""))
-        except (pyodbc.Error, etree.XMLSyntaxError, TypeError, ValueError) as error:
+        except (pyodbc.Error, etree.XMLSyntaxError, KeyError, TypeError, ValueError) as error:
             root = etree.Element("XML")
             etree.SubElement(root, "Error").text = "1000"
             etree.SubElement(root, "Message").text = str(error)

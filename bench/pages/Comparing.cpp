@@ -3,11 +3,12 @@
 // server and back, and a script that does the same (bench/peer). On the databases whose ODBC connection strings are in
 // ODS_BENCH_SQLITE, ODS_BENCH_POSTGRESQL and ODS_BENCH_MARIADB.
 //
-//   pages-compare PEER [--quick] [--rounds COUNT] [--details FILE]
+//   pages-compare PEER [--quick] [--rounds COUNT] [--requests COUNT] [--details FILE]
 //
 // PEER is the script. --quick leaves out the table of a million rows and takes fewer pages, --rounds reads each page so
-// often. Markdown tables on standard output; FILE gets every median and 99th percentile. What the statements of a page
-// are is looked up in a server that runs with pages-recorder.so.
+// often at most, --requests asks each server whose memory is watched so often. Markdown tables on standard output; FILE
+// gets every median and 99th percentile. What the statements of a page are is looked up in a server that runs with
+// pages-recorder.so.
 #include <array>
 #include <cstdlib>
 #include <exception>
@@ -17,6 +18,7 @@
 #include <string>
 
 #include "Comparison.h"
+#include "Numbers.h"
 #include "common/Error.h"
 #include "platform/system/System.h"
 
@@ -41,6 +43,8 @@ bool ReadOptions(int count, char** arguments, Options& options) {
       options.details = arguments[++i];
     } else if (argument == "--rounds" && i + 1 < count) {
       options.rounds = std::atoi(arguments[++i]);
+    } else if (argument == "--requests" && i + 1 < count) {
+      options.requests = std::atoi(arguments[++i]);
     } else if (!argument.starts_with('-') && options.peer.empty()) {
       options.peer = argument;
     } else {
@@ -56,14 +60,21 @@ void Compare(const Options& options) {
     const std::string connection = ods::EnvironmentVariable(product.variable);
     if (!connection.empty()) CompareOn(product.name, connection, options, results);
   }
+  std::cout << "\nBeside what is aimed at:\n\n";
+  WriteAims(std::cout, results);
+  std::cout << "\nThe next page in the middle, medians:\n\n";
   WritePages(std::cout, results.pages);
-  std::cout
-      << "\nThe whole way by the place of the page, elapsed: the first page, and the others as multiples of it.\n\n";
+  std::cout << "\nBy the place of the page, medians. ";
   WritePlaces(std::cout, results.pages);
-  std::cout << '\n';
   WriteGrowth(std::cout, results.pages);
-  std::cout << "\nThe processes.\n\n";
+  std::cout << "\n`TableList` of " << Count(kManyTables) << " tables, medians:\n\n";
+  WriteLists(std::cout, results.lists);
+  std::cout << "\nThe processes:\n\n";
   WriteProcesses(std::cout, results.processes);
+  std::cout << "\nMemory:\n\n";
+  WriteMemory(std::cout, results.large, results.longRuns);
+  std::cout << "\nA log as large as it may become beside a small one:\n\n";
+  WriteLogs(std::cout, results.logs);
   if (options.details.empty()) return;
   std::ofstream details(options.details);
   WriteDetails(details, results.pages);
@@ -74,7 +85,7 @@ void Compare(const Options& options) {
 int main(int count, char** arguments) {
   Options options;
   if (!ReadOptions(count, arguments, options)) {
-    std::cerr << "Usage: pages-compare PEER [--quick] [--rounds COUNT] [--details FILE]\n";
+    std::cerr << "Usage: pages-compare PEER [--quick] [--rounds COUNT] [--requests COUNT] [--details FILE]\n";
     return 2;
   }
   signal(SIGPIPE, SIG_IGN);
