@@ -1,6 +1,7 @@
 #include "common/Hex.h"
 
 #include <array>
+#include <utility>
 
 #include "common/Error.h"
 
@@ -66,6 +67,20 @@ Bytes HexToBytes(std::string_view text) {
   }
   if (half < size) bytes[half] = DigitValue(text.back());
   return bytes;
+}
+
+std::optional<std::string> TextOfHex(std::string_view digits) {
+  if (digits.size() % 2 != 0) return std::nullopt;
+  std::string text(digits.size() / 2, '\0');
+  int all = 0;  // negative once one of them was
+  const char* digit = digits.data();
+  for (char& byte : text) {
+    const int high = kDigitValues[static_cast<std::uint8_t>(*digit++)];
+    const int low = kDigitValues[static_cast<std::uint8_t>(*digit++)];
+    all |= high | low;
+    byte = static_cast<char>(high * 16 + low);
+  }
+  return all < 0 ? std::nullopt : std::optional(std::move(text));
 }
 
 }  // namespace ods

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,5 +25,8 @@ void AppendHex(std::string& text, std::uint8_t byte);
 /// AB 0C); where there is none (lengths 1, 5, 9, ...) the text cannot be decoded.
 /// Raises error 13 "Type mismatch" for that and for any character that is no hexadecimal digit.
 [[nodiscard]] Bytes HexToBytes(std::string_view text);
+
+/// The bytes of pairs of hexadecimal digits as a text; nothing where there is another character, or half a pair.
+[[nodiscard]] std::optional<std::string> TextOfHex(std::string_view digits);
 
 }  // namespace ods

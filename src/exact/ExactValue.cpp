@@ -83,17 +83,18 @@ bool IsNameOfNoNumber(std::string_view text) {
 }
 
 std::string BytesOf(std::string_view quoted, std::string_view digits) {
-  if (digits.size() % 2 != 0) RaiseNotQuoted(quoted);
-  const Bytes bytes = HexToBytes(digits);
-  return {bytes.begin(), bytes.end()};
+  std::optional<std::string> bytes = TextOfHex(digits);
+  if (!bytes) RaiseNotQuoted(quoted);
+  return *std::move(bytes);
 }
 
 /// The text behind a marker of two "Z", by which the encoding is told: UTF-8, or UTF-16 in either order of bytes.
-std::string EncodedText(std::string_view quoted, std::string bytes) {
-  constexpr std::string_view kUtf8("ZZ");
+std::string EncodedText(std::string_view quoted, std::string_view digits) {
+  constexpr std::string_view kUtf8("5A5A");
+  if (digits.starts_with(kUtf8)) return BytesOf(quoted, digits.substr(kUtf8.size()));
+  const std::string bytes = BytesOf(quoted, digits);
   constexpr std::string_view kLittleEndian("Z\0Z\0", 4);
   constexpr std::string_view kBigEndian("\0Z\0Z", 4);
-  if (bytes.starts_with(kUtf8)) return bytes.substr(kUtf8.size());
   const bool little = bytes.starts_with(kLittleEndian);
   if ((!little && !bytes.starts_with(kBigEndian)) || bytes.size() % 2 != 0) RaiseNotQuoted(quoted);
   const auto unit = [&](std::size_t at) {
@@ -180,7 +181,7 @@ ExactValue ExactValueOfQuoted(std::string_view quoted) {
   if (quoted == "NULL") return {};
   if (quoted == "Inf") return {Kind::kNumber, std::string(kInfinity)};
   if (quoted == "-Inf") return {Kind::kNumber, std::string(kMinusInfinity)};
-  if (quoted.starts_with('Z')) return {Kind::kText, EncodedText(quoted, BytesOf(quoted, quoted.substr(1)))};
+  if (quoted.starts_with('Z')) return {Kind::kText, EncodedText(quoted, quoted.substr(1))};
   if (quoted.starts_with('S')) return RealOf(quoted, quoted.substr(1), -kSqliteScaleExponent);
   const bool closed = quoted.ends_with('\'');
   if (closed && quoted.size() >= 2 && quoted.starts_with('\'')) {

@@ -63,8 +63,11 @@ std::optional<ExactView> ViewExactCell(const ExactCell& cell, const CellView& vi
 
 /// The value of any cell.
 ExactValue ReadExactCell(const ExactCell& cell, const CellView& view, double decimalFactor) {
+  if (cell.style == ReadStyle::kQuoted) {
+    const auto* const text = std::get_if<std::string_view>(&view);
+    return ExactValueOfQuoted(text != nullptr ? *text : SafeStr(ValueOf(view)));
+  }
   const Value value = ValueOf(view);
-  if (cell.style == ReadStyle::kQuoted) return ExactValueOfQuoted(SafeStr(value));
   ExactValue exact = ExactValueOf(value, cell.adoType);
   if (decimalFactor == kScaledDecimalFactor && HasDecimals(cell.adoType) && exact.kind == Kind::kNumber) {
     exact.text = ScaledNumber(value, decimalFactor);

@@ -119,6 +119,22 @@ std::size_t LongestStatement(const std::shared_ptr<Session>& session, const Prod
   }
 }
 
+/// Whether text that is fetched in bytes comes as UTF-8, beyond the basic plane too.
+bool GivesUtf8(const std::shared_ptr<Session>& session) {
+  const std::string text = "Zo\xC3\xAB \xC3\x98 \xE2\x82\xAC \xF0\x9F\x98\x80";
+  try {
+    auto statement = std::make_unique<Statement>(session);
+    statement->Execute("SELECT '" + text + "'");
+    std::array<char, 64> given{};
+    SQLLEN length = 0;
+    statement->Check(SQLBindCol(statement->Get(), 1, SQL_C_CHAR, given.data(), given.size(), &length));
+    statement->Check(SQLFetch(statement->Get()));
+    return length == static_cast<SQLLEN>(text.size()) && text == given.data();
+  } catch (const Error&) {
+    return false;
+  }
+}
+
 }  // namespace
 
 OdbcDatabase::OdbcDatabase(const std::string& connectionString, const DriverLimits& limits)
@@ -136,6 +152,7 @@ OdbcDatabase::OdbcDatabase(const std::string& connectionString, const DriverLimi
   if (productRule_->miscountsWideCells) session_->UseNarrowCells();
   if (productRule_->sessionStatement != nullptr) Statement(session_).Execute(productRule_->sessionStatement);
   longestStatement_ = LongestStatement(session_, *productRule_);
+  if (driverRule_->mayGiveUtf8 && GivesUtf8(session_)) session_->UseNarrowCells();
 }
 
 std::string OdbcDatabase::Property(std::string_view name) const { return PropertyOf(properties_, name); }

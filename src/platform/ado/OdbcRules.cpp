@@ -49,7 +49,7 @@ constexpr ProductRule kOtherProduct = {};
 /// And odbc-postgresql 13.02.
 constexpr std::array<DriverRule, 2> kDriverRules = {{
     {.name = "maodbc", .formatsErrors = true, .connectLimit = "CONN_TIMEOUT", .longestName = 256},
-    {.name = "psqlodbc", .inventsDates = true},
+    {.name = "psqlodbc", .inventsDates = true, .mayGiveUtf8 = true},
 }};
 constexpr DriverRule kOtherDriver = {};
 

@@ -57,6 +57,9 @@ struct DriverRule {
   bool formatsErrors = false;
   /// A date that does not fit its structure comes as today's there, and as zeros in a text.
   bool inventsDates = false;
+  /// Its text in bytes is UTF-8 as it comes from the database, with no conversion on the way, where the environment of
+  /// the process names UTF-8; elsewhere the driver refuses a row whose text the locale lacks. To be tried.
+  bool mayGiveUtf8 = false;
   /// What its connection string calls the limit for connecting, where it does not take SQL_ATTR_LOGIN_TIMEOUT.
   std::string_view connectLimit = {};
   /// SQLStatistics writes beyond its buffers for a longer name of a table, in bytes of UTF-8.

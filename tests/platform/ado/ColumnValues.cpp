@@ -14,6 +14,8 @@
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
 #include "platform/ado/AdoTestSupport.h"
+#include "support/EnvironmentValue.h"
+#include "support/GatheredRows.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods {
@@ -180,24 +182,41 @@ class ColumnValues : public ::testing::Test {
     for (const std::size_t column : columns) sql += ", " + ColumnName(column);
     sql += std::string(" FROM ") + kTable + " WHERE pattern=" + std::to_string(pattern) +
            " AND id>=" + std::to_string(first) + " ORDER BY id";
-    const auto rows = connection_->OpenRecordSet(sql, most);
-    int row = first;
-    for (; !rows->AtEnd(); rows->MoveNext(), ++row) {
-      ASSERT_EQ(SafeLng(rows->Item(0)), row);
-      for (std::size_t i = 0; i < columns.size(); ++i) {
-        const ColumnCase& type = types_[columns[i]];
-        const std::optional<std::string>& wanted =
-            truth_[static_cast<std::size_t>(pattern)][static_cast<std::size_t>(row)][columns[i]];
-        const Value& value = rows->Item(i + 1);
-        const std::string given = value.IsNull() ? "null" : TextOf(type.form, value);
-        if (given == wanted.value_or("null") && value.IsNull() != wanted.has_value()) continue;
-        if (++wrong_[type.type] > 3) continue;  // a few tell as much as thousands
-        ADD_FAILURE() << type.type << ", " << kNullPatterns[pattern].name << ", row " << row << ", " << columns.size()
-                      << " columns, at most " << most << " rows: " << given.substr(0, 80) << " where the database has "
-                      << wanted.value_or("null").substr(0, 80);
+    for (const bool asCells : {false, true}) {
+      int row = first;
+      for (const std::vector<Value>& values : asCells ? ReadAsCells(sql, most) : ReadAsValues(sql, most)) {
+        ASSERT_EQ(SafeLng(values[0]), row);
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+          const ColumnCase& type = types_[columns[i]];
+          const std::optional<std::string>& wanted =
+              truth_[static_cast<std::size_t>(pattern)][static_cast<std::size_t>(row)][columns[i]];
+          const Value& value = values[i + 1];
+          const std::string given = value.IsNull() ? "null" : TextOf(type.form, value);
+          if (given == wanted.value_or("null") && value.IsNull() != wanted.has_value()) continue;
+          if (++wrong_[type.type] > 3) continue;  // a few tell as much as thousands
+          ADD_FAILURE() << type.type << ", " << kNullPatterns[pattern].name << ", row " << row << ", " << columns.size()
+                        << " columns, at most " << most << " rows, " << (asCells ? "cells: " : "values: ")
+                        << given.substr(0, 80) << " where the database has " << wanted.value_or("null").substr(0, 80);
+        }
+        ++row;
       }
+      EXPECT_EQ(row, most == 0 ? kRows : std::min(kRows, first + most)) << sql;
     }
-    EXPECT_EQ(row, most == 0 ? kRows : std::min(kRows, first + most)) << sql;
+  }
+
+  [[nodiscard]] std::vector<std::vector<Value>> ReadAsValues(const std::string& sql, int most) const {
+    std::vector<std::vector<Value>> rows;
+    for (const auto read = connection_->OpenRecordSet(sql, most); !read->AtEnd(); read->MoveNext()) {
+      std::vector<Value>& row = rows.emplace_back();
+      for (std::size_t i = 0; i < read->Fields().size(); ++i) row.push_back(read->Item(i));
+    }
+    return rows;
+  }
+
+  [[nodiscard]] std::vector<std::vector<Value>> ReadAsCells(const std::string& sql, int most) const {
+    const auto rows = std::make_shared<test::GatheredRows>();
+    connection_->OpenStream(sql, most, false, rows)->ReadToEnd();
+    return std::move(rows->rows);
   }
 
   void CompareAlone() {
@@ -537,6 +556,8 @@ TEST_F(MariaDbColumnValues, CoverTheTypesOfTheDriverAndTheServer) {
 
 class PostgreSqlColumnValues : public ServerColumnValues {
  protected:
+  /// @param encoding of the client, as the driver takes it from the environment: text comes as UTF-8 where it is that
+  explicit PostgreSqlColumnValues(const char* encoding = "UTF8") : encoding_("PGCLIENTENCODING", encoding) {}
   void SetUp() override {
     Connect("ODS_TEST_POSTGRESQL_SCRATCH");
     if (connectionString_.empty()) return;
@@ -564,7 +585,13 @@ class PostgreSqlColumnValues : public ServerColumnValues {
     return "coalesce(encode(convert_to((" + expression + ")::text, 'UTF8'), 'hex'), '-')";
   }
 
+  test::EnvironmentValue encoding_;
   std::string schema_ = UniqueName() + "_values";
+};
+
+class PostgreSqlColumnValuesInLatin1 : public PostgreSqlColumnValues {
+ protected:
+  PostgreSqlColumnValuesInLatin1() : PostgreSqlColumnValues("LATIN1") {}
 };
 
 std::vector<ColumnCase> PostgreSqlTypes() {
@@ -692,6 +719,12 @@ std::vector<ColumnCase> PostgreSqlTypes() {
 }
 
 TEST_F(PostgreSqlColumnValues, ComeOutAsTheDatabasesOwnText) {
+  types_ = PostgreSqlTypes();
+  MakeTable();
+  CompareInEveryWay();
+}
+
+TEST_F(PostgreSqlColumnValuesInLatin1, ComeOutAsTheDatabasesOwnText) {
   types_ = PostgreSqlTypes();
   MakeTable();
   CompareInEveryWay();

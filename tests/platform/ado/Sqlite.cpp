@@ -9,6 +9,7 @@
 #include "common/Text.h"
 #include "platform/ado/Ado.h"
 #include "platform/ado/AdoTestSupport.h"
+#include "support/GatheredRows.h"
 #include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 
@@ -398,6 +399,78 @@ TEST_F(SqliteTest, AnErrorOnTheWayIsRaisedAndNotTakenForTheEnd) {
     EXPECT_RAISES(Read(std::string("SELECT ") + columns + " FROM t WHERE abs(i) > 0 ORDER BY rowid"), Hex(0x80004005),
                   HasSubstr("integer overflow"));
   }
+}
+
+TEST_F(SqliteTest, AStreamGivesASinkAllRowsAcrossHandOvers) {
+  constexpr std::size_t kRows = 10'000;  // more than one hand-over has
+  const std::string sql = "WITH RECURSIVE s(n) AS (SELECT 1 UNION ALL SELECT n+1 FROM s WHERE n<" +
+                          std::to_string(kRows) + ") SELECT n, 'row '||n AS t FROM s";
+  const auto rows = std::make_shared<test::GatheredRows>();
+  connection_->OpenStream(sql, 0, false, rows)->ReadToEnd();
+  ASSERT_EQ(rows->rows.size(), kRows);
+  for (std::size_t i = 0; i < kRows; ++i) {
+    ASSERT_EQ(SafeStr(rows->rows[i][0]), std::to_string(i + 1));
+    ASSERT_EQ(SafeStr(rows->rows[i][1]), "row " + std::to_string(i + 1));
+  }
+  const auto few = std::make_shared<test::GatheredRows>();
+  connection_->OpenStream(sql, 7, false, few)->ReadToEnd();
+  EXPECT_EQ(few->rows.size(), 7U);
+}
+
+TEST_F(SqliteTest, ASinkGetsTheFieldsOfAResultWithoutRows) {
+  const auto rows = std::make_shared<test::GatheredRows>();
+  connection_->OpenStream("SELECT 1 AS one, 'x' AS x WHERE 1=0", 0, false, rows)->ReadToEnd();
+  ASSERT_EQ(rows->fields.size(), 2U);
+  EXPECT_EQ(rows->fields[0].name, "one");
+  EXPECT_TRUE(rows->rows.empty());
+}
+
+TEST_F(SqliteTest, ASinkThatHasEnoughEndsItsStatement) {
+  Run("CREATE TABLE enough (id INTEGER)");
+  Run("INSERT INTO enough WITH RECURSIVE s(n) AS (SELECT 1 UNION ALL SELECT n+1 FROM s WHERE n<500) SELECT n FROM s");
+  const auto rows = std::make_shared<test::GatheredRows>();
+  rows->wanted = 3;
+  const auto stream = connection_->OpenStream("SELECT id FROM enough ORDER BY id", 0, false, rows);
+  stream->ReadToEnd();
+  EXPECT_EQ(rows->rows.size(), 3U);
+  Run("DROP TABLE enough");  // no lock is left while the stream is there
+  stream->ReadToEnd();
+  EXPECT_EQ(rows->rows.size(), 3U);
+}
+
+/// Raises an error at a row, or at the fields.
+class RaisingSink final : public RowSink {
+ public:
+  explicit RaisingSink(int row) : row_(row) {}
+  void Begin(const std::vector<Field>& /*fields*/) override {
+    if (row_ == 0) throw Error(error_number::kOwn, "fields");
+  }
+  [[nodiscard]] bool Take(std::span<const CellView> /*row*/) override {
+    if (++taken == row_) throw Error(error_number::kOwn, "row " + std::to_string(row_));
+    return true;
+  }
+  int taken = 0;
+
+ private:
+  int row_;
+};
+
+TEST_F(SqliteTest, AnErrorOfTheSinkIsRaisedByTheReading) {
+  for (const int row : {0, 1, 2}) {
+    const auto sink = std::make_shared<RaisingSink>(row);
+    const auto stream = connection_->OpenStream("SELECT 1 UNION SELECT 2 UNION SELECT 3", 0, false, sink);
+    EXPECT_RAISES(stream->ReadToEnd(), error_number::kOwn, row == 0 ? "fields" : "row " + std::to_string(row));
+    EXPECT_EQ(sink->taken, row);
+    stream->ReadToEnd();
+    EXPECT_EQ(sink->taken, row) << "nothing is given to it any more";
+  }
+}
+
+TEST_F(SqliteTest, ADriversErrorOnTheWayOfAStreamIsRaisedAtItsRow) {
+  const auto rows = std::make_shared<test::GatheredRows>();
+  const std::string sql = "SELECT abs(n) FROM (SELECT 1 AS n UNION ALL SELECT -9223372036854775807-1)";
+  EXPECT_RAISES(connection_->OpenStream(sql, 0, false, rows)->ReadToEnd(), error_number::kGeneralFailure,
+                ::testing::HasSubstr("integer overflow"));
 }
 
 TEST_F(SqliteTest, TheTablesSchemaMatchesANameAsItIs) {
