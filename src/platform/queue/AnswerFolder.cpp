@@ -29,15 +29,17 @@ std::optional<std::string> TakeAnswer(const std::string& folder, const std::stri
   const FileHandle arrived(open((folder + "/new").c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!arrived) {
     if (errno == ENOENT) return std::nullopt;
-    RaiseSystemError("Unable to read the queue folder \"" + folder + "\"", errno);
+    RaiseSystemError("Unable to read the queue folder \"" + folder + "\"", LastSystemError());
   }
-  const FileHandle file = OpenForReading(arrived, fileName);
-  if (!file && errno == ENOENT) return std::nullopt;
+  const OpenedFile opened = OpenForReading(arrived, fileName);
+  if (opened.failure == std::errc::no_such_file_or_directory) return std::nullopt;
   const std::string what = "The answer \"" + fileName + "\" in the queue folder \"" + folder + "\"";
-  if (!file) RaiseSystemError(what + " cannot be read", errno);
+  if (!opened) RaiseSystemError(what + " cannot be read", opened.failure);
+  const FileHandle& file = opened.file;
   if (!FactsOf(file).plain) throw Error(error_number::kOwn, what + " is not a plain file.");
   std::string text = ReadWhole(file, kMaxAnswerBytes, what);
-  if (unlinkat(arrived.Get(), fileName.c_str(), 0) != 0) RaiseSystemError(what + " cannot be removed", errno);
+  if (unlinkat(arrived.Get(), fileName.c_str(), 0) != 0)
+    RaiseSystemError(what + " cannot be removed", LastSystemError());
   return text;
 }
 

@@ -107,12 +107,12 @@ class FolderQueue final : public Queue {
   bool TakeHeld();
   Claim TakeNext(const std::string& fileName);
   Claim Take(const std::string& fileName);
-  Claim TakeUnopened(const std::string& fileName, int failure);
+  Claim TakeUnopened(const std::string& fileName, const std::error_code& failure);
   Claim TakeLocked(const std::string& fileName, FileHandle file, const FileFacts& facts);
   Claim TakeAbandoned(const std::string& fileName);
   bool GiveUp(const FileHandle& from, const std::string& fileName, const std::string& problem);
   Claim Reject(const std::string& fileName, const std::string& problem);
-  [[nodiscard]] int SendFile(const std::string& fileName) const;
+  [[nodiscard]] std::error_code SendFile(const std::string& fileName) const;
 
   const bool synced_;
   std::string path_;
@@ -217,21 +217,22 @@ Claim FolderQueue::TakeNext(const std::string& fileName) {
 }
 
 Claim FolderQueue::Take(const std::string& fileName) {
-  FileHandle file = OpenForReading(folder_->New(), fileName);
-  if (!file) return TakeUnopened(fileName, errno);
+  OpenedFile opened = OpenForReading(folder_->New(), fileName);
+  if (!opened) return TakeUnopened(fileName, opened.failure);
+  FileHandle& file = opened.file;
   const FileFacts facts = FactsOf(file);
   if (!facts.plain) return Reject(fileName, "is not a plain file.");
   if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno == EWOULDBLOCK) return Claim::kBusy;  // another server is taking it, or putting it back
-    RaiseSystemError("Unable to lock a message in the queue folder \"" + path_ + "\"", errno);
+    RaiseSystemError("Unable to lock a message in the queue folder \"" + path_ + "\"", LastSystemError());
   }
   const auto named = FactsOf(folder_->New(), fileName);
   if (!named || !named->IsSameFile(facts)) return named ? Claim::kBusy : Claim::kGone;
   return TakeLocked(fileName, std::move(file), facts);
 }
 
-Claim FolderQueue::TakeUnopened(const std::string& fileName, int failure) {
-  switch (failure) {
+Claim FolderQueue::TakeUnopened(const std::string& fileName, const std::error_code& failure) {
+  switch (failure.value()) {
     case ENOENT:
       return Claim::kGone;
     case ELOOP:
@@ -243,7 +244,7 @@ Claim FolderQueue::TakeUnopened(const std::string& fileName, int failure) {
     case ENOMEM:
       RaiseSystemError("Unable to open a message in the queue folder \"" + path_ + "\"", failure);
     default:
-      return Reject(fileName, "cannot be read: " + SystemErrorText(failure));
+      return Reject(fileName, "cannot be read: " + failure.message());
   }
 }
 
@@ -259,15 +260,16 @@ Claim FolderQueue::TakeLocked(const std::string& fileName, FileHandle file, cons
   }
   std::string id = IdOf(fileName);
   if (!MessageFileName(id)) return Reject(fileName, "");
-  int failure = MoveFile(folder_->New(), fileName, folder_->Cur(), fileName);
-  if (failure == EEXIST) {
+  std::error_code failure = MoveFile(folder_->New(), fileName, folder_->Cur(), fileName);
+  if (failure == std::errc::file_exists) {
     const auto named = FactsOf(folder_->Cur(), fileName);
     if (!named || !named->IsSameFile(facts)) return TakeAbandoned(fileName);
     // Where files are moved by a second name, a server that died can leave both: this message is the one in `cur`.
-    failure = unlinkat(folder_->New().Get(), fileName.c_str(), 0) == 0 ? 0 : errno;
+    failure = unlinkat(folder_->New().Get(), fileName.c_str(), 0) == 0 ? std::error_code() : LastSystemError();
   }
-  if (failure == ENOENT) return folder_->HasAllParts() ? Claim::kGone : Claim::kFoldersGone;
-  if (failure != 0) RaiseSystemError("Unable to take a message in the queue folder \"" + path_ + "\"", failure);
+  if (failure == std::errc::no_such_file_or_directory)
+    return folder_->HasAllParts() ? Claim::kGone : Claim::kFoldersGone;
+  if (failure) RaiseSystemError("Unable to take a message in the queue folder \"" + path_ + "\"", failure);
   taken_ = TakenMessage{.id = std::move(id),
                         .problem = "",
                         .fileName = fileName,
@@ -320,7 +322,8 @@ void FolderQueue::RemoveTaken() {
   if (taken_ && taken_->problem.empty()) {
     const std::string& name = taken_->fileName;
     if (unlinkat(taken_->folder->Cur().Get(), name.c_str(), 0) != 0 && errno != ENOENT) {
-      RaiseSystemError("Unable to remove an answered message from the queue folder \"" + path_ + "\"", errno);
+      RaiseSystemError("Unable to remove an answered message from the queue folder \"" + path_ + "\"",
+                       LastSystemError());
     }
     if (taken_->hasTries) taken_->folder->ForgetTries(name);
     if (waiting_) waiting_->Forget(name);
@@ -345,7 +348,7 @@ void FolderQueue::PutBack() {
   TakenMessage message = *std::exchange(taken_, std::nullopt);
   const std::string& name = message.fileName;
   const bool lies = message.problem.empty() && message.folder == folder_ && waiting_;
-  if (lies && MoveFile(folder_->Cur(), name, folder_->New(), name) == 0) {
+  if (lies && !MoveFile(folder_->Cur(), name, folder_->New(), name)) {
     waiting_->Postpone(name);
     return;
   }
@@ -362,68 +365,74 @@ class OutgoingFile {
         name_(std::to_string(CurrentProcessId()) + "." + RandomNamePart()),
         file_(
             openat(tmp.Get(), name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR)),
-        failure_(file_ ? 0 : errno) {}
+        failure_(file_ ? std::error_code() : LastSystemError()) {}
   ~OutgoingFile() {
-    if (failure_ == 0 && !sent_) unlinkat(tmp_.Get(), name_.c_str(), 0);
+    if (!failure_ && !sent_) unlinkat(tmp_.Get(), name_.c_str(), 0);
   }
   OutgoingFile(const OutgoingFile&) = delete;
   OutgoingFile& operator=(const OutgoingFile&) = delete;
   OutgoingFile(OutgoingFile&&) = delete;
   OutgoingFile& operator=(OutgoingFile&&) = delete;
 
-  /// Gives the system's error number, 0 when the message waits in `folder` as `fileName`.
+  /// No error when the message waits in `folder` as `fileName`.
   /// @param synced the text is on the disk before anybody sees it, and its name before this returns
-  int FillAndSend(std::string_view text, const FileHandle& folder, const std::string& fileName, bool synced) {
+  std::error_code FillAndSend(std::string_view text, const FileHandle& folder, const std::string& fileName,
+                              bool synced) {
     if (!file_) return failure_;
     QueueFolders::Share(file_, folder);
-    if (const int failure = Fill(text, synced); failure != 0) return failure;
-    const int failure = MoveFile(tmp_, name_, folder, fileName);
-    sent_ = failure == 0;
+    if (const auto failure = Fill(text, synced)) return failure;
+    const std::error_code failure = MoveFile(tmp_, name_, folder, fileName);
+    sent_ = !failure;
     return sent_ && synced ? Sync(folder) : failure;
   }
-  /// Gives the system's error number, 0 when all of the text was written.
-  int Fill(std::string_view text, bool synced) {
+  /// No error when all of the text was written.
+  std::error_code Fill(std::string_view text, bool synced) {
     if (!file_) return failure_;
-    if (const int failure = WriteAll(file_.Get(), text); failure != 0) return failure;
-    if (const int failure = synced ? Sync(file_) : 0; failure != 0) return failure;
+    if (const auto failure = WriteAll(file_, text)) return failure;
+    if (const auto failure = synced ? Sync(file_) : std::error_code()) return failure;
     return file_.Close();
   }
 
  private:
-  static int Sync(const FileHandle& file) { return fsync(file.Get()) == 0 ? 0 : errno; }
+  static std::error_code Sync(const FileHandle& file) {
+    return fsync(file.Get()) == 0 ? std::error_code() : LastSystemError();
+  }
 
   const FileHandle& tmp_;
   std::string name_;
   FileHandle file_;
-  int failure_;  ///< why there is no file
+  std::error_code failure_;  ///< why there is no file
   bool sent_ = false;
 };
 
 /// True for the failures that a smaller message, or room made by others, can mend.
-bool IsLackOfRoom(int failure) { return failure == ENOSPC || failure == EDQUOT || failure == EFBIG; }
+bool IsLackOfRoom(const std::error_code& failure) {
+  return failure == std::errc::no_space_on_device || failure == std::errc::file_too_large || failure.value() == EDQUOT;
+}
 
 void FolderQueue::Send(const std::string& id) {
   const std::string fileName = RequireFileName(id);
   RequireFolders();
-  int failure = SendFile(fileName);
-  if (failure == ENOENT) {  // one of the folders was cleared away in between
+  std::error_code failure = SendFile(fileName);
+  if (failure == std::errc::no_such_file_or_directory) {  // one of the folders was cleared away in between
     OpenFolders();
     failure = SendFile(fileName);
   }
-  if (failure == EEXIST) throw Error(error_number::kFileExists, ShownMessage(id) + " is waiting already.");
-  if (failure == 0) return;
+  if (failure == std::errc::file_exists)
+    throw Error(error_number::kFileExists, ShownMessage(id) + " is waiting already.");
+  if (!failure) return;
   throw Error(IsLackOfRoom(failure) ? error_number::kDiskFull : error_number::kOwn,
-              ShownMessage(id) + " cannot be sent to the queue folder \"" + path_ + "\": " + SystemErrorText(failure));
+              ShownMessage(id) + " cannot be sent to the queue folder \"" + path_ + "\": " + failure.message());
 }
 
-int FolderQueue::SendFile(const std::string& fileName) const {
+std::error_code FolderQueue::SendFile(const std::string& fileName) const {
   return OutgoingFile(folder_->Tmp()).FillAndSend(outgoing_, folder_->New(), fileName, synced_ || folder_->WantsSync());
 }
 
 bool FolderQueue::CanSend() {
   try {
     RequireFolders();
-    return OutgoingFile(folder_->Tmp()).Fill("x", false) == 0;
+    return !OutgoingFile(folder_->Tmp()).Fill("x", false);
   } catch (const Error&) {
     return false;
   }

@@ -22,14 +22,14 @@ constexpr std::string_view kMessageEnd = ".xml";
 constexpr mode_t kPrivateFile = S_IRUSR | S_IWUSR;
 constexpr std::int64_t kStaleSeconds = std::int64_t{36} * 3600;
 
-void RequireMade(int failure, const std::string& shownPath) {
-  if (failure == 0 || failure == EEXIST) return;
+void RequireMade(const std::error_code& failure, const std::string& shownPath) {
+  if (!failure || failure == std::errc::file_exists) return;
   RaiseSystemError("Unable to create the queue folder \"" + shownPath + "\"", failure);
 }
 
 FileHandle OpenFolder(int parent, const std::string& name, int extraFlags, const std::string& shownPath) {
   FileHandle folder(openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | extraFlags));
-  if (!folder) RaiseSystemError("Unable to open the queue folder \"" + shownPath + "\"", errno);
+  if (!folder) RaiseSystemError("Unable to open the queue folder \"" + shownPath + "\"", LastSystemError());
   return folder;
 }
 
@@ -65,12 +65,11 @@ QueueFolders::QueueFolders(std::string path)
 
 QueueFolders::Part QueueFolders::OpenPart(const std::string& name) const {
   const std::string shownPath = path_ + "/" + name;
-  const int failure = MakePrivateFolder(root_, name);
+  const std::error_code failure = MakePrivateFolder(root_, name);
   RequireMade(failure, shownPath);
   FileHandle folder = OpenFolder(root_.Get(), name, O_NOFOLLOW, shownPath);
-  if (failure == 0 && IsShared(rootFacts_) &&
-      fchmod(folder.Get(), S_ISGID | S_IRWXU | (rootFacts_.mode & S_IRWXG)) != 0) {
-    RaiseSystemError("Unable to share the queue folder \"" + shownPath + "\"", errno);
+  if (!failure && IsShared(rootFacts_) && fchmod(folder.Get(), S_ISGID | S_IRWXU | (rootFacts_.mode & S_IRWXG)) != 0) {
+    RaiseSystemError("Unable to share the queue folder \"" + shownPath + "\"", LastSystemError());
   }
   const FileFacts facts = FactsOf(folder);
   return {std::move(folder), facts};
@@ -86,7 +85,7 @@ bool QueueFolders::StillThere() const {
 }
 
 void QueueFolders::Sync() const {
-  if (fsync(root_.Get()) != 0) RaiseSystemError("Unable to sync the queue folder \"" + path_ + "\"", errno);
+  if (fsync(root_.Get()) != 0) RaiseSystemError("Unable to sync the queue folder \"" + path_ + "\"", LastSystemError());
 }
 
 bool QueueFolders::HasAllParts() const {
@@ -106,7 +105,7 @@ void QueueFolders::Share(const FileHandle& file, const FileHandle& folder) {
 }
 
 int QueueFolders::Tries(const std::string& name) const {
-  const FileHandle file = OpenForReading(Cur(), TriesName(name));
+  const FileHandle file = OpenForReading(Cur(), TriesName(name)).file;
   if (!file) return 0;
   std::array<char, 8> text{};
   const ssize_t length = read(file.Get(), text.data(), text.size());
@@ -134,13 +133,13 @@ int QueueFolders::CountTry(const std::string& name) const {
   ForgetTries(name);
   const FileHandle file(
       openat(Cur().Get(), TriesName(name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kPrivateFile));
-  if (!file || WriteAll(file.Get(), std::to_string(tries)) != 0) return 0;
+  if (!file || WriteAll(file, std::to_string(tries))) return 0;
   Share(file, Cur());
   return tries;
 }
 
 FileHandle QueueFolders::LockAbandoned(const std::string& name) const {
-  FileHandle message = OpenForReading(Cur(), name);
+  FileHandle message = OpenForReading(Cur(), name).file;
   if (!message || flock(message.Get(), LOCK_EX | LOCK_NB) != 0) return {};  // somebody alive has it
   const auto named = FactsOf(Cur(), name);
   return named && named->IsSameFile(FactsOf(message)) ? std::move(message) : FileHandle();
@@ -166,12 +165,12 @@ void QueueFolders::RemoveStaleParts() const {
 
 bool QueueFolders::MoveToFailed(const FileHandle& from, const std::string& name) const {
   constexpr int kNumberedNames = 100;  // then a random name, so that a flood of one id does not try for ever
-  int failure = MoveFile(from, name, Failed(), name);
-  for (int number = 1; failure == EEXIST && number <= kNumberedNames; ++number) {
+  std::error_code failure = MoveFile(from, name, Failed(), name);
+  for (int number = 1; failure == std::errc::file_exists && number <= kNumberedNames; ++number) {
     failure = MoveFile(from, name, Failed(), name + "." + std::to_string(number));
   }
-  if (failure == EEXIST) failure = MoveFile(from, name, Failed(), name + "." + RandomNamePart());
-  return failure == 0;
+  if (failure == std::errc::file_exists) failure = MoveFile(from, name, Failed(), name + "." + RandomNamePart());
+  return !failure;
 }
 
 }  // namespace ods
