@@ -219,7 +219,8 @@ Value OdbcRecordSet::BoundValue(const Column& column) {
     return CellValue(column.kind, type, cell.first(static_cast<std::size_t>(indicator)));
   }
   if (blockSize_ > 1) {
-    statement_->Check(SQLSetPos(statement_->Get(), row_ + 1, SQL_POSITION, SQL_LOCK_NO_CHANGE));
+    statement_->Check(
+        SQLSetPos(statement_->Get(), static_cast<SQLSETPOSIROW>(row_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE));
   }
   if (indicator == kNotWritten) return ReadPieces(column, 0);
   return ReadPieces(column, indicator > 0 ? static_cast<std::size_t>(indicator) : room);

@@ -6,10 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <sql.h>
-#include <sqlext.h>
-#include <sqlucode.h>
 
+#include "OdbcApi.h"
 #include "common/Value.h"
 
 namespace ods::odbc {

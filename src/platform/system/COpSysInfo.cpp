@@ -58,6 +58,11 @@ COpSysInfo::COpSysInfo(std::string name, std::string version, std::string machin
   minor_ = TakeNumber(numbers);
 }
 
+bool COpSysInfo::NeedsElevation() const {
+  constexpr std::int32_t kFirstWithElevation = 6;
+  return name_ == kWindowsName && major_ >= kFirstWithElevation;
+}
+
 std::string COpSysInfo::Description() const {
   std::string text = name_ + " " + version_;
   if (!machine_.empty()) text += ", " + machine_;

@@ -74,6 +74,17 @@ TEST(COpSysInfo, TheDistributionMayBeUntold) {
   EXPECT_EQ(DistributionOf("PRETTY_NAME=\"\\"), "\\");
 }
 
+TEST(COpSysInfo, WindowsNeedsElevationFromVersionSixOn) {
+  const auto needs = [](const char* name, const char* version) {
+    return COpSysInfo(name, version, "x86_64", "").NeedsElevation();
+  };
+  EXPECT_TRUE(needs("Windows", "6.0.6001"));
+  EXPECT_TRUE(needs("Windows", "10.0.19045"));
+  EXPECT_FALSE(needs("Windows", "5.2.3790"));
+  EXPECT_FALSE(needs("Windows", ""));
+  EXPECT_FALSE(needs("Linux", "6.1.0"));
+}
+
 TEST(COpSysInfo, DescribesAllThatIsTold) {
   EXPECT_EQ(COpSysInfo("Linux", "6.1.0", "x86_64", "PRETTY_NAME=Debian").Description(), "Linux 6.1.0, x86_64, Debian");
   EXPECT_EQ(COpSysInfo("Linux", "6.1.0", "", "").Description(), "Linux 6.1.0");

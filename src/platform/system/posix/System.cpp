@@ -74,6 +74,13 @@ void EndProcessNow(int status) {
 
 std::uint32_t CurrentProcessId() { return static_cast<std::uint32_t>(getpid()); }
 
+std::vector<std::string> ProgramArguments(int argc, const char* const* argv) {
+  if (argc < 1) return {};
+  return {argv + 1, argv + argc};
+}
+
+std::optional<std::string> RawCommandLine() { return std::nullopt; }
+
 std::string CurrentUserName() { return UserFact(&passwd::pw_name); }
 
 std::string ComputerName() {
