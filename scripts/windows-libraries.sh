@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Makes the sysroot that the Windows presets build against, in build/windows-sysroot: pugixml, GoogleTest and libxml2 (for
-# the tests) from Debian's sources, the headers of CLI11 and toml++ from Debian's packages. What is there already and of
-# the same versions is left as it is.
+# Makes the sysroot that the Windows presets build against, in build/windows-sysroot: pugixml from Debian's sources, the
+# headers of CLI11 and toml++ from Debian's packages; for the tests GoogleTest, libxml2 and SQLite from Debian's sources.
+# A sysroot that is there already and of the same versions is left as it is.
 #
 # Sources are fetched through lists of this script's own, so it changes nothing in those of the machine.
 set -euo pipefail
@@ -15,7 +15,7 @@ readonly sysroot
 
 # Which versions the sysroot was made of; a part that was not finished has none.
 wanted() {
-  dpkg-query --show libpugixml-dev libxml2-dev googletest libcli11-dev libtomlplusplus-dev g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
+  dpkg-query --show libpugixml-dev libxml2-dev libsqlite3-dev googletest libcli11-dev libtomlplusplus-dev g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
   cat -- "${BASH_SOURCE[0]}" | cksum
 }
 if [[ -f $sysroot/made-of && $(<"$sysroot/made-of") == "$(wanted)" ]]; then
@@ -58,8 +58,19 @@ build() {
     { cat -- "$folder.log" >&2; die "$source could not be built"; }
 }
 
+# build_sqlite WIDTH SOURCE: its one C file, made of the source tree by its own means for this machine, and the library.
+build_sqlite() {
+  local folder=$work/build-$1-sqlite
+  mkdir -- "$folder"
+  (
+    cd -- "$folder" && "$2/configure" --disable-tcl --disable-readline && make sqlite3.c &&
+      "$1-w64-mingw32-gcc-posix" -O1 -DSQLITE_OMIT_LOAD_EXTENSION -c sqlite3.c &&
+      "$1-w64-mingw32-ar" rcs "$sysroot/$1/lib/libsqlite3.a" sqlite3.o && cp -- sqlite3.h "$sysroot/$1/include/"
+  ) >"$folder.log" 2>&1 || { cat -- "$folder.log" >&2; die "SQLite could not be built"; }
+}
+
 say "Making the sysroot for Windows in $sysroot"
-fetch libpugixml-dev libxml2-dev
+fetch libpugixml-dev libxml2-dev libsqlite3-dev
 rm --recursive --force -- "$sysroot"
 mkdir --parents -- "$sysroot"
 export ODS_WINDOWS_SYSROOT=$sysroot
@@ -73,4 +84,5 @@ done
 # The tests run in one width only.
 build x86_64 /usr/src/googletest -DBUILD_GMOCK=ON
 build x86_64 "$work"/libxml2-* -DLIBXML2_WITH_{ICONV,LZMA,ZLIB,PYTHON,PROGRAMS,TESTS,HTTP,FTP}=OFF
+build_sqlite x86_64 "$work"/sqlite3-*/
 wanted >"$sysroot/made-of"
