@@ -16,7 +16,7 @@ namespace {
 
 std::unique_ptr<std::ostream> OpenFile(const std::string& path, bool add) {
   auto file = std::make_unique<std::ofstream>(path, std::ios::binary | (add ? std::ios::app : std::ios::trunc));
-  if (!*file) throw Failure("Unable to write the file \"" + path + "\": " + ods::SystemErrorText(errno));
+  if (!*file) throw Failure("Unable to write the file \"" + path + "\": " + ods::LastSystemError().message());
   return file;
 }
 
@@ -42,8 +42,9 @@ void ExportOutput::Commit(const std::string& text) {
   errno = 0;
   stream_.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
   if (!stream_) {
+    const std::error_code failure = ods::LastSystemError();
     const std::string where = file_ ? "the file \"" + path_ + "\"" : std::string("standard output");
-    throw Failure("Unable to write to " + where + (errno == 0 ? "" : ": " + ods::SystemErrorText(errno)));
+    throw Failure("Unable to write to " + where + (failure ? ": " + failure.message() : ""));
   }
   size_ += text.size();
 }

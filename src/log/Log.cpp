@@ -10,6 +10,7 @@
 #include "common/Files.h"
 #include "common/Text.h"
 #include "platform/system/Folders.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/ReplaceFile.h"
 #include "platform/system/System.h"
 

@@ -7,8 +7,8 @@
 
 #include "common/Conversions.h"
 #include "common/Error.h"
-#include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/ReadFile.h"
 #include "server/Parameters.h"
 #include "server/Product.h"
 

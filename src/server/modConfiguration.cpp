@@ -6,7 +6,7 @@
 
 #include "common/Attempt.h"
 #include "common/Error.h"
-#include "common/Files.h"
+#include "platform/system/ReadFile.h"
 #include "server/Product.h"
 
 namespace ods {

@@ -4,11 +4,11 @@
 #include <sys/stat.h>
 #include <thread>
 
-#include "common/Files.h"
 #include "common/Text.h"
 #include "e2e/Sample.h"
 #include "e2e/ServerProcess.h"
 #include "platform/system/NamedMutex.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 
 namespace ods::test {

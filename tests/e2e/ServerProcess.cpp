@@ -12,7 +12,7 @@
 #include <thread>
 #include <unistd.h>
 
-#include "common/Files.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 
 namespace ods::test {

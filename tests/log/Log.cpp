@@ -12,8 +12,8 @@
 #include <unistd.h>
 
 #include "common/Error.h"
-#include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 #include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"

@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 #include <limits>
 
-#include "common/Files.h"
 #include "common/Text.h"
 #include "doubles/RecordingUserInterface.h"
+#include "platform/system/ReadFile.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods {

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "common/Error.h"
-#include "common/Files.h"
 #include "doubles/FakeSession.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 #include "support/MountedFolder.h"
 #include "support/RaisedErrors.h"

@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "common/Conversions.h"
-#include "common/Files.h"
 #include "database/Response.h"
 #include "doubles/ServerDoubles.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 #include "server/modReconnect.h"
 #include "support/RaisedErrors.h"

@@ -8,11 +8,11 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "common/Files.h"
 #include "doubles/ServerDoubles.h"
 #include "platform/system/COpSysInfo.h"
 #include "platform/system/Folders.h"
 #include "platform/system/NamedMutex.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 #include "server/modConfiguration.h"
 #include "support/RaisedErrors.h"

@@ -6,9 +6,9 @@
 #include <string>
 
 #include "common/Error.h"
-#include "common/Files.h"
 #include "doubles/ServerDoubles.h"
 #include "log/Log.h"
+#include "platform/system/ReadFile.h"
 #include "platform/xml/Xml.h"
 #include "support/RaisedErrors.h"
 

@@ -30,8 +30,9 @@ std::optional<std::string> TakeAnswer(const std::string& folder, const std::stri
   if (opened.failure == std::errc::no_such_file_or_directory) return std::nullopt;
   const std::string what = "The answer \"" + fileName + "\" in the queue folder \"" + folder + "\"";
   if (!opened) RaiseSystemError(what + " cannot be read", opened.failure);
-  if (!FactsOf(opened.file).plain) throw Error(error_number::kOwn, what + " is not a plain file.");
-  std::string text = ReadWhole(opened.file, kMaxAnswerBytes, what);
+  const FileFacts facts = FactsOf(opened.file);
+  if (!facts.plain) throw Error(error_number::kOwn, what + " is not a plain file.");
+  std::string text = ReadWhole(opened.file, facts.size, kMaxAnswerBytes, what);
   if (const auto failure = arrived.Remove(fileName)) RaiseSystemError(what + " cannot be removed", failure);
   return text;
 }

@@ -76,7 +76,7 @@ struct BrokerLink::State {
         largestBody(largest),
         wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
         source(std::move(queue)) {
-    if (!wake) RaiseSystemError("Unable to make a connection to the broker", errno);
+    if (!wake) RaiseSystemError("Unable to make a connection to the broker", LastSystemError());
   }
 
   const BrokerUri uri;

@@ -50,7 +50,7 @@ BrokerThread::BrokerThread(std::function<void()> work) {
   pthread_t thread{};
   const int failure = pthread_create(&thread, &attributes, Run, handed.get());
   pthread_attr_destroy(&attributes);
-  if (failure != 0) RaiseSystemError("Unable to start a thread for the broker", failure);
+  if (failure != 0) RaiseSystemError("Unable to start a thread for the broker", {failure, std::system_category()});
   (void)handed.release();  // the thread's own now
   thread_ = thread;
 }

@@ -24,7 +24,8 @@ class FolderWatch {
   bool Follow(const std::string& path);
   /// True while `Follow` has found something to watch.
   [[nodiscard]] bool Works() const;
-  /// Calls `visit` for the names that have appeared, each at least once. False when the events do not tell all any more.
+  /// Calls `visit` for the names that have appeared, each at least once. False when the events do not tell all any
+  /// more.
   [[nodiscard]] bool Read(const std::function<void(const std::string&)>& visit);
   /// Waits until something happens in the folder, at most for `milliseconds`; where the watch does not work, for all of
   /// them. False when a signal, or the request to stop, came first.

@@ -62,6 +62,7 @@ struct TakenMessage {
   std::shared_ptr<const QueueFolders> folder;
   /// Its lock says that somebody alive has the message.
   FileHandle file{};
+  std::uint64_t size = 0;  ///< when it was looked at last
   bool hasTries = false;
   bool answered = false;
 };
@@ -290,6 +291,7 @@ Claim FolderQueue::TakeLocked(const std::string& fileName, FileHandle file, cons
                         .fileName = fileName,
                         .folder = folder_,
                         .file = std::move(file),
+                        .size = facts.size,
                         .hasTries = tries > 0};
   return Claim::kTaken;
 }
@@ -349,7 +351,7 @@ void FolderQueue::RemoveTaken() {
 std::string FolderQueue::Package() const {
   if (!taken_) RaiseOwn("The queue has no message: none was polled.");
   if (!taken_->problem.empty()) RaiseOwn(taken_->problem);
-  if (!package_) package_ = ReadWhole(taken_->file, kMaxMessageBytes, ShownMessage(taken_->id));
+  if (!package_) package_ = ReadWhole(taken_->file, taken_->size, kMaxMessageBytes, ShownMessage(taken_->id));
   return *package_;
 }
 
@@ -424,7 +426,8 @@ void FolderQueue::Send(const std::string& id) {
     OpenFolders();
     failure = SendFile(fileName);
   }
-  if (failure == std::errc::file_exists) throw Error(error_number::kFileExists, ShownMessage(id) + " is waiting already.");
+  if (failure == std::errc::file_exists)
+    throw Error(error_number::kFileExists, ShownMessage(id) + " is waiting already.");
   if (!failure) return;
   throw Error(IsLackOfRoom(failure) ? error_number::kDiskFull : error_number::kOwn,
               ShownMessage(id) + " cannot be sent to the queue folder \"" + path_ + "\": " + failure.message());

@@ -57,9 +57,9 @@ TEST(MkDirRecurse, FoldersThatAreThereKeepTheirMode) {
 
 TEST(MakePrivateFolder, TellsWhyThereIsNone) {
   const TestFolder folder;
-  EXPECT_EQ(MakePrivateFolder(folder / "a"), 0);
-  EXPECT_EQ(MakePrivateFolder(folder / "a"), EEXIST);
-  EXPECT_EQ(MakePrivateFolder(folder / "no/a"), ENOENT);
+  EXPECT_EQ(MakePrivateFolder(folder / "a"), std::error_code());
+  EXPECT_EQ(MakePrivateFolder(folder / "a"), std::errc::file_exists);
+  EXPECT_EQ(MakePrivateFolder(folder / "no/a"), std::errc::no_such_file_or_directory);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
+#include "platform/system/posix/LockFolder.h"
 #include "support/RaisedErrors.h"
 
 namespace ods {
@@ -74,7 +75,8 @@ TEST(NamedMutex, ReportsTheSystemsErrorWhenItCannotBeDestroyed) {
       close(descriptor);
     }
   }
-  EXPECT_RAISES(mutex.Destroy(), 1000, "Error destroying instance mutex handle (9). " + SystemErrorText(9));
+  EXPECT_RAISES(mutex.Destroy(), 1000,
+                "Error destroying instance mutex handle (9). " + std::system_category().message(9));
   unlink(LockFile(name).c_str());
 }
 

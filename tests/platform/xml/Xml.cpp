@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 
 #include "common/Error.h"
-#include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/ReadFile.h"
 #include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 

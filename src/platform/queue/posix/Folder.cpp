@@ -10,8 +10,8 @@
 #include <unistd.h>
 #include <utility>
 
-#include "platform/system/Folders.h"
 #include "platform/system/posix/FileStat.h"
+#include "platform/system/posix/PrivateFolder.h"
 
 namespace ods {
 
@@ -39,7 +39,8 @@ Folder::Folder(std::string path, Link link)
 Folder Folder::OpenOrMake(const std::string& name) const {
   std::string path = PathIn(path_, name);
   const std::error_code made = MakePrivateFolder(handle_, name);
-  if (made && made != std::errc::file_exists) RaiseSystemError("Unable to create the queue folder \"" + path + "\"", made);
+  if (made && made != std::errc::file_exists)
+    RaiseSystemError("Unable to create the queue folder \"" + path + "\"", made);
   OpenedFile opened = Opened(openat(handle_.Get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!opened) RaiseSystemError("Unable to open the queue folder \"" + path + "\"", opened.failure);
   if (!made) {

@@ -1,13 +1,12 @@
 #include "platform/queue/Folder.h"
 
+#include <aclapi.h>
 #include <array>
 #include <memory>
 #include <utility>
 
 #include "platform/system/Folders.h"
 #include "platform/system/win32/Win32.h"
-
-#include <aclapi.h>
 
 namespace ods {
 
@@ -51,9 +50,9 @@ OpenedFile Open(const std::string& path, DWORD access, DWORD share, DWORD dispos
 
 /// A folder that nobody may move or remove as long as it is open.
 OpenedFile OpenPinned(const std::string& path, Folder::Link link) {
-  OpenedFile opened = Open(path, FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES | READ_CONTROL,
-                           FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING,
-                           link == Folder::Link::kFollowed ? FILE_FLAG_BACKUP_SEMANTICS : kItself);
+  OpenedFile opened =
+      Open(path, FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES | READ_CONTROL, FILE_SHARE_READ | FILE_SHARE_WRITE,
+           OPEN_EXISTING, link == Folder::Link::kFollowed ? FILE_FLAG_BACKUP_SEMANTICS : kItself);
   if (opened && !FactsOf(opened.file).folder) return {FileHandle(), {ERROR_DIRECTORY, std::system_category()}};
   return opened;
 }
@@ -88,7 +87,8 @@ Folder Folder::OpenOrMake(const std::string& name) const {
   } else if (CreateDirectoryW(WidePath(path).c_str(), nullptr) == 0) {
     made = Failure();
   }
-  if (made && made != std::errc::file_exists) RaiseSystemError("Unable to create the queue folder \"" + path + "\"", made);
+  if (made && made != std::errc::file_exists)
+    RaiseSystemError("Unable to create the queue folder \"" + path + "\"", made);
   OpenedFile opened = OpenPinned(path, Link::kRefused);
   if (!opened) RaiseSystemError("Unable to open the queue folder \"" + path + "\"", opened.failure);
   return {std::move(path), std::move(opened.file)};
@@ -141,7 +141,8 @@ std::error_code Folder::Sync() const {
   // Names are in the journal of the file system before the next write of the log; some refuse to be asked for more.
   if (!opened || FlushFileBuffers(AsHandle(opened.file)) == 0) {
     const DWORD number = GetLastError();
-    if (number != ERROR_ACCESS_DENIED && number != ERROR_INVALID_FUNCTION && number != ERROR_INVALID_HANDLE) return Failure();
+    if (number != ERROR_ACCESS_DENIED && number != ERROR_INVALID_FUNCTION && number != ERROR_INVALID_HANDLE)
+      return Failure();
   }
   return {};
 }
@@ -150,8 +151,7 @@ std::error_code TryLock(const FileHandle& file) {
   // A lock of this system keeps others from the bytes that it is on: so it lies where no message has one.
   OVERLAPPED where{};
   where.OffsetHigh = 0x7FFFFFFF;
-  const BOOL locked =
-      LockFileEx(AsHandle(file), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &where);
+  const BOOL locked = LockFileEx(AsHandle(file), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &where);
   return locked != 0 ? std::error_code() : Failure();
 }
 

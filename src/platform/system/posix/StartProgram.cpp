@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "platform/system/FileHandle.h"
-#include "platform/system/Signals.h"
 #include "platform/system/System.h"
+#include "platform/system/posix/Signals.h"
 
 namespace ods {
 

@@ -12,7 +12,6 @@
 #include <iostream>
 #include <malloc.h>
 #include <pwd.h>
-#include <sys/random.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -20,9 +19,8 @@
 #include <vector>
 
 #include "common/Error.h"
-#include "common/Hex.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/Signals.h"
+#include "platform/system/posix/Signals.h"
 
 namespace ods {
 
@@ -86,7 +84,7 @@ std::string ComputerName() {
 std::string ExecutablePath() {
   std::error_code failure;
   const auto path = std::filesystem::read_symlink("/proc/self/exe", failure);
-  if (failure) RaiseSystemError("Unable to find the path of the executable", failure.value());
+  if (failure) RaiseSystemError("Unable to find the path of the executable", failure);
   return path.string();
 }
 
@@ -138,39 +136,18 @@ void SleepMilliseconds(int milliseconds) {
   nanosleep(&time, nullptr);
 }
 
-std::string FormatGuid(const std::uint8_t (&bytes)[16]) {
-  std::string text;
-  text.reserve(36);
-  for (std::size_t i = 0; i < std::size(bytes); ++i) {
-    if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-    AppendHex(text, bytes[i]);
-  }
-  return text;
-}
-
-std::string NewGuidText() {
-  std::uint8_t bytes[16];
-  if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) {
-    throw Error(error_number::kOwn, "Error generating guid. Function did not return S_OK");
-  }
-  // RFC 9562, section 5.4: version 4 in the high half of byte 6, variant 10 in the high bits of byte 8.
-  bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0FU) | 0x40U);
-  bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3FU) | 0x80U);
-  return FormatGuid(bytes);
-}
-
 std::uint64_t AppendToPrivateFile(const std::string& path, std::string_view text) {
-  const auto check = [&path](int failure) {
-    if (failure != 0) RaiseSystemError("Unable to append to file \"" + path + "\"", failure);
+  const auto check = [&path](const std::error_code& failure) {
+    if (failure) RaiseSystemError("Unable to append to file \"" + path + "\"", failure);
   };
   const FileHandle file = OpenForAppending(path);
   if (!file && (errno == EMFILE || errno == ENFILE)) {
     throw Error(error_number::kOwn, "Unable to get file handle in function PreLog");
   }
-  check(file ? 0 : errno);
-  check(WriteAll(file.Get(), text));
+  check(file ? std::error_code() : LastSystemError());
+  check(WriteAll(file, text));
   struct stat facts {};
-  check(fstat(file.Get(), &facts) == 0 ? 0 : errno);
+  check(fstat(file.Get(), &facts) == 0 ? std::error_code() : LastSystemError());
   return static_cast<std::uint64_t>(facts.st_size);
 }
 
@@ -193,7 +170,7 @@ StopSignals::StopSignals() : implementation_(std::make_unique<Implementation>())
   sigaddset(&state.watched, SIGTERM);
   sigaddset(&state.watched, SIGINT);
   state.signals = FileHandle(signalfd(-1, &state.watched, SFD_NONBLOCK | SFD_CLOEXEC));
-  if (!state.signals) RaiseSystemError("Unable to watch for stop signals", errno);
+  if (!state.signals) RaiseSystemError("Unable to watch for stop signals", LastSystemError());
   pthread_sigmask(SIG_BLOCK, &state.watched, &state.before);
 }
 

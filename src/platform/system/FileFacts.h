@@ -1,10 +1,8 @@
-// The files of an open folder. Names are looked up in the folder itself and never through a link, so nobody can lead
-// the work elsewhere by exchanging the folder's path or a file.
+// What the system tells of files.
 #pragma once
 
 #include <compare>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 
@@ -30,7 +28,7 @@ struct FileFacts {
   std::uint64_t inode = 0;
   bool plain = false;
   bool folder = false;
-  unsigned mode = 0;  ///< the permissions, with the set-user-id, set-group-id and sticky bits
+  unsigned mode = 0;  ///< POSIX: the permissions, with the set-user-id, set-group-id and sticky bits
   unsigned group = 0;
   std::uint64_t size = 0;
   FileTime modified;  ///< the content
@@ -42,19 +40,13 @@ struct FileFacts {
 
 /// The facts of an open file. Raises error 1000.
 [[nodiscard]] FileFacts FactsOf(const FileHandle& file);
-/// The facts of a name in a folder (of a link itself); nothing when there is none.
-[[nodiscard]] std::optional<FileFacts> FactsOf(const FileHandle& folder, const std::string& name);
 /// The facts of what a path leads to; nothing when there is none.
 [[nodiscard]] std::optional<FileFacts> FactsOf(const std::string& path);
-/// Opens a file of a folder for reading; never follows a link and never waits. Failed: no handle and errno.
-[[nodiscard]] FileHandle OpenForReading(const FileHandle& folder, const std::string& name);
 /// All of an open file, in one read where the system gives it at once. Raises error 1000 with `what` when it is longer
 /// than `limit` bytes or cannot be read.
 [[nodiscard]] std::string ReadWhole(const FileHandle& file, std::uint64_t limit, const std::string& what);
-/// Calls `visit` for every name in a folder, "." and ".." left out. Raises error 1000.
-void ForEachName(const FileHandle& folder, const std::function<void(const std::string&)>& visit);
-/// Moves a file and never overwrites one: gives the system's error number (EEXIST), 0 when it was moved.
-[[nodiscard]] int MoveFile(const FileHandle& from, const std::string& name, const FileHandle& to,
-                           const std::string& newName);
+/// The same of a file that was looked at before and then had `size` bytes: where it still has them, nobody looks again.
+[[nodiscard]] std::string ReadWhole(const FileHandle& file, std::uint64_t size, std::uint64_t limit,
+                                    const std::string& what);
 
 }  // namespace ods

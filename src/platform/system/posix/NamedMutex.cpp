@@ -10,6 +10,7 @@
 #include "common/PercentCode.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
+#include "platform/system/posix/LockFolder.h"
 
 namespace ods {
 
@@ -40,11 +41,9 @@ FileHandle OpenOrCreate(const std::string& path) {
   return file;
 }
 
-[[noreturn]] void RaiseWithNumber(const std::string& what, int number) {
-  throw Error(error_number::kOwn, what + " (" + std::to_string(number) + "). " + SystemErrorText(number));
+[[noreturn]] void RaiseCreating(const std::error_code& failure) {
+  RaiseNumberedSystemError("Error creating instance mutex", failure);
 }
-
-[[noreturn]] void RaiseCreating(int number) { RaiseWithNumber("Error creating instance mutex", number); }
 
 /// The lock file under a shared lock.
 FileHandle AcquireShared(const std::string& path) {
@@ -52,16 +51,16 @@ FileHandle AcquireShared(const std::string& path) {
     FileHandle file = OpenOrCreate(path);
     if (!file) {
       if (errno == EEXIST) continue;  // made by another holder in the meantime
-      RaiseCreating(errno);
+      RaiseCreating(LastSystemError());
     }
     if (flock(file.Get(), LOCK_SH | LOCK_NB) != 0) {
-      if (errno != EWOULDBLOCK && errno != EINTR) RaiseCreating(errno);
+      if (errno != EWOULDBLOCK && errno != EINTR) RaiseCreating(LastSystemError());
       SleepMilliseconds(1);
     } else if (StillNames(path, file.Get())) {
       return file;
     }
   }
-  RaiseCreating(EWOULDBLOCK);
+  RaiseCreating(std::make_error_code(std::errc::operation_would_block));
 }
 
 /// True when `path` is a folder that this user made just now for all, or that was there.
@@ -107,9 +106,7 @@ void NamedMutex::Destroy() {
   // Only who holds the file alone may remove it, and only while the path names it. Where it cannot be removed (another
   // user made it) it stays, which does no harm: the lock counts, not the file.
   if (file && flock(file.Get(), LOCK_EX | LOCK_NB) == 0 && StillNames(path, file.Get())) unlink(path.c_str());
-  if (const int failure = file.Close(); failure != 0) {
-    RaiseWithNumber("Error destroying instance mutex handle", failure);
-  }
+  if (const auto failure = file.Close()) RaiseNumberedSystemError("Error destroying instance mutex handle", failure);
 }
 
 bool MutexExists(const std::string& name) {
@@ -119,11 +116,11 @@ bool MutexExists(const std::string& name) {
   if (!file) {
     if (errno == ENOENT) return false;
     if (errno == EACCES || errno == EPERM) return true;
-    RaiseSystemError("Unable to test the mutex \"" + name + "\"", errno);
+    RaiseSystemError("Unable to test the mutex \"" + name + "\"", LastSystemError());
   }
   if (flock(file.Get(), LOCK_EX | LOCK_NB) == 0) return false;
   if (errno == EWOULDBLOCK) return true;
-  RaiseSystemError("Unable to test the mutex \"" + name + "\"", errno);
+  RaiseSystemError("Unable to test the mutex \"" + name + "\"", LastSystemError());
 }
 
 }  // namespace ods

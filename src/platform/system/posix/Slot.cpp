@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "common/Error.h"
-#include "platform/system/Signals.h"
+#include "platform/system/posix/Signals.h"
 
 namespace ods {
 
@@ -38,7 +38,7 @@ bool MeansOccupied(int failure) { return failure == EACCES || failure == EAGAIN;
 
 FileHandle OpenSlot(const std::string& path) {
   FileHandle file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
-  if (!file) RaiseSystemError("Unable to open \"" + path + "\"", errno);
+  if (!file) RaiseSystemError("Unable to open \"" + path + "\"", LastSystemError());
   return file;
 }
 
@@ -72,10 +72,11 @@ std::optional<int> SlotOccupant(const std::string& path) {
   const FileHandle file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
   if (!file) {
     if (errno == ENOENT) return std::nullopt;
-    RaiseSystemError("Unable to open \"" + path + "\"", errno);
+    RaiseSystemError("Unable to open \"" + path + "\"", LastSystemError());
   }
   struct flock whole = WholeFile();
-  if (fcntl(file.Get(), F_GETLK, &whole) != 0) RaiseSystemError("Unable to look at \"" + path + "\"", errno);
+  if (fcntl(file.Get(), F_GETLK, &whole) != 0)
+    RaiseSystemError("Unable to look at \"" + path + "\"", LastSystemError());
   if (whole.l_type == F_UNLCK) return std::nullopt;
   return static_cast<int>(whole.l_pid);
 }
@@ -85,7 +86,7 @@ std::optional<OccupiedSlot> OccupiedSlot::Take(const std::string& path) {
   const int failure = Occupy(file);
   if (failure == 0) return OccupiedSlot(std::move(file));
   if (MeansOccupied(failure)) return std::nullopt;
-  RaiseSystemError("Unable to lock \"" + path + "\"", failure);
+  RaiseSystemError("Unable to lock \"" + path + "\"", {failure, std::system_category()});
 }
 
 std::optional<int> StartInSlot(const std::vector<std::string>& command, const std::string& slot) {
@@ -97,12 +98,13 @@ std::optional<int> StartInSlot(const std::vector<std::string>& command, const st
   const FileHandle file = OpenSlot(slot);
   const FileHandle nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
   std::array<int, 2> ends{};
-  if (!nothing || pipe2(ends.data(), O_CLOEXEC) != 0) RaiseSystemError("Unable to start " + command.front(), errno);
+  if (!nothing || pipe2(ends.data(), O_CLOEXEC) != 0)
+    RaiseSystemError("Unable to start " + command.front(), LastSystemError());
   const FileHandle reading(ends[0]);
   FileHandle writing(ends[1]);
   const pid_t parent = getpid();
   const pid_t child = fork();
-  if (child < 0) RaiseSystemError("Unable to start " + command.front(), errno);
+  if (child < 0) RaiseSystemError("Unable to start " + command.front(), LastSystemError());
   if (child == 0) BecomeProgram(arguments.data(), file, nothing.Get(), writing.Get(), parent);
   (void)writing.Close();
   int failure = 0;
@@ -113,7 +115,7 @@ std::optional<int> StartInSlot(const std::vector<std::string>& command, const st
   if (got == 0) return static_cast<int>(child);
   waitpid(child, nullptr, 0);
   if (failure == kOccupied) return std::nullopt;
-  RaiseSystemError("Unable to start " + command.front(), failure > 0 ? failure : EIO);
+  RaiseSystemError("Unable to start " + command.front(), {failure > 0 ? failure : EIO, std::system_category()});
 }
 
 }  // namespace ods

@@ -14,8 +14,8 @@
 #include <utility>
 
 #include "common/Attempt.h"
-#include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/ReadFile.h"
 
 namespace ods {
 
@@ -58,7 +58,7 @@ std::optional<ProcessHandle> ProcessHandle::Open(int pid) {
   FileHandle handle = OpenProcess(pid);
   if (handle) return ProcessHandle(pid, std::move(handle));
   if (errno == ESRCH) return std::nullopt;
-  RaiseSystemError("Unable to watch process " + std::to_string(pid), errno);
+  RaiseSystemError("Unable to watch process " + std::to_string(pid), LastSystemError());
 }
 
 bool ProcessHandle::HasEnded() {
@@ -104,7 +104,7 @@ std::vector<std::string> CommandLineOf(int pid) {
 ServiceSignals::ServiceSignals() {
   const sigset_t watched = WatchedSignals();
   signals_ = FileHandle(signalfd(-1, &watched, SFD_NONBLOCK | SFD_CLOEXEC));
-  if (!signals_) RaiseSystemError("Unable to watch for signals", errno);
+  if (!signals_) RaiseSystemError("Unable to watch for signals", LastSystemError());
   pthread_sigmask(SIG_BLOCK, &watched, nullptr);
 }
 

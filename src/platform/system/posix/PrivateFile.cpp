@@ -9,7 +9,7 @@
 
 #include "common/Error.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/FolderFiles.h"
+#include "platform/system/FileFacts.h"
 
 namespace ods {
 
@@ -20,9 +20,9 @@ std::string ReadPrivateFile(const std::string& path, const std::string& what) {
   const auto refuse = [&named](const std::string& why) { throw Error(error_number::kOwn, named + " " + why); };
   // What is checked and what is read is the same open file.
   const FileHandle file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (!file) RaiseSystemError(named + " cannot be read", errno);
+  if (!file) RaiseSystemError(named + " cannot be read", LastSystemError());
   struct stat facts {};
-  if (fstat(file.Get(), &facts) != 0) RaiseSystemError(named + " cannot be looked at", errno);
+  if (fstat(file.Get(), &facts) != 0) RaiseSystemError(named + " cannot be looked at", LastSystemError());
   if (!S_ISREG(facts.st_mode)) refuse("is not a plain file.");
   if ((facts.st_mode & kOfOthers) != 0) refuse("may be read or written by others than its owner: it needs mode 0600.");
   const uid_t self = geteuid();
