@@ -10,10 +10,10 @@
 #include "common/Files.h"
 #include "common/PercentCode.h"
 #include "platform/queue/MessageProblems.h"
+#include "platform/queue/OutgoingFile.h"
 #include "platform/queue/QueueFolders.h"
 #include "platform/queue/WaitingMessages.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/System.h"
 
 namespace ods {
 
@@ -373,50 +373,6 @@ void FolderQueue::PutBack() {
   nextHeld_ = Clock::now() + kHeldPause;
   held_.push_back(std::move(message));
 }
-
-/// A file in `tmp` that is removed unless it was sent.
-class OutgoingFile {
- public:
-  explicit OutgoingFile(const Folder& tmp)
-      : tmp_(tmp),
-        name_(std::to_string(CurrentProcessId()) + "." + RandomNamePart()),
-        opened_(tmp.CreateNew(name_)),
-        left_(opened_) {}
-  ~OutgoingFile() {
-    if (left_) {
-      opened_.file.Close();
-      (void)tmp_.Remove(name_);
-    }
-  }
-  OutgoingFile(const OutgoingFile&) = delete;
-  OutgoingFile& operator=(const OutgoingFile&) = delete;
-  OutgoingFile(OutgoingFile&&) = delete;
-  OutgoingFile& operator=(OutgoingFile&&) = delete;
-
-  /// No error when the message waits in `folder` as `fileName`.
-  /// @param synced the text is on the disk before anybody sees it, and its name before this returns
-  std::error_code FillAndSend(std::string_view text, const Folder& folder, const std::string& fileName, bool synced) {
-    if (!opened_) return opened_.failure;
-    folder.Share(opened_.file);
-    if (const auto failure = Fill(text, synced)) return failure;
-    if (const auto failure = tmp_.Move(name_, folder, fileName)) return failure;
-    left_ = false;
-    return synced ? folder.Sync() : std::error_code();
-  }
-  /// No error when all of the text was written.
-  std::error_code Fill(std::string_view text, bool synced) {
-    if (!opened_) return opened_.failure;
-    if (const auto failure = WriteAll(opened_.file, text)) return failure;
-    if (const auto failure = synced ? SyncFile(opened_.file) : std::error_code()) return failure;
-    return opened_.file.Close();
-  }
-
- private:
-  const Folder& tmp_;
-  std::string name_;
-  OpenedFile opened_;
-  bool left_;  ///< the file lies in `tmp`
-};
 
 void FolderQueue::Send(const std::string& id) {
   const std::string fileName = RequireFileName(id);
