@@ -1,10 +1,11 @@
 #include "platform/queue/Folder.h"
 
 #include <aclapi.h>
-#include <array>
+#include <filesystem>
 #include <memory>
 #include <utility>
 
+#include "common/Files.h"
 #include "platform/system/Folders.h"
 #include "platform/system/win32/Win32.h"
 
@@ -12,12 +13,14 @@ namespace ods {
 
 namespace {
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 /// Others hold a file for moments without leave to move it: virus scanners, the search index, a client that reads.
 constexpr int kTries = 20;
 constexpr DWORD kPauseMilliseconds = 5;
 /// Not through a link, and folders too.
 constexpr DWORD kItself = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT;
+
+/// ERROR_DISK_QUOTA_EXCEEDED, which not all of the system's headers have.
+constexpr int kDiskQuotaExceeded = 1295;
 
 /// The failure of the last call. Two of them the library takes for others than they are here.
 std::error_code Failure() {
@@ -42,18 +45,29 @@ std::error_code Persistently(Call call) {
   return {};
 }
 
-OpenedFile Open(const std::string& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
-  FileHandle file = OwnHandle(CreateFileW(WidePath(path).c_str(), access, share, nullptr, disposition, flags, nullptr));
+OpenedFile Open(const std::wstring& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
+  FileHandle file = OwnHandle(CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr));
   const std::error_code failure = file ? std::error_code() : Failure();
   return {std::move(file), failure};
 }
 
+/// A file of a folder by its very name: in this form of a path none ("CON.xml") means a device.
+std::wstring FileIn(const std::string& folder, const std::string& name) {
+  constexpr std::wstring_view kLiteral = L"\\\\?\\";
+  std::wstring path = std::filesystem::absolute(PathOf(folder)).make_preferred().wstring();
+  if (!path.starts_with(kLiteral)) {
+    path = path.starts_with(L"\\\\") ? std::wstring(kLiteral).append(L"UNC").append(path, 1) : kLiteral.data() + path;
+  }
+  if (!path.ends_with(L'\\')) path += L'\\';
+  return path + ToWide(name);
+}
+
 /// A folder that nobody may move or remove as long as it is open.
 OpenedFile OpenPinned(const std::string& path, Folder::Link link) {
-  OpenedFile opened =
-      Open(path, FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES | READ_CONTROL, FILE_SHARE_READ | FILE_SHARE_WRITE,
-           OPEN_EXISTING, link == Folder::Link::kFollowed ? FILE_FLAG_BACKUP_SEMANTICS : kItself);
-  if (opened && !FactsOf(opened.file).folder) return {FileHandle(), {ERROR_DIRECTORY, std::system_category()}};
+  OpenedFile opened = Open(WidePath(path), FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES | READ_CONTROL,
+                           FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING,
+                           link == Folder::Link::kFollowed ? FILE_FLAG_BACKUP_SEMANTICS : kItself);
+  if (opened && !FactsOf(opened.file).folder) return {FileHandle(), SystemError(ERROR_DIRECTORY)};
   return opened;
 }
 
@@ -65,11 +79,15 @@ bool IsPrepared(const FileHandle& folder) {
                       &descriptor) != ERROR_SUCCESS) {
     return false;
   }
-  const std::unique_ptr<void, decltype(&LocalFree)> owned(descriptor, &LocalFree);
+  const LocalMemory<void> owned(descriptor);
   SECURITY_DESCRIPTOR_CONTROL control = 0;
   DWORD revision = 0;
   return GetSecurityDescriptorControl(descriptor, &control, &revision) != 0 && (control & SE_DACL_PROTECTED) != 0;
 }
+
+struct SearchEnd {
+  void operator()(void* search) const { FindClose(search); }
+};
 
 }  // namespace
 
@@ -95,41 +113,41 @@ Folder Folder::OpenOrMake(const std::string& name) const {
 }
 
 std::optional<FileFacts> Folder::FactsOf(const std::string& name) const {
-  const OpenedFile opened = Open(PathIn(path_, name), FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING, kItself);
+  const OpenedFile opened = Open(FileIn(path_, name), FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING, kItself);
   if (!opened) return std::nullopt;
   return ods::FactsOf(opened.file);
 }
 
 OpenedFile Folder::OpenForReading(const std::string& name) const {
-  return Open(PathIn(path_, name), GENERIC_READ, kShareAll, OPEN_EXISTING, kItself);
+  return Open(FileIn(path_, name), GENERIC_READ, kShareAll, OPEN_EXISTING, kItself);
 }
 
 OpenedFile Folder::CreateNew(const std::string& name) const {
-  return Open(PathIn(path_, name), GENERIC_WRITE, kShareAll, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+  return Open(FileIn(path_, name), GENERIC_WRITE, kShareAll, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
 }
 
 void Folder::Share(const FileHandle& /*file*/) const {}  // it has the access list that its folder gives to its files
 
 std::error_code Folder::Remove(const std::string& name) const {
-  const std::wstring path = WidePath(PathIn(path_, name));
+  const std::wstring path = FileIn(path_, name);
   return Persistently([&path] { return DeleteFileW(path.c_str()); });
 }
 
 std::error_code Folder::Move(const std::string& name, const Folder& to, const std::string& newName) const {
-  const std::wstring from = WidePath(PathIn(path_, name));
-  const std::wstring into = WidePath(PathIn(to.path_, newName));
+  const std::wstring from = FileIn(path_, name);
+  const std::wstring into = FileIn(to.path_, newName);
   return Persistently([&from, &into] { return MoveFileExW(from.c_str(), into.c_str(), 0); });
 }
 
 void Folder::ForEachName(const std::function<void(const std::string&)>& visit) const {
   WIN32_FIND_DATAW entry{};
-  const HANDLE search = FindFirstFileExW(WidePath(PathIn(path_, "*")).c_str(), FindExInfoBasic, &entry,
-                                         FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
+  const HANDLE search = FindFirstFileExW(FileIn(path_, "*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch,
+                                         nullptr, FIND_FIRST_EX_LARGE_FETCH);
   if (search == INVALID_HANDLE_VALUE) {
     if (GetLastError() == ERROR_FILE_NOT_FOUND) return;
     RaiseSystemError("Unable to list a folder", Failure());
   }
-  const std::unique_ptr<void, decltype(&FindClose)> owned(search, &FindClose);
+  const std::unique_ptr<void, SearchEnd> owned(search);
   do {
     const std::string name = FromWide(entry.cFileName);
     if (name != "." && name != "..") visit(name);
@@ -137,7 +155,7 @@ void Folder::ForEachName(const std::function<void(const std::string&)>& visit) c
 }
 
 std::error_code Folder::Sync() const {
-  const OpenedFile opened = Open(path_, GENERIC_WRITE, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+  const OpenedFile opened = Open(WidePath(path_), GENERIC_WRITE, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
   // Names are in the journal of the file system before the next write of the log; some refuse to be asked for more.
   if (!opened || FlushFileBuffers(AsHandle(opened.file)) == 0) {
     const DWORD number = GetLastError();
@@ -161,7 +179,7 @@ std::error_code SyncFile(const FileHandle& file) {
 
 bool IsLackOfRoom(const std::error_code& failure) {
   const int number = failure.value();
-  return number == ERROR_DISK_FULL || number == ERROR_HANDLE_DISK_FULL || number == ERROR_DISK_QUOTA_EXCEEDED ||
+  return number == ERROR_DISK_FULL || number == ERROR_HANDLE_DISK_FULL || number == kDiskQuotaExceeded ||
          number == ERROR_FILE_TOO_LARGE;
 }
 

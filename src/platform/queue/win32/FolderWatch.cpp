@@ -10,7 +10,6 @@ namespace ods {
 
 namespace {
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr DWORD kWatched = FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE;
 /// Folders on other machines take no more.
 constexpr DWORD kBufferBytes = 64 * 1024;
