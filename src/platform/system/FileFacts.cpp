@@ -35,4 +35,14 @@ std::string ReadWhole(const FileHandle& file, std::uint64_t limit, const std::st
   return text;
 }
 
+std::string ReadWhole(const FileHandle& file, std::uint64_t size, std::uint64_t limit, const std::string& what) {
+  if (size > limit) return ReadWhole(file, limit, what);
+  // One byte more than there should be: as many as there should be are all then.
+  std::string text(static_cast<std::size_t>(size) + 1, '\0');
+  std::size_t got = 0;
+  if (ReadSomeAt(file, 0, text.data(), text.size(), got) || got != size) return ReadWhole(file, limit, what);
+  text.resize(got);
+  return text;
+}
+
 }  // namespace ods

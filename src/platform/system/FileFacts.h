@@ -45,5 +45,8 @@ struct FileFacts {
 /// All of an open file, in one read where the system gives it at once. Raises error 1000 with `what` when it is longer
 /// than `limit` bytes or cannot be read.
 [[nodiscard]] std::string ReadWhole(const FileHandle& file, std::uint64_t limit, const std::string& what);
+/// The same of a file that was looked at before and then had `size` bytes: where it still has them, nobody looks again.
+[[nodiscard]] std::string ReadWhole(const FileHandle& file, std::uint64_t size, std::uint64_t limit,
+                                    const std::string& what);
 
 }  // namespace ods

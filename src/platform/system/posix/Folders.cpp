@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include "platform/system/FolderFiles.h"
+#include "platform/system/posix/PrivateFolder.h"
 
 namespace ods {
 

@@ -9,7 +9,7 @@
 
 #include "common/Error.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/FolderFiles.h"
+#include "platform/system/FileFacts.h"
 
 namespace ods {
 

@@ -1,0 +1,55 @@
+#include "support/TestSystem.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace ods::test {
+
+void SetEnvironment(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
+
+void UnsetEnvironment(const char* name) { unsetenv(name); }
+
+std::string DriverPath(const std::string& path) { return path; }
+
+TestProgram::TestProgram(const std::vector<std::string>& arguments) {
+  std::vector<char*> pointers;
+  for (const char* argument : {"setpriv", "--pdeathsig", "KILL", "--"}) pointers.push_back(const_cast<char*>(argument));
+  for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
+  pointers.push_back(nullptr);
+  if (posix_spawnp(&pid_, pointers.front(), nullptr, nullptr, pointers.data(), environ) != 0) {
+    throw std::runtime_error("cannot start setpriv for " + arguments.front());
+  }
+}
+
+TestProgram::~TestProgram() {
+  if (!IsRunning()) return;
+  Kill();
+  Wait();
+}
+
+bool TestProgram::IsRunning() {
+  if (pid_ > 0 && waitpid(pid_, &status_, WNOHANG) == pid_) pid_ = -1;
+  return pid_ > 0;
+}
+
+void TestProgram::AskToStop() {
+  if (IsRunning()) kill(pid_, SIGTERM);
+}
+
+void TestProgram::Kill() {
+  if (IsRunning()) kill(pid_, SIGKILL);
+}
+
+int TestProgram::Wait() {
+  if (pid_ > 0) waitpid(pid_, &status_, 0);
+  pid_ = -1;
+  return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
+}
+
+int RunProgram(const std::vector<std::string>& arguments) { return TestProgram(arguments).Wait(); }
+
+}  // namespace ods::test
