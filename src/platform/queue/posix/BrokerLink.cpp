@@ -17,7 +17,7 @@
 
 #include "common/Error.h"
 #include "common/Text.h"
-#include "platform/queue/BrokerThread.h"
+#include "platform/queue/posix/BrokerThread.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/PrivateFile.h"
 

@@ -1,4 +1,4 @@
-#include "platform/queue/BrokerThread.h"
+#include "platform/queue/posix/BrokerThread.h"
 
 #include <csignal>
 #include <cstddef>
