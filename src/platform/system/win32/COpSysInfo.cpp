@@ -7,7 +7,7 @@ namespace ods {
 namespace {
 
 /// Asked of the kernel: the documented functions tell a program without the right manifest of an older system.
-std::string Version() {
+std::string KernelVersion() {
   using Ask = LONG(WINAPI*)(OSVERSIONINFOW*);
   const HMODULE kernel = GetModuleHandleW(L"ntdll.dll");
   if (kernel == nullptr) return "";
@@ -19,7 +19,7 @@ std::string Version() {
          std::to_string(facts.dwBuildNumber);
 }
 
-std::string Machine() {
+std::string ProcessorKind() {
   SYSTEM_INFO facts{};
   GetNativeSystemInfo(&facts);
   switch (facts.wProcessorArchitecture) {
@@ -36,6 +36,6 @@ std::string Machine() {
 
 }  // namespace
 
-COpSysInfo::COpSysInfo() : COpSysInfo(kWindowsName, Version(), Machine(), "") {}
+COpSysInfo::COpSysInfo() : COpSysInfo(kWindowsName, KernelVersion(), ProcessorKind(), "") {}
 
 }  // namespace ods
