@@ -41,7 +41,7 @@ TEST(WindowsMutex, AnotherSessionsIsSeen) {
 TEST(WindowsMutex, OneThatNobodyMayOpenExists) {
   PSECURITY_DESCRIPTOR made = nullptr;
   ASSERT_NE(
-      ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:(D;;0x1f0001;;;WD)", SDDL_REVISION_1, &made, nullptr),
+      ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P", SDDL_REVISION_1, &made, nullptr),
       0);
   const LocalMemory<void> owned(made);
   SECURITY_ATTRIBUTES nobody{.nLength = sizeof nobody, .lpSecurityDescriptor = made, .bInheritHandle = FALSE};
