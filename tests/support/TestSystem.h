@@ -11,6 +11,9 @@ namespace ods::test {
 void SetEnvironment(const char* name, const std::string& value);
 void UnsetEnvironment(const char* name);
 
+/// True when only this user (and the system itself) may use a file or a folder.
+[[nodiscard]] bool IsPrivate(const std::string& path);
+
 /// A path as a database's driver takes it. Under Wine the driver is the host's and does not know of drives.
 [[nodiscard]] std::string DriverPath(const std::string& path);
 

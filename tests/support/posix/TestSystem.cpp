@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <spawn.h>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +13,11 @@ namespace ods::test {
 void SetEnvironment(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
 
 void UnsetEnvironment(const char* name) { unsetenv(name); }
+
+bool IsPrivate(const std::string& path) {
+  struct stat facts {};
+  return stat(path.c_str(), &facts) == 0 && (facts.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
 
 std::string DriverPath(const std::string& path) { return path; }
 

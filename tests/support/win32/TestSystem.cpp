@@ -45,6 +45,17 @@ void SetEnvironment(const char* name, const std::string& value) {
 
 void UnsetEnvironment(const char* name) { _wputenv_s(ToWide(name).c_str(), L""); }
 
+bool IsPrivate(const std::string& path) {
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  PACL list = nullptr;
+  if (GetNamedSecurityInfoW(WidePath(path).data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list,
+                            nullptr, &descriptor) != ERROR_SUCCESS) {
+    return false;
+  }
+  const LocalMemory<void> owned(descriptor);
+  return list != nullptr && list->AceCount == 2;  // this user and the system
+}
+
 std::string DriverPath(const std::string& path) {
   using UnixName = char*(__cdecl*)(const wchar_t*);
   // Wine's own, which no Windows has.
