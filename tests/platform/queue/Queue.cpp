@@ -19,6 +19,7 @@
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
+#include "platform/system/posix/Child.h"
 #include "support/MountedFolder.h"
 #include "support/RaisedErrors.h"
 #include "support/TestSystem.h"

@@ -270,7 +270,7 @@ TEST_F(QueueRules, FailedMessagesOfOneNameAreAllKept) {
   const auto queue = Open(folder_);
   for (int i = 0; i < 105; ++i) {
     std::filesystem::create_directory(New("x.xml"));
-    ASSERT_EQ(queue->Poll("", 0), "x");
+    ASSERT_EQ(queue->Poll("", kLong), "x");
   }
   const auto names = NamesIn(folder_ + "/failed");
   EXPECT_EQ(names.size(), 105U);
@@ -310,7 +310,7 @@ TEST_F(QueueRules, AMessageOfAnIdInHandWaitsForItsTurn) {
   Send(folder_, "a", "second");
   const auto second = Open(folder_);
   EXPECT_EQ(second->Poll("", 0), "");
-  EXPECT_EQ(first->Poll("", 0), "a");
+  EXPECT_EQ(first->Poll("", kLong), "a");
   EXPECT_EQ(first->Package(), "second");
 }
 

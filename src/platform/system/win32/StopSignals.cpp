@@ -23,7 +23,8 @@ LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM first, LPARAM secon
     case WM_ENDSESSION:
       if (first == 0) return 0;
       SetEvent(StopEvent());
-      Sleep(kLastMilliseconds);
+      // As soon as this returns the process may be ended.
+      WaitForSingleObject(reinterpret_cast<HANDLE>(GetWindowLongPtrW(window, GWLP_USERDATA)), kLastMilliseconds);
       return 0;
     case WM_CLOSE:
       PostQuitMessage(0);
@@ -36,10 +37,11 @@ LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM first, LPARAM secon
 /// A window that nobody sees: the end of a session is told to processes without a console by a message.
 class SessionWindow {
  public:
-  SessionWindow() : created_(OwnHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr))), thread_([this] { Run(); }) {
+  SessionWindow() : thread_([this] { Run(); }) {
     WaitForSingleObject(AsHandle(created_), INFINITE);
   }
   ~SessionWindow() {
+    SetEvent(AsHandle(ended_));
     if (window_ != nullptr) PostMessageW(window_, WM_CLOSE, 0, 0);
     thread_.join();
   }
@@ -59,6 +61,7 @@ class SessionWindow {
     // Of the top level: others are not told.
     window_ =
         CreateWindowExW(0, kind.lpszClassName, L"", WS_OVERLAPPED, 0, 0, 0, 0, nullptr, nullptr, program, nullptr);
+    if (window_ != nullptr) SetWindowLongPtrW(window_, GWLP_USERDATA, ended_.Get());
     SetEvent(AsHandle(created_));
     MSG message{};
     while (window_ != nullptr && GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
@@ -66,7 +69,8 @@ class SessionWindow {
     UnregisterClassW(kind.lpszClassName, program);
   }
 
-  FileHandle created_;
+  FileHandle created_{OwnHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr))};
+  FileHandle ended_{OwnHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr))};
   HWND window_ = nullptr;
   std::thread thread_;
 };

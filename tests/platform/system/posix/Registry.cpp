@@ -14,6 +14,7 @@
 #include "common/Conversions.h"
 #include "platform/system/OdbcFiles.h"
 #include "platform/system/TestFolder.h"
+#include "platform/system/posix/Child.h"
 #include "support/OdbcFolder.h"
 #include "support/RaisedErrors.h"
 
