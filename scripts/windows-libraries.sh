@@ -79,6 +79,12 @@ for width in x86_64 i686; do
   mkdir --parents -- "$sysroot/$width/include" "$sysroot/$width/lib/cmake"
   cp --recursive -- /usr/include/CLI "$sysroot/$width/include/"
   cp --recursive -- /usr/include/toml++ "$sysroot/$width/include/"
+  # The terms of what is linked into the programs: these libraries, and what the compiler brings (libstdc++, libgcc,
+  # winpthreads and the start-up code).
+  mkdir -- "$sysroot/$width/licences"
+  for package in libpugixml-dev libcli11-dev gcc-mingw-w64-base "mingw-w64-${width/_/-}-dev"; do
+    cp -- "/usr/share/doc/$package/copyright" "$sysroot/$width/licences/$package.txt"
+  done
   cp --recursive -- "$(dirname -- "$(dpkg --listfiles libcli11-dev | grep 'CLI11Config.cmake$')")" "$sysroot/$width/lib/cmake/"
 done
 # The tests run in one width only.

@@ -1,6 +1,7 @@
 // What tests want of the system that they run on, told apart in posix/ and win32/.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -13,6 +14,10 @@ void UnsetEnvironment(const char* name);
 
 /// True when only this user (and the system itself) may use a file or a folder.
 [[nodiscard]] bool IsPrivate(const std::string& path);
+
+/// Gives a file, or the folder or link itself, a modification time: seconds since 1970 and nanoseconds, which the file
+/// system may round. Throws std::runtime_error when that cannot be done.
+void SetTime(const std::string& path, std::int64_t seconds, long nanoseconds);
 
 /// A path as a database's driver takes it. Under Wine the driver is the host's and does not know of drives.
 [[nodiscard]] std::string DriverPath(const std::string& path);

@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -17,6 +18,13 @@ void UnsetEnvironment(const char* name) { unsetenv(name); }
 bool IsPrivate(const std::string& path) {
   struct stat facts {};
   return stat(path.c_str(), &facts) == 0 && (facts.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
+
+void SetTime(const std::string& path, std::int64_t seconds, long nanoseconds) {
+  const timespec times[2] = {{.tv_sec = seconds, .tv_nsec = nanoseconds}, {.tv_sec = seconds, .tv_nsec = nanoseconds}};
+  if (utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) {
+    throw std::runtime_error("cannot set the time of " + path);
+  }
 }
 
 std::string DriverPath(const std::string& path) { return path; }

@@ -56,6 +56,19 @@ bool IsPrivate(const std::string& path) {
   return list != nullptr && list->AceCount == 2;  // this user and the system
 }
 
+void SetTime(const std::string& path, std::int64_t seconds, long nanoseconds) {
+  constexpr std::int64_t kTicksPerSecond = 10'000'000;
+  constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;
+  const auto ticks = static_cast<std::uint64_t>((seconds + kSecondsTo1970) * kTicksPerSecond + nanoseconds / 100);
+  const FILETIME time{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32U)};
+  const FileHandle file =
+      OwnHandle(CreateFileW(WidePath(path).c_str(), FILE_WRITE_ATTRIBUTES, kShareAll, nullptr, OPEN_EXISTING,
+                            FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  if (!file || SetFileTime(AsHandle(file), nullptr, &time, &time) == 0) {
+    throw std::runtime_error("cannot set the time of " + path);
+  }
+}
+
 std::string DriverPath(const std::string& path) {
   using UnixName = char*(__cdecl*)(const wchar_t*);
   // Wine's own, which no Windows has.
