@@ -16,6 +16,7 @@
 #include "platform/system/System.h"
 #include "server/modConfiguration.h"
 #include "support/RaisedErrors.h"
+#include "support/TestSystem.h"
 
 namespace ods {
 namespace {
@@ -31,13 +32,13 @@ using testing::StartsWith;
 class ServerTest : public testing::Test {
  protected:
   ServerTest() {
-    setenv("TEMP", (folder_.Path() + "/temp").c_str(), 1);
+    test::SetEnvironment("TEMP", folder_.Path() + "/temp");
     std::filesystem::create_directory(exeFolder_);
     test::RegisterDoubles(components_, queues_, database_);
     // At the end of the script a stop comes from outside.
     queues_.atEnd = [this] { stop_ = true; };
   }
-  ~ServerTest() override { unsetenv("TEMP"); }
+  ~ServerTest() override { test::UnsetEnvironment("TEMP"); }
 
   void Configure(const std::string& path, const std::string& connectionString = "DSN=test") {
     Configuration configuration;
@@ -155,9 +156,9 @@ TEST_F(ServerTest, OneQueueOfABrokerForRequestsAndAnswersIsRefused) {
 }
 
 TEST_F(ServerTest, TheFoldersItMakesArePrivateWhateverTheMask) {
-  for (const mode_t mask : {0000U, 0077U}) {
+  for (const int mask : {0000, 0077}) {
     const std::string root = folder_.Path() + "/mask" + std::to_string(mask);
-    const mode_t before = umask(mask);
+    const auto before = umask(static_cast<mode_t>(mask));
     Run("hidden mode=none datafolder=" + root + "/data inqueue=" + root + "/q/in outqueue=" + root + "/q/out");
     umask(before);
     for (const char* name : {"", "/data", "/data/Logs", "/data/config", "/q", "/q/in", "/q/out"}) {
