@@ -13,7 +13,9 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST(PathTest, JoinsFolderAndName) { EXPECT_EQ(JoinPath("/var/log", "a.log"), "/var/log/a.log"); }
+TEST(PathTest, JoinsFolderAndName) {
+  EXPECT_EQ(JoinPath("/var/log", "a.log"), std::string("/var/log") + kPathSeparator + "a.log");
+}
 
 TEST(PathTest, KnowsAbsolutePaths) {
   for (const char* path : {"/", "/a", "C:\\a", "c:/a", "\\\\server\\share", "//server"}) {

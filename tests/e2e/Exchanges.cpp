@@ -49,7 +49,7 @@ std::string Page(const std::string& elements, const std::string& navigate, const
     XmlDocument document;
     const bool known = !from.empty() && document.LoadXML(from);
     positions += std::string("<") + asked + ">" +
-                 (known ? GetNodeText(document, std::string("/XML/") + answered) : "") + "</" + asked + ">";
+                 (known ? GetNodeText(document, (std::string("/XML/") + answered).c_str()) : "") + "</" + asked + ">";
   }
   return Request("TableData", elements + "<PageSize>20</PageSize><Navigate>" + navigate + "</Navigate>" + positions);
 }
@@ -82,7 +82,7 @@ void AskEverything(Exchanges& exchanges) {
   exchanges.Ask("Ping", kPing);
   exchanges.Ask("Initialize", Request("Initialize"));
   exchanges.Ask("TableList", Request("TableList"));
-  for (const SampleTable& table : SampleTables(kSqlite.quote)) AskOfTable(exchanges, table);
+  for (const SampleTable& table : SampleTables(test::kSqlite.quote)) AskOfTable(exchanges, table);
   exchanges.Ask("unknown type", Malformed(Request("Nonsense")));
   exchanges.Ask("no XML", Malformed("no XML"));
   exchanges.Ask("unknown table", Request("FieldList", "<TableId>[TABLE]nothing</TableId>"));
@@ -91,7 +91,7 @@ void AskEverything(Exchanges& exchanges) {
 }
 
 TEST(Exchanges, AreWrittenDown) {
-  const auto connectionString = ConnectionStringOf(kSqlite);
+  const auto connectionString = ConnectionStringOf(test::kSqlite);
   const char* path = std::getenv("ODS_TEST_EXCHANGES");
   if (!connectionString || path == nullptr) GTEST_SKIP() << "ODS_TEST_EXCHANGES or the sample is not set";
   std::ofstream file(PathOf(path), std::ios::binary);

@@ -1,7 +1,6 @@
 // Starting, stopping, dying and being watched: the life of the real executable.
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <thread>
 
 #include "common/Text.h"
@@ -26,10 +25,7 @@ std::ptrdiff_t Occurrences(const std::string& text, const std::string& part) {
   return static_cast<std::ptrdiff_t>(Split(text, part).size()) - 1;
 }
 
-mode_t ModeOf(const fs::path& path) {
-  struct stat facts = {};
-  return lstat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777U : 0;
-}
+unsigned ModeOf(const fs::path& path) { return static_cast<unsigned>(fs::symlink_status(path).permissions()); }
 
 TEST(Lifecycle, StopsInGoodOrderWhenAskedTo) {
   const ServerFolders folders;
@@ -208,8 +204,9 @@ TEST(CommandLine, ArgumentsWithBlanksCommasAndQuotesSurvive) {
   const TemporaryFolder root;
   const std::string folder = root.Path() + "/a b, \"c\" d";
   fs::create_directories(folder + "/config");
-  WriteTextFile(folder + "/config/dataserver.xml", "<Settings><ConnectionString>Driver=SQLite3;Database=" +
-                                                       root.Path() + "/own.db</ConnectionString></Settings>");
+  WriteTextFile(folder + "/config/dataserver.xml",
+                "<Settings><ConnectionString>Driver=SQLite3;Database=" + DriverPath(root.Path()) +
+                    "/own.db</ConnectionString></Settings>");
   EXPECT_EQ(RunProgram({ODS_SERVER_PROGRAM, "/hidden", "/mode=nonsense", "/datafolder=" + folder,
                         "/inqueue=" + folder + "/in", "/outqueue=" + folder + "/out"}),
             0);

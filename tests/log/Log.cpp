@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "common/Error.h"
+#include "common/Files.h"
 #include "common/Text.h"
 #include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
@@ -119,7 +120,8 @@ TEST_F(LogTest, WritesIntoTheFileOfToday) {
 TEST_F(LogTest, TakesTheTemporaryFolderWhenItHasNone) {
   Log log;
   log.postfix = "-log-test-%PID%.log";
-  EXPECT_EQ(log.PathOf(Date{}), SystemTempFolder() + "/18991230-log-test-" + std::to_string(::getpid()) + ".log");
+  EXPECT_EQ(log.PathOf(Date{}),
+            JoinPath(SystemTempFolder(), "18991230-log-test-" + std::to_string(::getpid()) + ".log"));
   EXPECT_EQ(log.folder, "");
   log.LogEntry(0, "a");
   EXPECT_EQ(log.folder, SystemTempFolder());

@@ -147,7 +147,7 @@ TEST_F(SignalTest, AnInstanceMutexExistsUntilItIsDestroyed) {
 
 TEST_F(SignalTest, AMutexThatCannotBeCreatedSaysWhy) {
   EXPECT_RAISES(CreateInstanceMutex(std::string(300, 'x')), error_number::kOwn,
-                testing::MatchesRegex("Error creating instance mutex \\([0-9]+\\)\\. .+"));
+                testing::MatchesRegex("Error creating instance mutex \\(.+\\)\\. .+"));
 }
 
 TEST_F(SignalTest, TheStateFileTellsConnectionAtOnceAndRequestsNowAndThen) {

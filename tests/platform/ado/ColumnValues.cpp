@@ -15,6 +15,7 @@
 #include "platform/ado/Ado.h"
 #include "platform/ado/AdoTestSupport.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSystem.h"
 
 namespace ods {
 namespace {
@@ -313,7 +314,7 @@ class SqliteColumnValues : public ColumnValues {
  protected:
   void SetUp() override {
     ASSERT_EQ(sqlite3_open((folder_.Path() + "/values.db").c_str(), &client_), SQLITE_OK);
-    connection_->Open("Driver=SQLite3;Database=" + folder_.Path() + "/values.db");
+    connection_->Open("Driver=SQLite3;Database=" + test::DriverPath(folder_.Path()) + "/values.db");
   }
   void TearDown() override { sqlite3_close(client_); }
   void RunInClient(const std::string& script) override {
