@@ -12,6 +12,10 @@ namespace ods::test {
 void SetEnvironment(const char* name, const std::string& value);
 void UnsetEnvironment(const char* name);
 
+/// A path of a test, written with "/", as this system writes it.
+[[nodiscard]] std::string Native(std::string path);
+/// A name that no mutex can have.
+[[nodiscard]] std::string ImpossibleMutexName();
 /// True when only this user (and the system itself) may use a file or a folder.
 [[nodiscard]] bool IsPrivate(const std::string& path);
 

@@ -15,6 +15,10 @@ void SetEnvironment(const char* name, const std::string& value) { setenv(name, v
 
 void UnsetEnvironment(const char* name) { unsetenv(name); }
 
+std::string Native(std::string path) { return path; }
+
+std::string ImpossibleMutexName() { return std::string(300, 'x'); }
+
 bool IsPrivate(const std::string& path) {
   struct stat facts {};
   return stat(path.c_str(), &facts) == 0 && (facts.st_mode & (S_IRWXG | S_IRWXO)) == 0;

@@ -1,5 +1,6 @@
 #include "support/TestSystem.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -44,6 +45,13 @@ void SetEnvironment(const char* name, const std::string& value) {
 }
 
 void UnsetEnvironment(const char* name) { _wputenv_s(ToWide(name).c_str(), L""); }
+
+std::string Native(std::string path) {
+  std::ranges::replace(path, '/', '\\');
+  return path;
+}
+
+std::string ImpossibleMutexName() { return "no\\such\\place"; }
 
 bool IsPrivate(const std::string& path) {
   PSECURITY_DESCRIPTOR descriptor = nullptr;
