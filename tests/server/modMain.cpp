@@ -134,7 +134,7 @@ TEST_F(ServerTest, OneFolderForRequestsAndAnswersIsRefused) {
     const std::string wanted = "The parameters inqueue (\"" + folder + "\") and outqueue (\"" + other +
                                "\") name the same folder: requests and answers need a folder each.";
     EXPECT_RAISES(Run("hidden inqueue=" + folder + " outqueue=" + other), 1000, wanted);
-    EXPECT_EQ(ui_.CountOf("Error: " + wanted), 1) << "the log tells it too";
+    EXPECT_EQ(ui_.CountOf(Traced("Error: " + wanted)), 1) << "the log tells it too";
   }
   EXPECT_THAT(database_.opened, IsEmpty());
 }

@@ -1,15 +1,13 @@
 #include "platform/queue/QueueChoice.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <functional>
-#include <system_error>
 #include <utility>
 
 #include "common/Error.h"
-#include "common/Files.h"
 #include "common/Text.h"
 #include "platform/queue/Broker.h"
+#include "platform/system/FileFacts.h"
 
 namespace ods {
 
@@ -105,8 +103,10 @@ bool IsSameQueue(const QueueAddress& one, const QueueAddress& other) {
     return one.broker->hosts == other.broker->hosts && one.broker->vhost == other.broker->vhost &&
            one.broker->queue == other.broker->queue;
   }
-  std::error_code unknown;
-  return !one.broker && !other.broker && std::filesystem::equivalent(PathOf(one.folder), PathOf(other.folder), unknown);
+  if (one.broker || other.broker) return false;
+  const auto facts = FactsOf(one.folder);
+  const auto otherFacts = FactsOf(other.folder);
+  return facts && otherFacts && facts->IsSameFile(*otherFacts);
 }
 
 std::shared_ptr<Queue> CreateQueue() { return std::make_shared<ChosenQueue>(); }
