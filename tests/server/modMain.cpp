@@ -15,6 +15,7 @@
 #include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 #include "server/modConfiguration.h"
+#include "support/EnvironmentValue.h"
 #include "support/RaisedErrors.h"
 #include "support/TestSystem.h"
 
@@ -32,13 +33,11 @@ using testing::StartsWith;
 class ServerTest : public testing::Test {
  protected:
   ServerTest() {
-    test::SetEnvironment("TEMP", folder_.Path() + "/temp");
     std::filesystem::create_directory(exeFolder_);
     test::RegisterDoubles(components_, queues_, database_);
     // At the end of the script a stop comes from outside.
     queues_.atEnd = [this] { stop_ = true; };
   }
-  ~ServerTest() override { test::UnsetEnvironment("TEMP"); }
 
   void Configure(const std::string& path, const std::string& connectionString = "DSN=test") {
     Configuration configuration;
@@ -59,6 +58,7 @@ class ServerTest : public testing::Test {
   }
 
   test::TemporaryFolder folder_;
+  test::EnvironmentValue temp_{"TEMP", folder_.Path() + "/temp"};
   std::string exeFolder_ = folder_.Path() + "/bin";
   test::RecordingUserInterface ui_;
   Tracer tracer_{ui_};
@@ -156,13 +156,13 @@ TEST_F(ServerTest, OneQueueOfABrokerForRequestsAndAnswersIsRefused) {
 }
 
 TEST_F(ServerTest, TheFoldersItMakesArePrivateWhateverTheMask) {
-  for (const int mask : {0000, 0077}) {
+  for (const unsigned mask : {0000U, 0077U}) {
     const std::string root = folder_.Path() + "/mask" + std::to_string(mask);
     const auto before = umask(static_cast<mode_t>(mask));
     Run("hidden mode=none datafolder=" + root + "/data inqueue=" + root + "/q/in outqueue=" + root + "/q/out");
     umask(before);
     for (const char* name : {"", "/data", "/data/Logs", "/data/config", "/q", "/q/in", "/q/out"}) {
-      EXPECT_EQ(std::filesystem::status(root + name).permissions(), std::filesystem::perms::owner_all) << root + name;
+      EXPECT_TRUE(test::IsPrivate(root + name)) << root + name;
     }
   }
 }

@@ -12,6 +12,9 @@ namespace ods::test {
 void SetEnvironment(const char* name, const std::string& value);
 void UnsetEnvironment(const char* name);
 
+/// True when only this user (and the system itself) may use a file or a folder.
+[[nodiscard]] bool IsPrivate(const std::string& path);
+
 /// Gives a file, or the folder or link itself, a modification time: seconds since 1970 and nanoseconds, which the file
 /// system may round. Throws std::runtime_error when that cannot be done.
 void SetTime(const std::string& path, std::int64_t seconds, long nanoseconds);

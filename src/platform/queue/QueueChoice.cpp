@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "common/Error.h"
+#include "common/Files.h"
 #include "common/Text.h"
 #include "platform/queue/Broker.h"
 
@@ -105,7 +106,7 @@ bool IsSameQueue(const QueueAddress& one, const QueueAddress& other) {
            one.broker->queue == other.broker->queue;
   }
   std::error_code unknown;
-  return !one.broker && !other.broker && std::filesystem::equivalent(one.folder, other.folder, unknown);
+  return !one.broker && !other.broker && std::filesystem::equivalent(PathOf(one.folder), PathOf(other.folder), unknown);
 }
 
 std::shared_ptr<Queue> CreateQueue() { return std::make_shared<ChosenQueue>(); }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <utility>
 
 #include "common/Error.h"
 
@@ -13,7 +14,7 @@ bool IsSettled(const FileTime& time) {
   constexpr std::int64_t kBillion = 1'000'000'000;
   const std::int64_t now =
       std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
-  return FileTime{time.seconds + kCoarsestSeconds, time.nanoseconds} < FileTime{now / kBillion, now % kBillion};
+  return std::pair(time.seconds + kCoarsestSeconds, time.nanoseconds) < std::pair(now / kBillion, now % kBillion);
 }
 
 std::string ReadWhole(const FileHandle& file, std::uint64_t limit, const std::string& what) {

@@ -15,6 +15,11 @@ void SetEnvironment(const char* name, const std::string& value) { setenv(name, v
 
 void UnsetEnvironment(const char* name) { unsetenv(name); }
 
+bool IsPrivate(const std::string& path) {
+  struct stat facts {};
+  return stat(path.c_str(), &facts) == 0 && (facts.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
+
 void SetTime(const std::string& path, std::int64_t seconds, long nanoseconds) {
   const timespec times[2] = {{.tv_sec = seconds, .tv_nsec = nanoseconds}, {.tv_sec = seconds, .tv_nsec = nanoseconds}};
   if (utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) {

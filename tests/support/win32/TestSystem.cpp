@@ -45,6 +45,17 @@ void SetEnvironment(const char* name, const std::string& value) {
 
 void UnsetEnvironment(const char* name) { _wputenv_s(ToWide(name).c_str(), L""); }
 
+bool IsPrivate(const std::string& path) {
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  PACL list = nullptr;
+  if (GetNamedSecurityInfoW(WidePath(path).data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list,
+                            nullptr, &descriptor) != ERROR_SUCCESS) {
+    return false;
+  }
+  const LocalMemory<void> owned(descriptor);
+  return list != nullptr && list->AceCount == 2;  // this user and the system
+}
+
 void SetTime(const std::string& path, std::int64_t seconds, long nanoseconds) {
   constexpr std::int64_t kTicksPerSecond = 10'000'000;
   constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;
