@@ -50,12 +50,12 @@ fetch() {
 
 # build WIDTH SOURCE OPTION...: builds with CMake and installs into the sysroot of the width.
 build() {
-  local width=$1 source=$2 folder=$work/build-$1-$(basename -- "$2")
+  local width=$1 source=$2 folder=$work/build-$1-${2##*/} result=0
   shift 2
   cmake -S "$source" -B "$folder" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$ODS_ROOT/cmake/windows/$width.cmake" \
-    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$sysroot/$width" -DBUILD_SHARED_LIBS=OFF "$@" >"$folder.log" 2>&1 &&
-    cmake --build "$folder" --parallel "$(nproc)" --target install >>"$folder.log" 2>&1 ||
-    { cat -- "$folder.log" >&2; die "$source could not be built"; }
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$sysroot/$width" -DBUILD_SHARED_LIBS=OFF "$@" >"$folder.log" 2>&1 || result=$?
+  ((result)) || cmake --build "$folder" --parallel "$(nproc)" --target install >>"$folder.log" 2>&1 || result=$?
+  ((result == 0)) || { cat -- "$folder.log" >&2; die "$source could not be built"; }
 }
 
 # build_sqlite WIDTH SOURCE: its one C file, made of the source tree by its own means for this machine, and the library.

@@ -35,9 +35,9 @@ TEST(Lifecycle, StopsInGoodOrderWhenAskedTo) {
   (void)client.Ask(kPing);
   EXPECT_EQ(server.Stop(), 0);
   const std::string log = folders.LogText();
-  for (const char* entry :
-       {"'Starting odbc-data-server version 1.0.0.0'", "'Mode: run'", "'Enter main loop'", "'In main loop'",
-        "'Start Polling'", "'Exit main loop'", "'Signal that data server is stopped'", "'Stop'"}) {
+  for (const std::string& entry : {"'Starting " + TextOf(fs::path(ODS_SERVER_PROGRAM).filename()) + " version 1.0.0.0'",
+                                   "'Mode: run'", "'Enter main loop'", "'In main loop'", "'Start Polling'",
+                                   "'Exit main loop'", "'Signal that data server is stopped'", "'Stop'"}) {
     EXPECT_NE(log.find(entry), std::string::npos) << entry << "\n" << log;
   }
 }
@@ -200,18 +200,23 @@ TEST(CommandLine, AMissingParameterFileEndsTheServerWithAnError) {
   EXPECT_EQ(RunProgram({ODS_SERVER_PROGRAM, "/hidden", "/parameterfile=/nonexistent/parameters.txt"}), 1);
 }
 
-TEST(CommandLine, ArgumentsWithBlanksCommasAndQuotesSurvive) {
+void ExpectThatTheFolderIsFound(const std::string& name) {
   const TemporaryFolder root;
-  const std::string folder = root.Path() + "/a b, \"c\" d";
-  fs::create_directories(folder + "/config");
+  const std::string folder = root.Path() + "/" + name;
   WriteTextFile(folder + "/config/dataserver.xml",
                 "<Settings><ConnectionString>Driver=SQLite3;Database=" + DriverPath(root.Path()) +
                     "/own.db</ConnectionString></Settings>");
   EXPECT_EQ(RunProgram({ODS_SERVER_PROGRAM, "/hidden", "/mode=nonsense", "/datafolder=" + folder,
                         "/inqueue=" + folder + "/in", "/outqueue=" + folder + "/out"}),
             0);
-  EXPECT_TRUE(fs::exists(folder + "/Logs"));
-  EXPECT_TRUE(fs::exists(folder + "/in"));
+  EXPECT_TRUE(fs::exists(PathOf(folder + "/Logs")));
+  EXPECT_TRUE(fs::exists(PathOf(folder + "/in")));
+}
+
+TEST(CommandLine, ArgumentsWithBlanksCommasAndQuotesSurvive) { ExpectThatTheFolderIsFound("a b, \"c\" d"); }
+
+TEST(CommandLine, ArgumentsWithBlanksCommasAndOtherAlphabetsSurvive) {
+  ExpectThatTheFolderIsFound("a b, \xC3\x9C\xD0\x96\xE6\x97\xA5 d");
 }
 
 }  // namespace

@@ -29,7 +29,9 @@ QueueAddress ParseFileUri(const std::string& text) {
   if (rest.find('#') != std::string_view::npos || !path || !known) {
     Refuse(text, "it is no URI of a folder; the only option is \"?sync=1\".");
   }
-  return {.synced = query == "?sync=1", .folder = *path};
+  // On Windows what begins with a drive is the path behind the slash.
+  const bool hasDrive = PathOf(path->substr(1)).has_root_name();
+  return {.synced = query == "?sync=1", .folder = hasDrive ? path->substr(1) : *path};
 }
 
 /// A queue that knows only with its address what it is.
