@@ -41,7 +41,7 @@ class BenchFolder {
     for (std::int64_t i = 0; i < count; ++i) {
       const std::string path = path_ + "/new/" + std::to_string(i) + ".xml";
       const ods::FileHandle file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-      (void)ods::WriteAll(file.Get(), kMessage);
+      (void)ods::WriteAll(file, kMessage);
     }
   }
 

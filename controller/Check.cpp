@@ -26,7 +26,7 @@ constexpr int kLookMilliseconds = 20;
 class PrivateFolder {
  public:
   PrivateFolder() : path_(JoinPath(SystemTempFolder(), "odbc-data-controller-" + RandomNamePart())) {
-    if (const int failure = MakePrivateFolder(path_); failure != 0) {
+    if (const auto failure = MakePrivateFolder(path_)) {
       RaiseSystemError("Unable to make the folder " + path_, failure);
     }
   }

@@ -15,6 +15,7 @@
 #include "common/Text.h"
 #include "platform/queue/QueueChoice.h"
 #include "platform/system/PrivateFile.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 
 namespace ods::controller {

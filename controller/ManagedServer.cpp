@@ -6,9 +6,9 @@
 
 #include "common/Attempt.h"
 #include "common/Error.h"
-#include "common/Files.h"
 #include "platform/system/Folders.h"
 #include "platform/system/NamedMutex.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/ReplaceFile.h"
 #include "platform/system/Slot.h"
 

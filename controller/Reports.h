@@ -7,7 +7,7 @@
 
 #include "Launch.h"
 #include "Watch.h"
-#include "platform/system/FolderFiles.h"
+#include "platform/system/FileFacts.h"
 
 namespace ods::controller {
 

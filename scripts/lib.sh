@@ -24,6 +24,9 @@ PACKAGE_PACKAGES=(dpkg-dev file lintian)
 INSTALL_TEST_PACKAGES=(g++ cmake ninja-build pkg-config odbc-postgresql postgresql procps)
 # What the comparison of the ways of reading a page needs besides.
 PAGES_PACKAGES=(python3 python3-pyodbc python3-lxml unixodbc odbc-postgresql odbc-mariadb postgresql mariadb-server valgrind)
+# What builds for Windows, and runs what was built.
+WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine wine64 cmake ninja-build dpkg-dev googletest libpugixml-dev libxml2-dev libsqlite3-dev
+  libcli11-dev libtomlplusplus-dev tcl)
 # What checks the sources.
 LINT_PACKAGES=(clang-format clang-tidy shellcheck python3)
 

@@ -314,7 +314,7 @@ std::string Footer(const CommandRow& row) {
 
 }  // namespace
 
-std::optional<int> ReadCommandLine(int argumentCount, const char* const* arguments, Options& options) {
+std::optional<int> ReadCommandLine(std::vector<std::string> arguments, Options& options) {
   CLI::App app("Asks an ODBC Data Server for the tables of its database.", "odbc-data-client");
   app.footer(
       "Examples:\n"
@@ -342,7 +342,8 @@ std::optional<int> ReadCommandLine(int argumentCount, const char* const* argumen
     command.callback([&options, &row] { options.command = row.command; });
   }
   try {
-    app.parse(argumentCount, arguments);
+    std::ranges::reverse(arguments);  // the library takes them from the end
+    app.parse(std::move(arguments));
   } catch (const CLI::ParseError& result) {
     return app.exit(result) == 0 ? exit_status::kAnswered : exit_status::kUsage;
   }

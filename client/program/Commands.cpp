@@ -14,6 +14,7 @@
 #include "Pager.h"
 #include "TableText.h"
 #include "Terminal.h"
+#include "common/Files.h"
 #include "common/Hex.h"
 #include "common/Text.h"
 #include "platform/system/System.h"
@@ -94,7 +95,7 @@ std::string ReadAll(std::istream& stream, const std::string& what) {
 
 std::string ReadFileOrInput(const Call& call, const std::string& path) {
   if (path.empty()) return ReadAll(call.streams.input, "standard input");
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(ods::PathOf(path), std::ios::binary);
   return ReadAll(file, "the file \"" + path + "\"");
 }
 

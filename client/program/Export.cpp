@@ -8,15 +8,19 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/system/FileHandle.h"
+#include "common/Files.h"
 
 namespace odbc_data {
 
 namespace {
 
+/// Why a stream has just failed, as far as its library tells.
+std::error_code StreamFailure() { return {errno, std::generic_category()}; }
+
 std::unique_ptr<std::ostream> OpenFile(const std::string& path, bool add) {
-  auto file = std::make_unique<std::ofstream>(path, std::ios::binary | (add ? std::ios::app : std::ios::trunc));
-  if (!*file) throw Failure("Unable to write the file \"" + path + "\": " + ods::SystemErrorText(errno));
+  auto file =
+      std::make_unique<std::ofstream>(ods::PathOf(path), std::ios::binary | (add ? std::ios::app : std::ios::trunc));
+  if (!*file) throw Failure("Unable to write the file \"" + path + "\": " + StreamFailure().message());
   return file;
 }
 
@@ -27,7 +31,7 @@ ExportOutput::ExportOutput(std::ostream& stream) : stream_(stream) {}
 ExportOutput::ExportOutput(const std::string& path, bool add)
     : path_(path), file_(OpenFile(path, add)), stream_(*file_) {
   std::error_code unknown;
-  const std::uintmax_t size = std::filesystem::file_size(path_, unknown);
+  const std::uintmax_t size = std::filesystem::file_size(ods::PathOf(path_), unknown);
   size_ = unknown ? 0 : size;
 }
 
@@ -35,15 +39,17 @@ ExportOutput::~ExportOutput() {
   if (!file_) return;
   file_.reset();
   std::error_code ignored;  // a pipe or a device has no size
-  if (std::filesystem::is_regular_file(path_, ignored)) std::filesystem::resize_file(path_, size_, ignored);
+  const std::filesystem::path path = ods::PathOf(path_);
+  if (std::filesystem::is_regular_file(path, ignored)) std::filesystem::resize_file(path, size_, ignored);
 }
 
 void ExportOutput::Commit(const std::string& text) {
   errno = 0;
   stream_.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
   if (!stream_) {
+    const std::error_code failure = StreamFailure();
     const std::string where = file_ ? "the file \"" + path_ + "\"" : std::string("standard output");
-    throw Failure("Unable to write to " + where + (errno == 0 ? "" : ": " + ods::SystemErrorText(errno)));
+    throw Failure("Unable to write to " + where + (failure ? ": " + failure.message() : ""));
   }
   size_ += text.size();
 }

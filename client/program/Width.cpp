@@ -1,10 +1,8 @@
 #include "Width.h"
 
-#include <clocale>
-#include <cwchar>
-#include <langinfo.h>
 #include <optional>
 
+#include "CharacterWidth.h"
 #include "common/Text.h"
 
 namespace odbc_data {
@@ -14,10 +12,7 @@ namespace {
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr std::string_view kEllipsis = "\xE2\x80\xA6";
 
-int WidthOf(char32_t character) {
-  if (character >= 0x20 && character < 0x7F) return 1;
-  return wcwidth(static_cast<wchar_t>(character));
-}
+int WidthOf(char32_t character) { return character >= 0x20 && character < 0x7F ? 1 : CharacterWidth(character); }
 
 char32_t Picture(char32_t character) {
   if (character < 0x20) return 0x2400 + character;
@@ -42,11 +37,6 @@ std::size_t ShownWidth(char32_t character) {
 }
 
 }  // namespace
-
-void UseUnicode() {
-  const bool users = std::setlocale(LC_CTYPE, "") != nullptr;
-  if (!users || std::string_view(nl_langinfo(CODESET)) != "UTF-8") std::setlocale(LC_CTYPE, "C.UTF-8");
-}
 
 std::string VisibleText(std::string_view text) {
   std::string visible;

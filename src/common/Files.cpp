@@ -1,64 +1,15 @@
 #include "common/Files.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <filesystem>
-#include <memory>
-#include <system_error>
-
-#include "common/Error.h"
 #include "common/Text.h"
 
 namespace ods {
 
-namespace {
+std::filesystem::path PathOf(std::string_view text) { return {std::u8string(text.begin(), text.end())}; }
 
-namespace fs = std::filesystem;
-
-struct FileCloser {
-  void operator()(std::FILE* file) const {
-    static_cast<void>(std::fclose(file));  // NOLINT(cppcoreguidelines-owning-memory) the owner's part
-  }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
-Error ReadError(const std::string& path, int systemError) {
-  return {error_number::kOwn, "Error reading file " + path + ": " + std::generic_category().message(systemError)};
+std::string TextOf(const std::filesystem::path& path) {
+  const std::u8string text = path.u8string();
+  return {text.begin(), text.end()};
 }
-
-File OpenForReading(const std::string& path) {
-  if (path.empty()) {
-    throw Error(error_number::kOwn, "Function ReadFile does not accept an empty file name as parameter.");
-  }
-  File file(std::fopen(path.c_str(), "rb"));
-  const int systemError = errno;
-  if (file) return file;
-  if (systemError == EMFILE || systemError == ENFILE) {
-    throw Error(error_number::kOwn, "Function ReadFile was not able to get a free file handle.");
-  }
-  if (systemError == ENOENT) throw Error(error_number::kFileNotFound, "File not found: " + path);
-  throw ReadError(path, systemError);
-}
-
-template <typename Container>
-Container ReadWhole(const std::string& path) {
-  constexpr std::size_t kFirstBlock = 16384;
-  const File file = OpenForReading(path);
-  // Blocks go straight into the result, so the stream needs no buffer of its own.
-  static_cast<void>(std::setvbuf(file.get(), nullptr, _IONBF, 0));
-  Container content;
-  std::size_t size = 0;
-  do {
-    content.resize(size == 0 ? kFirstBlock : size * 2);
-    errno = 0;
-    size += std::fread(content.data() + size, 1, content.size() - size, file.get());
-    if (std::ferror(file.get()) != 0) throw ReadError(path, errno);
-  } while (size == content.size());
-  content.resize(size);
-  return content;
-}
-
-}  // namespace
 
 std::string JoinPath(std::string_view folder, std::string_view name) {
   std::string path;
@@ -93,9 +44,5 @@ std::vector<std::string> FolderLevels(std::string_view path, char separator) {
   }
   return levels;
 }
-
-Bytes ReadFile(const std::string& path) { return ReadWhole<Bytes>(path); }
-
-std::string ReadFileText(const std::string& path) { return ReadWhole<std::string>(path); }
 
 }  // namespace ods

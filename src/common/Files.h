@@ -1,20 +1,21 @@
-// Whole files and path texts.
+// Path texts, which are UTF-8.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "common/Value.h"
-
 namespace ods {
 
-/// The separator between folder and file on this system.
-#ifdef _WIN32
-inline constexpr char kPathSeparator = '\\';
-#else
-inline constexpr char kPathSeparator = '/';
-#endif
+/// The separator between folder and file on this system, and all that count as one in a path.
+inline constexpr auto kPathSeparator = static_cast<char>(std::filesystem::path::preferred_separator);
+inline constexpr std::string_view kPathSeparators = kPathSeparator == '\\' ? "\\/" : "/";
+
+/// A path text as the library's path, and back. Never by that class's own conversion: where its paths are UTF-16 it
+/// takes a text for something else than UTF-8.
+[[nodiscard]] std::filesystem::path PathOf(std::string_view text);
+[[nodiscard]] std::string TextOf(const std::filesystem::path& path);
 
 /// `folder` + separator + `name`.
 [[nodiscard]] std::string JoinPath(std::string_view folder, std::string_view name);
@@ -25,12 +26,5 @@ inline constexpr char kPathSeparator = '/';
 /// every "/" counts as one too. A trailing separator is dropped. Of a network path, which begins with two separators,
 /// the server and the share are left out. The root itself ("/"; with the separator "\" a drive as "C:") is not a level.
 [[nodiscard]] std::vector<std::string> FolderLevels(std::string_view path, char separator = kPathSeparator);
-
-/// The bytes of a file; none for an empty file. Raises error 1000 "Function ReadFile does not accept an empty file name
-/// as parameter." for "", "Function ReadFile was not able to get a free file handle." when the process has no handle
-/// left, error 53 when there is no such file, and error 1000 naming the path for anything else.
-[[nodiscard]] Bytes ReadFile(const std::string& path);
-/// The same as text.
-[[nodiscard]] std::string ReadFileText(const std::string& path);
 
 }  // namespace ods

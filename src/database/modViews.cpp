@@ -15,12 +15,12 @@ namespace fs = std::filesystem;
 /// Adds the view of one file, in place of an earlier one of the same identifier.
 void AddViewFile(XmlDocument& views, const fs::path& path) {
   XmlDocument file;
-  file.Load(path.string());
-  const std::string identifier = path.stem().string();
+  file.Load(TextOf(path));
+  const std::string identifier = TextOf(path.stem());
   XmlNode root = views.SelectSingleNode("/Views");
   if (!root || !file.DocumentElement()) {
     throw Error(error_number::kObjectMissing,
-                "The views cannot be read: " + (root ? path.string() : std::string("views.xml")) +
+                "The views cannot be read: " + (root ? TextOf(path) : std::string("views.xml")) +
                     " is not an XML document of views.");
   }
   const XmlNode earlier = views.SelectSingleNode(("/Views/View[Id=" + XPathLiteral(identifier) + "]").c_str());
@@ -34,9 +34,9 @@ XmlDocument LoadViews(const std::string& configFolder) {
   XmlDocument views("<Views/>");
   std::error_code ignored;
   const std::string mainFile = JoinPath(configFolder, "views.xml");
-  if (fs::exists(mainFile, ignored)) views.Load(mainFile);
-  for (const auto& entry : fs::directory_iterator(JoinPath(configFolder, "views"), ignored)) {
-    if (ToLower(entry.path().extension().string()) == ".xml") AddViewFile(views, entry.path());
+  if (fs::exists(PathOf(mainFile), ignored)) views.Load(mainFile);
+  for (const auto& entry : fs::directory_iterator(PathOf(JoinPath(configFolder, "views")), ignored)) {
+    if (ToLower(TextOf(entry.path().extension())) == ".xml") AddViewFile(views, entry.path());
   }
   return views;
 }

@@ -10,6 +10,7 @@
 #include "common/Files.h"
 #include "common/Text.h"
 #include "platform/system/Folders.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/ReplaceFile.h"
 #include "platform/system/System.h"
 
@@ -75,7 +76,7 @@ std::uint64_t Log::Append(const std::string& path, std::string_view line) const 
     return AppendToPrivateFile(path, line);
   } catch (const Error&) {
     std::error_code unknown;
-    if (std::filesystem::exists(folder, unknown) || unknown) throw;
+    if (std::filesystem::exists(ods::PathOf(folder), unknown) || unknown) throw;
   }
   MkDirRecurse(folder);
   return AppendToPrivateFile(path, line);

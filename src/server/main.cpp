@@ -3,6 +3,7 @@
 #include <exception>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "common/ComponentRegistry.h"
 #include "log/Trace.h"
@@ -19,7 +20,7 @@ namespace {
 
 void Tell(const std::exception& error) { std::cerr << "odbc-data-server: " << error.what() << std::endl; }
 
-int RunServer(int argc, const char* const* argv) {
+int RunServer(const std::vector<std::string>& arguments) {
   ods::TakeFailuresInsteadOfSignals();
   ods::StopSignals stopSignals;
   ods::SwitchingUserInterface ui;
@@ -33,7 +34,7 @@ int RunServer(int argc, const char* const* argv) {
                         ui.SwitchTo(ods::LoadWindows(ods::FolderOf(executable), view, components), view);
                       }});
   try {
-    server.Run(ods::RebuildCommandLine(argc, argv));
+    server.Run(ods::CommandLineToParse(ods::RawCommandLine(), arguments));
     return EXIT_SUCCESS;
   } catch (const std::exception& error) {
     Tell(error);
@@ -44,12 +45,13 @@ int RunServer(int argc, const char* const* argv) {
 
 int Run(int argc, char** argv) {
   try {
-    const ods::Information asked = ods::AskedInformation(argc, argv);
+    const std::vector<std::string> arguments = ods::ProgramArguments(argc, argv);
+    const ods::Information asked = ods::AskedInformation(arguments);
     if (asked != ods::Information::kNone) {
       std::cout << ods::InformationText(asked);
       return EXIT_SUCCESS;
     }
-    return RunServer(argc, argv);
+    return RunServer(arguments);
   } catch (const std::exception& error) {
     Tell(error);
     return EXIT_FAILURE;

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <span>
 #include <utility>
 
 #include "common/Conversions.h"
 #include "common/Error.h"
-#include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/ReadFile.h"
 #include "server/Parameters.h"
 #include "server/Product.h"
 
@@ -92,11 +91,6 @@ std::string AsParameter(std::string_view argument) {
   return parameter + "=" + QuoteWhereNeeded(argument.substr(equals + 1), " ,\"");
 }
 
-std::span<const char* const> Arguments(int argc, const char* const* argv) {
-  const std::span<const char* const> all(argv, argc > 0 ? static_cast<std::size_t>(argc) : 0);
-  return all.subspan(std::min<std::size_t>(1, all.size()));
-}
-
 Information AskedBy(std::string_view argument) {
   if (argument == "/?") return Information::kHelp;
   const std::size_t prefix = PrefixLength(argument);
@@ -163,9 +157,9 @@ void ReadParameterFile(const std::string& path, Dictionary& parameters) {
   }
 }
 
-std::string RebuildCommandLine(int argc, const char* const* argv) {
+std::string RebuildCommandLine(const std::vector<std::string>& arguments) {
   std::string line;
-  for (const std::string_view argument : Arguments(argc, argv)) {
+  for (const std::string& argument : arguments) {
     if (argument.empty()) continue;
     if (!line.empty()) line.push_back(' ');
     line += AsParameter(argument);
@@ -173,8 +167,17 @@ std::string RebuildCommandLine(int argc, const char* const* argv) {
   return line;
 }
 
-Information AskedInformation(int argc, const char* const* argv) {
-  for (const std::string_view argument : Arguments(argc, argv)) {
+std::string CommandLineToParse(const std::optional<std::string>& raw, const std::vector<std::string>& arguments) {
+  if (!raw) return RebuildCommandLine(arguments);
+  // Only a name in quotes can hold an equals sign, and no parameter's does: a whole argument stands in the quotes.
+  const std::vector<std::string> names = ParseCommandLine(*raw)->Keys();
+  const bool wholeIsQuoted =
+      std::ranges::any_of(names, [](const std::string& name) { return name.find('=') != std::string::npos; });
+  return wholeIsQuoted ? RebuildCommandLine(arguments) : *raw;
+}
+
+Information AskedInformation(const std::vector<std::string>& arguments) {
+  for (const std::string& argument : arguments) {
     const Information asked = AskedBy(argument);
     if (asked != Information::kNone) return asked;
   }

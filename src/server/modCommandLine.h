@@ -6,6 +6,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,15 +27,22 @@ namespace ods {
 /// the name is not there already. Raises the number of `ReadFile` with a text naming the file.
 void ReadParameterFile(const std::string& path, Dictionary& parameters);
 
-/// The arguments after the program's name as one line: each becomes one parameter, split at its first equals sign, its
-/// parts in quotes where the grammar needs them. Empty arguments are left out.
-[[nodiscard]] std::string RebuildCommandLine(int argc, const char* const* argv);
+/// Arguments as one line: each becomes one parameter, split at its first equals sign, its parts in quotes where the
+/// grammar needs them. Empty arguments are left out.
+[[nodiscard]] std::string RebuildCommandLine(const std::vector<std::string>& arguments);
+/// The line to parse. That is the one that was written, where the system has it, and else `RebuildCommandLine`. It is
+/// rebuilt as well where a launcher has put a whole argument into quotes ("/datafolder=C:\a b"): the grammar would take
+/// all of it for a name, while it reads the quotes of a value (/datafolder="C:\a b").
+/// @param raw the written line, without the program's name
+/// @param arguments the same as the system's rules of quoting split it
+[[nodiscard]] std::string CommandLineToParse(const std::optional<std::string>& raw,
+                                             const std::vector<std::string>& arguments);
 
 /// What a command line can ask for instead of a server.
 enum class Information { kNone, kHelp, kVersion };
 
 /// The first request for help ("help" after "-", "--" or "/", and "/?") or the version ("version" likewise).
-[[nodiscard]] Information AskedInformation(int argc, const char* const* argv);
+[[nodiscard]] Information AskedInformation(const std::vector<std::string>& arguments);
 /// The text that answers it, ended by a line break; "" for `kNone`.
 [[nodiscard]] std::string InformationText(Information information);
 

@@ -7,6 +7,7 @@
 #include "common/Attempt.h"
 #include "common/Error.h"
 #include "common/Files.h"
+#include "platform/system/ReadFile.h"
 #include "server/Product.h"
 
 namespace ods {
@@ -43,7 +44,7 @@ void RaiseAgain(const std::string& what, const std::string& path, const Error& f
 
 bool FileExists(const std::string& path) {
   std::error_code ignored;
-  return std::filesystem::exists(path, ignored);
+  return std::filesystem::exists(PathOf(path), ignored);
 }
 
 void WriteSetting(XmlDocument& document, const SettingPath& setting, std::string_view text) {

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "platform/system/FolderFiles.h"
+#include "platform/system/FileFacts.h"
 #include "platform/xml/Xml.h"
 
 namespace ods {

@@ -18,7 +18,7 @@ std::string FindModule(const std::string& programFolder) {
   for (const std::string& folder : {programFolder, libraryFolder}) {
     std::string path = JoinPath(folder, kWindowsModule);
     std::error_code ignored;
-    if (std::filesystem::exists(path, ignored)) return path;
+    if (std::filesystem::exists(PathOf(path), ignored)) return path;
   }
   throw Error(error_number::kOwn, std::string("the module ") + kWindowsModule + " is neither in " + programFolder +
                                       " nor in " + libraryFolder + ".");

@@ -7,7 +7,7 @@
 #include <sys/time.h>
 #include <thread>
 
-#include "common/Files.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 
 namespace ods::test {

@@ -9,6 +9,7 @@
 #include "platform/queue/Queue.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
+#include "platform/system/posix/Child.h"
 
 namespace ods {
 namespace {

@@ -17,6 +17,7 @@
 #include "e2e/ServerProcess.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
+#include "platform/system/posix/Child.h"
 
 namespace odbc_data {
 namespace {

@@ -4,9 +4,9 @@
 #include <sqlite3.h>
 #include <string>
 
-#include "common/Files.h"
 #include "e2e/QueueRelay.h"
 #include "e2e/ServerProcess.h"
+#include "platform/system/ReadFile.h"
 #include "support/TemporaryFolder.h"
 
 namespace odbc_data {

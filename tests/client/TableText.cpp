@@ -13,7 +13,7 @@ class TableTextTest : public ::testing::Test {
   TableTextTest() { UseUnicode(); }
 };
 
-const Cell kNull = {.text = "", .isNull = true};
+const Cell kNullCell = {.text = "", .isNull = true};
 
 TEST_F(TableTextTest, MeasuresWhatATerminalShows) {
   EXPECT_EQ(DisplayWidth(""), 0U);
@@ -52,9 +52,9 @@ TEST_F(TableTextTest, CutsAtTheWidthAndNotInACharacter) {
 
 TEST_F(TableTextTest, AlignsColumnsAndTellsNullFromEmpty) {
   const Sheet sheet{.columns = {{"no", ColumnKind::kNumber}, {"city"}, {"note"}},
-                    .rows = {{{.text = "7"}, {.text = "\xE6\x9D\xB1\xE4\xBA\xAC"}, kNull},
+                    .rows = {{{.text = "7"}, {.text = "\xE6\x9D\xB1\xE4\xBA\xAC"}, kNullCell},
                              {{.text = "1042"}, {.text = "\xC3\x85rhus"}, {.text = ""}},
-                             {kNull, {.text = "a\nb"}, {.text = "x"}}}};
+                             {kNullCell, {.text = "a\nb"}, {.text = "x"}}}};
   EXPECT_EQ(FormatTable(sheet, {}),
             "  no  city   note\n"
             "────  ─────  ────\n"
@@ -65,7 +65,7 @@ TEST_F(TableTextTest, AlignsColumnsAndTellsNullFromEmpty) {
 }
 
 TEST_F(TableTextTest, ColoursAreForTerminalsOnly) {
-  const Sheet sheet{.columns = {{"a"}}, .rows = {{kNull}}};
+  const Sheet sheet{.columns = {{"a"}}, .rows = {{kNullCell}}};
   EXPECT_EQ(FormatTable(sheet, {.width = 0, .coloured = true}), "\x1B[1ma   \x1B[0m\n────\n\x1B[2mNULL\x1B[0m\n");
 }
 

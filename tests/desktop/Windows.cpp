@@ -23,12 +23,12 @@
 #include <vector>
 
 #include "common/ComponentRegistry.h"
-#include "common/Files.h"
 #include "desktop/Robot.h"
 #include "desktop/XServer.h"
 #include "e2e/ServerProcess.h"
 #include "log/Trace.h"
 #include "platform/ado/Ado.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 #include "server/modMain.h"
 #include "support/OdbcFolder.h"

@@ -17,12 +17,12 @@
 #include <vector>
 
 #include "common/Attempt.h"
-#include "common/Files.h"
 #include "e2e/DatabaseServer.h"
 #include "e2e/ServerProcess.h"
 #include "e2e/StandIn.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/Processes.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/Slot.h"
 #include "support/EnvironmentValue.h"
 

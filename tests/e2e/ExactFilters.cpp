@@ -282,7 +282,7 @@ class ExactFilters : public ::testing::TestWithParam<const Product*> {
     const char* const place = product.variable == nullptr ? nullptr : std::getenv(product.variable);
     if (product.variable != nullptr && place == nullptr) GTEST_SKIP() << product.variable << " is not set";
     const std::string connectionString =
-        place != nullptr ? place : "Driver=SQLite3;Database=" + folders_.Root() + "/filters.db";
+        place != nullptr ? place : "Driver=SQLite3;Database=" + DriverPath(folders_.Root()) + "/filters.db";
     direct_ = CreateOdbcConnection();
     direct_->Open(connectionString);
     folders_.Configure(connectionString);

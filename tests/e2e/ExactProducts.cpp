@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "common/Files.h"
 #include "common/Text.h"
 #include "e2e/ExactPages.h"
 #include "e2e/ServerProcess.h"
 #include "e2e/StandIn.h"
+#include "platform/system/ReadFile.h"
 
 namespace ods::test {
 namespace {

@@ -12,6 +12,7 @@
 #include "e2e/ServerProcess.h"
 #include "platform/ado/Ado.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSystem.h"
 
 namespace ods::test {
 namespace {
@@ -348,7 +349,7 @@ TEST_F(MariaDbReach, KeysAreThoseOfTheTableOfExactlyThisName) {
 
 class SqliteReach : public ExactReach {
  protected:
-  void SetUp() override { Open("Driver=SQLite3;Database=" + folder_.Path() + "/reach.db"); }
+  void SetUp() override { Open("Driver=SQLite3;Database=" + test::DriverPath(folder_.Path()) + "/reach.db"); }
 
  private:
   TemporaryFolder folder_;

@@ -8,9 +8,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "common/Files.h"
 #include "e2e/ServerProcess.h"
 #include "platform/system/FileHandle.h"
+#include "platform/system/ReadFile.h"
 #include "support/MountedFolder.h"
 
 namespace ods::test {

@@ -26,11 +26,11 @@
 
 #include "catalogue/modKeys.h"
 #include "common/Conversions.h"
-#include "common/Files.h"
 #include "common/Text.h"
 #include "e2e/Sample.h"
 #include "e2e/ServerProcess.h"
 #include "platform/ado/Ado.h"
+#include "platform/system/ReadFile.h"
 #include "support/HostileRequests.h"
 
 namespace ods::test {

@@ -172,7 +172,7 @@ class Hostile : public ::testing::TestWithParam<HostileDatabase> {
     if (variable == nullptr || *variable == '\0') return false;
     const bool isFile = std::string_view(GetParam().name) == "SQLite";
     const std::string connectionString =
-        isFile ? "Driver=SQLite3;Database=" + folders_.Root() + "/hostile.db" : std::string(variable);
+        isFile ? "Driver=SQLite3;Database=" + DriverPath(folders_.Root()) + "/hostile.db" : std::string(variable);
     direct_ = CreateOdbcConnection();
     direct_->Open(connectionString);
     try {

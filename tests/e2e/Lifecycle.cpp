@@ -1,14 +1,13 @@
 // Starting, stopping, dying and being watched: the life of the real executable.
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <thread>
 
-#include "common/Files.h"
 #include "common/Text.h"
 #include "e2e/Sample.h"
 #include "e2e/ServerProcess.h"
 #include "platform/system/NamedMutex.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 
 namespace ods::test {
@@ -26,10 +25,7 @@ std::ptrdiff_t Occurrences(const std::string& text, const std::string& part) {
   return static_cast<std::ptrdiff_t>(Split(text, part).size()) - 1;
 }
 
-mode_t ModeOf(const fs::path& path) {
-  struct stat facts = {};
-  return lstat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777U : 0;
-}
+unsigned ModeOf(const fs::path& path) { return static_cast<unsigned>(fs::symlink_status(path).permissions()); }
 
 TEST(Lifecycle, StopsInGoodOrderWhenAskedTo) {
   const ServerFolders folders;
@@ -39,9 +35,9 @@ TEST(Lifecycle, StopsInGoodOrderWhenAskedTo) {
   (void)client.Ask(kPing);
   EXPECT_EQ(server.Stop(), 0);
   const std::string log = folders.LogText();
-  for (const char* entry :
-       {"'Starting odbc-data-server version 1.0.0.0'", "'Mode: run'", "'Enter main loop'", "'In main loop'",
-        "'Start Polling'", "'Exit main loop'", "'Signal that data server is stopped'", "'Stop'"}) {
+  for (const std::string& entry : {"'Starting " + TextOf(fs::path(ODS_SERVER_PROGRAM).filename()) + " version 1.0.0.0'",
+                                   "'Mode: run'", "'Enter main loop'", "'In main loop'", "'Start Polling'",
+                                   "'Exit main loop'", "'Signal that data server is stopped'", "'Stop'"}) {
     EXPECT_NE(log.find(entry), std::string::npos) << entry << "\n" << log;
   }
 }
@@ -204,17 +200,23 @@ TEST(CommandLine, AMissingParameterFileEndsTheServerWithAnError) {
   EXPECT_EQ(RunProgram({ODS_SERVER_PROGRAM, "/hidden", "/parameterfile=/nonexistent/parameters.txt"}), 1);
 }
 
-TEST(CommandLine, ArgumentsWithBlanksCommasAndQuotesSurvive) {
+void ExpectThatTheFolderIsFound(const std::string& name) {
   const TemporaryFolder root;
-  const std::string folder = root.Path() + "/a b, \"c\" d";
-  fs::create_directories(folder + "/config");
-  WriteTextFile(folder + "/config/dataserver.xml", "<Settings><ConnectionString>Driver=SQLite3;Database=" +
-                                                       root.Path() + "/own.db</ConnectionString></Settings>");
+  const std::string folder = root.Path() + "/" + name;
+  WriteTextFile(folder + "/config/dataserver.xml",
+                "<Settings><ConnectionString>Driver=SQLite3;Database=" + DriverPath(root.Path()) +
+                    "/own.db</ConnectionString></Settings>");
   EXPECT_EQ(RunProgram({ODS_SERVER_PROGRAM, "/hidden", "/mode=nonsense", "/datafolder=" + folder,
                         "/inqueue=" + folder + "/in", "/outqueue=" + folder + "/out"}),
             0);
-  EXPECT_TRUE(fs::exists(folder + "/Logs"));
-  EXPECT_TRUE(fs::exists(folder + "/in"));
+  EXPECT_TRUE(fs::exists(PathOf(folder + "/Logs")));
+  EXPECT_TRUE(fs::exists(PathOf(folder + "/in")));
+}
+
+TEST(CommandLine, ArgumentsWithBlanksCommasAndQuotesSurvive) { ExpectThatTheFolderIsFound("a b, \"c\" d"); }
+
+TEST(CommandLine, ArgumentsWithBlanksCommasAndOtherAlphabetsSurvive) {
+  ExpectThatTheFolderIsFound("a b, \xC3\x9C\xD0\x96\xE6\x97\xA5 d");
 }
 
 }  // namespace

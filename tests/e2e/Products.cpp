@@ -12,10 +12,10 @@
 #include <memory>
 #include <thread>
 
-#include "common/Files.h"
 #include "common/Text.h"
 #include "e2e/ServerProcess.h"
 #include "e2e/StandIn.h"
+#include "platform/system/ReadFile.h"
 #include "support/Transcript.h"
 
 namespace ods::test {

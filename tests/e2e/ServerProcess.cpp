@@ -1,66 +1,24 @@
 #include "e2e/ServerProcess.h"
 
 #include <algorithm>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <stdexcept>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 #include "common/Files.h"
+#include "common/Text.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 
 namespace ods::test {
 namespace {
 
-// The program ends with the test's thread that starts it, also when that crashes: what is left over would hold the
-// test's output open, and whoever waits for its end would wait for ever.
-pid_t Spawn(const std::vector<std::string>& arguments) {
-  std::vector<char*> pointers;
-  for (const char* argument : {"setpriv", "--pdeathsig", "KILL", "--"}) pointers.push_back(const_cast<char*>(argument));
-  for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
-  pointers.push_back(nullptr);
-  pid_t pid = -1;
-  if (posix_spawnp(&pid, pointers.front(), nullptr, nullptr, pointers.data(), environ) != 0) {
-    throw std::runtime_error("cannot start setpriv for " + arguments.front());
-  }
-  return pid;
-}
-
-int StatusOf(int waitStatus) { return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : -WTERMSIG(waitStatus); }
-
 bool IsExact(const std::string& argument) { return argument == "/exact" || argument == "exact"; }
 
-}  // namespace
-
-ServerFolders::ServerFolders() { std::filesystem::create_directories(Config()); }
-
-void WriteTextFile(const std::string& path, const std::string& text) {
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-void ServerFolders::Configure(const std::string& connectionString) const {
-  WriteTextFile(Config() + "/dataserver.xml",
-                "<Settings><ConnectionString>" + EscapeXml(connectionString) + "</ConnectionString></Settings>");
-}
-
-std::string ServerFolders::LogText() const {
-  std::string text;
-  std::error_code notYetThere;
-  for (const auto& entry : std::filesystem::directory_iterator(Root() + "/data/Logs", notYetThere)) {
-    text += ReadFileText(entry.path().string());
-  }
-  return text;
-}
-
-ServerProcess::ServerProcess(const ServerFolders& folders, const std::vector<std::string>& moreArguments,
-                             const std::string& program) {
+/// The command line of a server on the folders.
+std::vector<std::string> CommandLine(const ServerFolders& folders, const std::vector<std::string>& moreArguments,
+                                     const std::string& program) {
   std::vector<std::string> arguments = {program,
                                         "/hidden",
                                         "/instance=e2e",
@@ -69,28 +27,50 @@ ServerProcess::ServerProcess(const ServerFolders& folders, const std::vector<std
                                         "/outqueue=" + folders.Results()};
   arguments.insert(arguments.end(), moreArguments.begin(), moreArguments.end());
   folders.Watch().SetExact(std::ranges::any_of(moreArguments, IsExact));
-  pid_ = Spawn(arguments);
+  return arguments;
 }
 
-ServerProcess::ServerProcess(const std::vector<std::string>& commandLine) : pid_(Spawn(commandLine)) {}
+}  // namespace
+
+ServerFolders::ServerFolders() { std::filesystem::create_directories(PathOf(Config())); }
+
+void WriteTextFile(const std::string& path, const std::string& text) {
+  std::filesystem::create_directories(PathOf(path).parent_path());
+  std::ofstream(PathOf(path), std::ios::binary) << text;
+}
+
+void ServerFolders::Configure(const std::string& connectionString) const {
+  WriteTextFile(Config() + "/dataserver.xml", "<Settings><ConnectionString>" +
+                                                  EscapeXml(ReplaceAll(connectionString, Root(), DriverPath(Root()))) +
+                                                  "</ConnectionString></Settings>");
+}
+
+std::string ServerFolders::LogText() const {
+  std::string text;
+  std::error_code notYetThere;
+  for (const auto& entry : std::filesystem::directory_iterator(PathOf(Root() + "/data/Logs"), notYetThere)) {
+    text += ReadFileText(TextOf(entry.path()));
+  }
+  return text;
+}
+
+ServerProcess::ServerProcess(const ServerFolders& folders, const std::vector<std::string>& moreArguments,
+                             const std::string& program)
+    : program_(CommandLine(folders, moreArguments, program)) {}
+
+ServerProcess::ServerProcess(const std::vector<std::string>& commandLine) : program_(commandLine) {}
 
 ServerProcess::~ServerProcess() {
   if (IsRunning()) Stop();
 }
 
-bool ServerProcess::IsRunning() {
-  if (pid_ > 0 && waitpid(pid_, &status_, WNOHANG) == pid_) pid_ = -1;
-  return pid_ > 0;
-}
-
 void ServerProcess::Kill() {
-  if (!IsRunning()) return;
-  kill(pid_, SIGKILL);
-  WaitFor(std::chrono::seconds(20));
+  program_.Kill();
+  program_.Wait();
 }
 
 int ServerProcess::Stop() {
-  if (IsRunning()) kill(pid_, SIGTERM);
+  program_.AskToStop();
   return WaitFor(std::chrono::seconds(20));
 }
 
@@ -99,20 +79,12 @@ int ServerProcess::WaitFor(std::chrono::milliseconds timeout) {
   const auto end = std::chrono::steady_clock::now() + timeout;
   while (IsRunning()) {
     if (std::chrono::steady_clock::now() > end) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, &status_, 0);
-      pid_ = -1;
+      Kill();
       return kHadToBeKilled;
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
-  return StatusOf(status_);
-}
-
-int RunProgram(const std::vector<std::string>& arguments) {
-  int status = 0;
-  waitpid(Spawn(arguments), &status, 0);
-  return StatusOf(status);
+  return program_.Wait();
 }
 
 QueueClient::QueueClient(const ServerFolders& folders)

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <memory>
 #include <string>
-#include <sys/types.h>
 #include <thread>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "platform/xml/Xml.h"
 #include "support/MessageWatch.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSystem.h"
 
 namespace ods::test {
 
@@ -27,7 +27,7 @@ class ServerFolders {
   [[nodiscard]] std::string AliveFile() const { return Root() + "/alive.xml"; }
   [[nodiscard]] std::string MessageFile() const { return Root() + "/message.xml"; }
 
-  /// Writes the configuration file.
+  /// Writes the configuration file. Paths in the folders are named as the driver knows them.
   void Configure(const std::string& connectionString) const;
   /// All log files of the instance, one after the other.
   [[nodiscard]] std::string LogText() const;
@@ -55,18 +55,17 @@ class ServerProcess {
   ServerProcess(ServerProcess&&) = delete;
   ServerProcess& operator=(ServerProcess&&) = delete;
 
-  [[nodiscard]] pid_t Pid() const { return pid_; }
-  [[nodiscard]] bool IsRunning();
+  [[nodiscard]] pid_t Pid() const { return program_.Pid(); }
+  [[nodiscard]] bool IsRunning() { return program_.IsRunning(); }
   void Kill();
-  /// Asks the server to stop with SIGTERM; the exit status, or minus the signal number that ended it. -1000 when it had
-  /// to be killed after 20 seconds.
+  /// Asks the server to stop (on POSIX with SIGTERM); the exit status, or minus the signal number that ended it. -1000
+  /// when it had to be killed after 20 seconds.
   int Stop();
 
  private:
   int WaitFor(std::chrono::milliseconds timeout);
 
-  pid_t pid_ = -1;
-  int status_ = 0;
+  TestProgram program_;
 };
 
 /// Waits until something holds; false after 20 seconds.
@@ -79,9 +78,6 @@ bool Eventually(Condition&& holds) {
   }
   return true;
 }
-
-/// Runs a program and returns its exit status, or minus the number of the signal that ended it.
-int RunProgram(const std::vector<std::string>& arguments);
 
 /// A client of the two queue folders. Every request that is meant to be valid, and every response, is held against the
 /// schemas of docs/schema.

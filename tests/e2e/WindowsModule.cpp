@@ -8,9 +8,9 @@
 #include <thread>
 #include <vector>
 
-#include "common/Files.h"
 #include "common/Text.h"
 #include "e2e/ServerProcess.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 
 namespace ods::test {

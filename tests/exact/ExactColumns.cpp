@@ -20,6 +20,7 @@
 #include "exact/ExactSession.h"
 #include "exact/ExactTable.h"
 #include "support/DatabaseClients.h"
+#include "support/TestSystem.h"
 
 namespace ods::test {
 namespace {
@@ -391,7 +392,7 @@ class SqliteExactColumns : public ExactColumns {
     client_ = std::move(client);
     SetUpConnection();
   }
-  void SetUpConnection() { Connect("Driver=SQLite3;Database=" + folder_.Path() + "/columns.db"); }
+  void SetUpConnection() { Connect("Driver=SQLite3;Database=" + test::DriverPath(folder_.Path()) + "/columns.db"); }
 
   /// What the library gives, without any conversion of its own.
   [[nodiscard]] std::vector<std::vector<Cell>> ReadTruth() override {

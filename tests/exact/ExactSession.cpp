@@ -7,6 +7,7 @@
 #include "doubles/FakeSession.h"
 #include "exact/ExactProduct.h"
 #include "support/RaisedErrors.h"
+#include "support/TestSystem.h"
 
 namespace ods::test {
 namespace {
@@ -83,7 +84,7 @@ class RealSessions : public ::testing::TestWithParam<ProductCase> {};
 
 TEST_P(RealSessions, KnowTheProduct) {
   FakeSession fake(DatabaseKind::DbUnknown);
-  std::string connectionString = "Driver=SQLite3;Database=" + fake.folder.Path() + "/s.db";
+  std::string connectionString = "Driver=SQLite3;Database=" + test::DriverPath(fake.folder.Path()) + "/s.db";
   if (*GetParam().variable != '\0') {
     const char* const text = std::getenv(GetParam().variable);
     if (text == nullptr) GTEST_SKIP() << GetParam().variable << " names no server";

@@ -9,6 +9,7 @@
 #include "exact/ExactProduct.h"
 #include "exact/ExactSession.h"
 #include "support/RaisedErrors.h"
+#include "support/TestSystem.h"
 
 namespace ods::test {
 namespace {
@@ -144,7 +145,7 @@ TEST_F(Tables, OfAViewWithAFixedFieldListAreReadByTheirNames) {
 TEST(RealTables, OfSqliteTellWhatWasDeclared) {
   FakeSession fake(DatabaseKind::DbUnknown);
   fake.session.connection = CreateOdbcConnection();
-  fake.session.connection->Open("Driver=SQLite3;Database=" + fake.folder.Path() + "/t.db");
+  fake.session.connection->Open("Driver=SQLite3;Database=" + test::DriverPath(fake.folder.Path()) + "/t.db");
   OpenExactSession(fake.session);
   const auto run = [&](const char* sql) { (void)fake.session.connection->OpenRecordSet(sql, 0); };
   run("CREATE TABLE t (id integer PRIMARY KEY, n decimal(10,2) NOT NULL, r real, d datetime, x)");

@@ -11,11 +11,11 @@
 #include <string>
 
 #include "common/Error.h"
-#include "common/Files.h"
 #include "common/Text.h"
 #include "database/Response.h"
 #include "exact/ExactSession.h"
 #include "fuzz/Fuzz.h"
+#include "platform/system/ReadFile.h"
 #include "server/modConnect.h"
 #include "server/modDispatch.h"
 #include "support/MessageSchemas.h"

@@ -1,6 +1,11 @@
-// Checks that the sources keep to their rooms: an include goes only downwards and only where the table below allows it,
-// system headers stand only under src/platform/, and the windows' library only under src/ui/windows/, which nothing
-// outside includes: the server must not need that library. What the table allows and no source needs is reported too.
+// Checks that the sources keep to their rooms: an include goes only downwards and only where the table below allows it;
+// headers of a system, and questions for it, stand only in the folders posix/ and win32/ of the rooms under
+// src/platform/, those of a library only in the room that is built on it, and the windows' library only under
+// src/ui/windows/, which nothing outside includes: the server must not need that library. What the table allows and no
+// source needs is reported too.
+//
+// What is in posix/ is seen by posix/ alone, and win32/ likewise. A room's own headers that both have, and of which a
+// build takes one, are included without a folder: "NativeFile.h".
 //
 //   check-layers ROOT            reports every violation in ROOT/src, one a line; exit status 1 when there is one
 //   check-layers ROOT EXPECTED   exit status 0 only when the report is, line for line, the text of the file EXPECTED
@@ -49,6 +54,17 @@ constexpr std::array<Room, 14> kRooms{{
      "ui"},
 }};
 
+/// A library that one room is built on: the beginning of the names of its headers.
+struct Library {
+  std::string_view headers;
+  std::string_view room;
+};
+constexpr std::array<Library, 2> kLibraries{{{"pugixml", "platform/xml"}, {"amqp", "platform/queue"}}};
+
+/// The folders of a room under platform for one system each, and how a source asks which it is built for.
+constexpr std::array<std::string_view, 2> kSystems{"posix", "win32"};
+constexpr std::array<std::string_view, 5> kQuestions{"_WIN32", "_WIN64", "__linux__", "__unix__", "_MSC_VER"};
+
 /// The corner of the room ui that is a module of its own.
 constexpr std::string_view kWindows = "ui/windows/";
 
@@ -86,6 +102,18 @@ const Room* RoomOf(std::string_view path) {
   return nullptr;
 }
 
+/// The system that a path below src is for, of a room under platform; "" when it is for all.
+std::string_view SystemOf(std::string_view path) {
+  const Room* room = RoomOf(path);
+  if (room == nullptr || !room->folder.starts_with("platform/")) {
+    return "";
+  }
+  path.remove_prefix(room->folder.size() + 1);
+  const std::string_view folder = path.substr(0, path.find('/'));
+  const auto* const found = std::ranges::find(kSystems, folder);
+  return found != kSystems.end() && folder.size() < path.size() ? *found : "";
+}
+
 /// What a line includes, with its quotes or angle brackets; nothing when it is no include line.
 std::optional<std::string> IncludedBy(std::string_view line) {
   const auto skip = [&line](std::string_view text) {
@@ -108,22 +136,37 @@ bool IsOfWindowsLibrary(std::string_view name) {
   return name.size() > 1 && name[0] == 'Q' && std::isalpha(static_cast<unsigned char>(name[1])) != 0;
 }
 
+/// What is wrong with including the header of a library or a system; empty when nothing is.
+std::string ViolationOfForeign(const Room& room, std::string_view file, const std::string& name) {
+  for (const Library& library : kLibraries) {
+    if (name.starts_with(library.headers)) {
+      return room.folder == library.room ? "" : "only " + std::string(library.room) + " may include it";
+    }
+  }
+  if (IsOfWindowsLibrary(name)) {
+    return file.starts_with(kWindows) ? "" : "the windows' library outside ui/windows";
+  }
+  return !SystemOf(file).empty() || Holds(kStandardHeaders, name) ? "" : "a system header outside posix and win32";
+}
+
+/// True for a header that the room has for every system.
+bool IsOfEachSystem(const fs::path& sources, const Room& room, const std::string& name) {
+  return std::ranges::all_of(
+      kSystems, [&](std::string_view system) { return fs::is_regular_file(sources / room.folder / system / name); });
+}
+
 /// What is wrong with including `target` (with its quotes) from the file `file` of `room`; empty when nothing is.
-std::string Violation(const Room& room, std::string_view file, const std::string& target) {
+std::string Violation(const fs::path& sources, const Room& room, std::string_view file, const std::string& target) {
   const bool inWindows = file.starts_with(kWindows);
   const std::string name = target.size() > 2 ? target.substr(1, target.size() - 2) : "";
   if (target.starts_with('<')) {
-    const bool platform = room.folder.starts_with("platform/");
-    if (name == "pugixml.hpp") {
-      return room.folder == "platform/xml" ? "" : "only platform/xml may include it";
-    }
-    if (IsOfWindowsLibrary(name)) {
-      return inWindows ? "" : "the windows' library outside ui/windows";
-    }
-    return platform || Holds(kStandardHeaders, name) ? "" : "a system header outside platform";
+    return ViolationOfForeign(room, file, name);
   }
   if (!target.starts_with('"')) {
     return "not a file name";
+  }
+  if (name.find('/') == std::string::npos && IsOfEachSystem(sources, room, name)) {
+    return "";
   }
   const Room* entered = RoomOf(name);
   if (entered == nullptr || name.find("..") != std::string::npos) {
@@ -131,6 +174,9 @@ std::string Violation(const Room& room, std::string_view file, const std::string
   }
   if (name.starts_with(kWindows) && !inWindows) {
     return "only ui/windows may include it";
+  }
+  if (const std::string_view system = SystemOf(name); !system.empty() && system != SystemOf(file)) {
+    return "only " + std::string(system) + " may include it";
   }
   return entered == &room || Holds(room.mayUse, entered->folder)
              ? ""
@@ -153,21 +199,26 @@ using Uses = std::set<std::string>;
 std::string Use(std::string_view user, std::string_view used) { return std::string(user) + " " + std::string(used); }
 
 /// Adds the violations of a file to `report`, and to `uses` the rooms that it enters.
-void CheckFile(const fs::path& path, const std::string& name, std::set<std::string>& report, Uses& uses) {
+void CheckFile(const fs::path& sources, const std::string& name, std::set<std::string>& report, Uses& uses) {
   const Room* room = RoomOf(name);
   if (room == nullptr) {
     report.insert(name + ": not in a room");
     return;
   }
-  std::istringstream text(ReadAll(path));
+  std::istringstream text(ReadAll(sources / name));
   for (std::string line; std::getline(text, line);) {
     if (const std::optional<std::string> target = IncludedBy(line)) {
-      const std::string violation = Violation(*room, name, *target);
+      const std::string violation = Violation(sources, *room, name, *target);
       if (!violation.empty()) {
         report.insert(std::string(name).append(": ").append(*target).append(": ").append(violation));
       }
       if (const Room* entered = RoomOf(std::string_view(*target).substr(1))) {
         uses.insert(Use(room->folder, entered->folder));
+      }
+    }
+    for (const std::string_view question : kQuestions) {
+      if (SystemOf(name).empty() && line.find(question) != std::string::npos) {
+        report.insert(name + ": " + std::string(question) + ": asks for the system outside posix and win32");
       }
     }
   }
@@ -194,7 +245,7 @@ std::string Report(const fs::path& root) {
     const std::string extension = entry.path().extension().string();
     if (entry.is_regular_file() && (extension == ".h" || extension == ".cpp")) {
       ++files;
-      CheckFile(entry.path(), entry.path().lexically_relative(sources).generic_string(), report, uses);
+      CheckFile(sources, entry.path().lexically_relative(sources).generic_string(), report, uses);
     }
   }
   if (files == 0) {

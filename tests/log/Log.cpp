@@ -8,15 +8,16 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <regex>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "common/Error.h"
 #include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 #include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSystem.h"
 
 namespace ods {
 namespace {
@@ -103,11 +104,11 @@ TEST_F(LogTest, WritesUserComputerAndProcess) {
 
 TEST_F(LogTest, NamesTheFileByDayAndProcess) {
   const Date day = *Date::FromParts({2009, 3, 5, 23, 59, 59});
-  EXPECT_EQ(log_.PathOf(day), folder_ + "/20090305-DBSRV-" + std::to_string(::getpid()) + ".log");
+  EXPECT_EQ(log_.PathOf(day), JoinPath(folder_, "20090305-DBSRV-" + std::to_string(::getpid()) + ".log"));
   log_.prefix = "%PID%-%PID%-";
   log_.postfix = "%pid%";
   const std::string processId = std::to_string(::getpid());
-  EXPECT_EQ(log_.PathOf(day), folder_ + "/" + processId + "-" + processId + "-20090305%pid%");
+  EXPECT_EQ(log_.PathOf(day), JoinPath(folder_, processId + "-" + processId + "-20090305%pid%"));
 }
 
 TEST_F(LogTest, WritesIntoTheFileOfToday) {
@@ -119,7 +120,8 @@ TEST_F(LogTest, WritesIntoTheFileOfToday) {
 TEST_F(LogTest, TakesTheTemporaryFolderWhenItHasNone) {
   Log log;
   log.postfix = "-log-test-%PID%.log";
-  EXPECT_EQ(log.PathOf(Date{}), SystemTempFolder() + "/18991230-log-test-" + std::to_string(::getpid()) + ".log");
+  EXPECT_EQ(log.PathOf(Date{}),
+            JoinPath(SystemTempFolder(), "18991230-log-test-" + std::to_string(::getpid()) + ".log"));
   EXPECT_EQ(log.folder, "");
   log.LogEntry(0, "a");
   EXPECT_EQ(log.folder, SystemTempFolder());
@@ -143,7 +145,7 @@ TEST_F(LogTest, AFolderThatIsMissingIsMade) {
   fs::remove_all(folder_);
   log_.LogEntry(0, "b");
   EXPECT_EQ(AfterStamp(Lines().front()), "2, 0, 'b'");
-  EXPECT_EQ(fs::status(folder_).permissions(), fs::perms::owner_all);
+  EXPECT_TRUE(test::IsPrivate(folder_));
   folder_ += "/deeper/still";
   log_.folder = folder_;
   log_.LogEntry(0, "c");
@@ -203,9 +205,7 @@ TEST_F(LogLimitTest, KeepsTheNewestFourFifthsInWholeLines) {
 
 TEST_F(LogLimitTest, KeepsTheFilePrivate) {
   WriteUntilTrimmed();
-  struct stat status {};
-  ASSERT_EQ(::stat(File().c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  EXPECT_TRUE(test::IsPrivate(File()));
 }
 
 TEST_F(LogLimitTest, GoesOnAfterATrim) {

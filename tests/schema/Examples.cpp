@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/ReadFile.h"
 #include "schema/PlainMessages.h"
 #include "server/modDispatch.h"
 #include "support/MessageSchemas.h"

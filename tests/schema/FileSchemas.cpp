@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "common/Files.h"
 #include "common/Text.h"
 #include "doubles/RecordingUserInterface.h"
 #include "log/Trace.h"
+#include "platform/system/ReadFile.h"
 #include "server/modConfiguration.h"
 #include "server/modSignal.h"
 #include "support/MessageSchemas.h"

@@ -7,15 +7,21 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
+#include <system_error>
+#include <vector>
 
 #include "common/Files.h"
+#include "common/Text.h"
 #include "doubles/ServerDoubles.h"
 #include "platform/system/COpSysInfo.h"
 #include "platform/system/Folders.h"
 #include "platform/system/NamedMutex.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 #include "server/modConfiguration.h"
+#include "support/EnvironmentValue.h"
 #include "support/RaisedErrors.h"
+#include "support/TestSystem.h"
 
 namespace ods {
 namespace {
@@ -27,25 +33,26 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
+/// A text as the trace shows it.
+std::string Traced(const std::string& text) { return ReplaceAll(text, "\\", "\\\\"); }
+
 /// A server whose program lies in a temporary folder.
 class ServerTest : public testing::Test {
  protected:
   ServerTest() {
-    setenv("TEMP", (folder_.Path() + "/temp").c_str(), 1);
     std::filesystem::create_directory(exeFolder_);
     test::RegisterDoubles(components_, queues_, database_);
     // At the end of the script a stop comes from outside.
     queues_.atEnd = [this] { stop_ = true; };
   }
-  ~ServerTest() override { unsetenv("TEMP"); }
 
   void Configure(const std::string& path, const std::string& connectionString = "DSN=test") {
     Configuration configuration;
     configuration.ConnectionString = connectionString;
-    MkDirRecurse(path.substr(0, path.rfind('/')));
+    MkDirRecurse(path.substr(0, path.find_last_of(kPathSeparators)));
     SaveConfiguration(path, configuration);
   }
-  [[nodiscard]] std::string DefaultIni() const { return exeFolder_ + "/Data/config/dataserver.xml"; }
+  [[nodiscard]] std::string DefaultIni() const { return test::Native(exeFolder_ + "/Data/config/dataserver.xml"); }
   const Settings& Run(const std::string& commandLine) {
     server_.Run(commandLine);
     return server_.GetSettings();
@@ -58,7 +65,8 @@ class ServerTest : public testing::Test {
   }
 
   test::TemporaryFolder folder_;
-  std::string exeFolder_ = folder_.Path() + "/bin";
+  test::EnvironmentValue temp_{"TEMP", test::Native(folder_.Path() + "/temp")};
+  std::string exeFolder_ = test::Native(folder_.Path() + "/bin");
   test::RecordingUserInterface ui_;
   Tracer tracer_{ui_};
   ComponentRegistry components_;
@@ -67,7 +75,7 @@ class ServerTest : public testing::Test {
   bool stop_ = false;
   ServerView* view_ = nullptr;  ///< what the windows were opened with
   std::string noWindow_;        ///< why none can be opened; "" when they can
-  Server server_{{ui_, tracer_, components_, exeFolder_ + "/odbc-data-server", [this] { return stop_; },
+  Server server_{{ui_, tracer_, components_, test::Native(exeFolder_ + "/odbc-data-server"), [this] { return stop_; },
                   [this](ServerView& view) {
                     if (!noWindow_.empty()) throw Error(error_number::kOwn, noWindow_);
                     view_ = &view;
@@ -82,14 +90,14 @@ TEST_F(ServerTest, StartsUpInItsOrder) {
   bool existed = false;
   queues_.Idle([&] { existed = MutexExists(mutex); });
   Run(line);
-  const std::string queueFolder = folder_.Path() + "/temp/Korvanta/7/Queue";
+  const std::string queueFolder = test::Native(folder_.Path() + "/temp/Korvanta/7/Queue");
   EXPECT_THAT(ui_.entries, ElementsAreArray({std::string("Starting odbc-data-server version 1.0.0.0"),
                                              "Parse command line: " + line,
                                              "Platform: " + COpSysInfo().Description(),
-                                             "Context file: " + exeFolder_ + "/context.xml",
-                                             "Ini file: " + DefaultIni(),
-                                             "Incoming Queue: " + queueFolder + "/Requests",
-                                             "Outgoing Queue: " + queueFolder + "/Results",
+                                             Traced("Context file: " + JoinPath(exeFolder_, "context.xml")),
+                                             Traced("Ini file: " + DefaultIni()),
+                                             Traced("Incoming Queue: " + JoinPath(queueFolder, "Requests")),
+                                             Traced("Outgoing Queue: " + JoinPath(queueFolder, "Results")),
                                              std::string("Mode: run"),
                                              "Create mutex: " + mutex,
                                              "Mutex created: " + mutex,
@@ -101,8 +109,8 @@ TEST_F(ServerTest, StartsUpInItsOrder) {
                                              std::string("Property: DBMS Name=SQLite"),
                                              std::string("Property: Current Catalog=main"),
                                              std::string("Connect to Queue"),
-                                             "Connect to queue \"" + queueFolder + "/Requests\"",
-                                             "Connect to queue \"" + queueFolder + "/Results\"",
+                                             Traced("Connect to queue \"" + JoinPath(queueFolder, "Requests") + "\""),
+                                             Traced("Connect to queue \"" + JoinPath(queueFolder, "Results") + "\""),
                                              std::string("Start Polling"),
                                              std::string("Stop conditions: run=False, parentmutex(\"\")=False"),
                                              std::string("Exit main loop"),
@@ -118,13 +126,15 @@ TEST_F(ServerTest, StartsUpInItsOrder) {
 TEST_F(ServerTest, OneFolderForRequestsAndAnswersIsRefused) {
   const std::string folder = folder_.Path() + "/queue";
   std::filesystem::create_directory(folder);
-  std::filesystem::create_directory_symlink(folder, folder_.Path() + "/link");
-  for (const std::string& other :
-       {folder, folder + "/", folder_.Path() + "/./bin/../queue", folder_.Path() + "/link"}) {
+  std::vector<std::string> others = {folder, folder + "/", folder_.Path() + "/./bin/../queue"};
+  std::error_code refused;  // Windows lets not everybody make links
+  std::filesystem::create_directory_symlink(folder, folder_.Path() + "/link", refused);
+  if (!refused) others.push_back(folder_.Path() + "/link");
+  for (const std::string& other : others) {
     const std::string wanted = "The parameters inqueue (\"" + folder + "\") and outqueue (\"" + other +
                                "\") name the same folder: requests and answers need a folder each.";
     EXPECT_RAISES(Run("hidden inqueue=" + folder + " outqueue=" + other), 1000, wanted);
-    EXPECT_EQ(ui_.CountOf("Error: " + wanted), 1) << "the log tells it too";
+    EXPECT_EQ(ui_.CountOf(Traced("Error: " + wanted)), 1) << "the log tells it too";
   }
   EXPECT_THAT(database_.opened, IsEmpty());
 }
@@ -155,13 +165,13 @@ TEST_F(ServerTest, OneQueueOfABrokerForRequestsAndAnswersIsRefused) {
 }
 
 TEST_F(ServerTest, TheFoldersItMakesArePrivateWhateverTheMask) {
-  for (const mode_t mask : {0000U, 0077U}) {
+  for (const unsigned mask : {0000U, 0077U}) {
     const std::string root = folder_.Path() + "/mask" + std::to_string(mask);
-    const mode_t before = umask(mask);
+    const auto before = umask(static_cast<mode_t>(mask));
     Run("hidden mode=none datafolder=" + root + "/data inqueue=" + root + "/q/in outqueue=" + root + "/q/out");
     umask(before);
     for (const char* name : {"", "/data", "/data/Logs", "/data/config", "/q", "/q/in", "/q/out"}) {
-      EXPECT_EQ(std::filesystem::status(root + name).permissions(), std::filesystem::perms::owner_all) << root + name;
+      EXPECT_TRUE(test::IsPrivate(root + name)) << root + name;
     }
   }
 }
@@ -172,7 +182,7 @@ TEST_F(ServerTest, TheLogBeginsWithTheSystemsEntry) {
   EXPECT_THAT(log, HasSubstr(", 1, 0, 'User="));
   EXPECT_THAT(log, HasSubstr(", 2, 0, 'Starting "));
   EXPECT_THAT(log, HasSubstr(", 4, 0, 'Platform: " + COpSysInfo().Name() + " " + COpSysInfo().Version()));
-  EXPECT_EQ(tracer_.GetLog()->PathOf(LocalNow()).find(exeFolder_ + "/Data/Logs/"), 0U);
+  EXPECT_EQ(tracer_.GetLog()->PathOf(LocalNow()).find(test::Native(exeFolder_ + "/Data/Logs/")), 0U);
   EXPECT_THAT(tracer_.GetLog()->PathOf(LocalNow()),
               testing::EndsWith("-DBSRV-" + std::to_string(CurrentProcessId()) + ".log"));
   EXPECT_EQ(tracer_.GetLog()->maxsize, 100000);
@@ -181,11 +191,11 @@ TEST_F(ServerTest, TheLogBeginsWithTheSystemsEntry) {
 TEST_F(ServerTest, HasItsDefaults) {
   const Settings& settings = Run("mode=config");
   EXPECT_EQ(settings.instance, std::to_string(CurrentProcessId()));
-  EXPECT_EQ(settings.datafolder, exeFolder_ + "/Data");
-  EXPECT_EQ(settings.configfolder, exeFolder_ + "/Data/config");
+  EXPECT_EQ(settings.datafolder, test::Native(exeFolder_ + "/Data"));
+  EXPECT_EQ(settings.configfolder, test::Native(exeFolder_ + "/Data/config"));
   EXPECT_EQ(settings.config, DefaultIni());
-  EXPECT_EQ(settings.context, exeFolder_ + "/context.xml");
-  EXPECT_EQ(settings.inqueue, folder_.Path() + "/temp/Korvanta/" + settings.instance + "/Queue/Requests");
+  EXPECT_EQ(settings.context, test::Native(exeFolder_ + "/context.xml"));
+  EXPECT_EQ(settings.inqueue, test::Native(folder_.Path() + "/temp/Korvanta/" + settings.instance + "/Queue/Requests"));
   EXPECT_EQ(settings.runningmutex + settings.parentmutex + settings.messagefile + settings.alivefile, "");
   EXPECT_TRUE(std::filesystem::exists(DefaultIni())) << "made with defaults";
 }
@@ -203,12 +213,12 @@ TEST_F(ServerTest, TakesEveryPathFromTheCommandLine) {
   EXPECT_TRUE(std::filesystem::exists(elsewhere + "/in"));
   EXPECT_TRUE(std::filesystem::exists(elsewhere + "/out"));
   EXPECT_TRUE(std::filesystem::exists(data + "/Logs"));
-  EXPECT_EQ(ui_.CountOf("Context file: " + elsewhere + "/c.xml"), 1);
+  EXPECT_EQ(ui_.CountOf(Traced("Context file: " + elsewhere + "/c.xml")), 1);
 }
 
 TEST_F(ServerTest, ARelativeConfigFolderLiesInTheDataFolder) {
   const std::string data = folder_.Path() + "/data";
-  EXPECT_EQ(Run("mode=config configfolder=cfg datafolder=" + data).configfolder, data + "/cfg");
+  EXPECT_EQ(Run("mode=config configfolder=cfg datafolder=" + data).configfolder, JoinPath(data, "cfg"));
 }
 
 TEST_F(ServerTest, DriveAndNetworkPathsAreAbsolute) {
@@ -220,7 +230,7 @@ TEST_F(ServerTest, DriveAndNetworkPathsAreAbsolute) {
 TEST_F(ServerTest, TheDefaultConfigFolderOfARelativeDataFolderIsDoubled) {
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path(folder_.Path());
-  EXPECT_EQ(Run("mode=config datafolder=D").configfolder, "D/D/config");
+  EXPECT_EQ(Run("mode=config datafolder=D").configfolder, test::Native("D/D/config"));
   EXPECT_TRUE(std::filesystem::exists(folder_.Path() + "/D/D/config/dataserver.xml"));
   std::filesystem::current_path(before);
 }
@@ -280,8 +290,8 @@ TEST_F(ServerTest, WarnsOfParametersThatItDoesNotKnow) {
   std::ofstream(file) << "hidden\nouteqeue=/q\nalivefil=/a\ninqeue=/other\n";
   Run("mode=config inqeue=/in parameterfile=" + file);
   EXPECT_THAT(ui_.warnings, ElementsAre("Unknown parameter \"inqeue\" on the command line.",
-                                        "Unknown parameter \"outeqeue\" in the parameter file " + file + ".",
-                                        "Unknown parameter \"alivefil\" in the parameter file " + file + "."));
+                                        Traced("Unknown parameter \"outeqeue\" in the parameter file " + file + "."),
+                                        Traced("Unknown parameter \"alivefil\" in the parameter file " + file + ".")));
 }
 
 TEST_F(ServerTest, WarnsOfNoParameterThatItKnows) {
@@ -302,13 +312,13 @@ TEST_F(ServerTest, AConfigurationThatCannotBeLoadedEndsTheStart) {
   EXPECT_THAT(error->Description(),
               StartsWith("Error saving default configuration file to " + folder_.Path() + "/no/such/folder.xml"));
   ASSERT_GE(ui_.entries.size(), 2U);
-  EXPECT_EQ(ui_.entries[ui_.entries.size() - 2], "Error: " + error->Description());
+  EXPECT_EQ(ui_.entries[ui_.entries.size() - 2], Traced("Error: " + error->Description()));
   EXPECT_EQ(ui_.entries.back(), "Stop");
 }
 
 TEST_F(ServerTest, AMutexThatCannotBeCreatedEndsTheStart) {
   Configure(DefaultIni());
-  EXPECT_RAISES(Run("runningmutex=" + std::string(300, 'x')), error_number::kOwn,
+  EXPECT_RAISES(Run("runningmutex=" + test::ImpossibleMutexName()), error_number::kOwn,
                 StartsWith("Error creating instance mutex ("));
   EXPECT_THAT(database_.opened, IsEmpty());
 }
@@ -434,7 +444,7 @@ TEST_F(ServerTest, TheConfigModeOfAHiddenServerTellsWhyNothingIsSeen) {
 TEST_F(ServerTest, AFailureIsShownToAPersonAlsoBeforeThereAreWindows) {
   std::ofstream(exeFolder_ + "/Data") << "in the way";
   const std::string text = FailureOf("");
-  EXPECT_THAT(text, HasSubstr(exeFolder_ + "/Data"));
+  EXPECT_THAT(text, HasSubstr(test::Native(exeFolder_ + "/Data")));
   server_.ShowFailure(text);
   EXPECT_THAT(ui_.calls, ElementsAre("unload main window", "open windows", "warning: : " + text));
 }
@@ -511,7 +521,7 @@ TEST_F(ServerTest, WithoutADisplayItEndsBeforeItTouchesDatabaseOrQueues) {
 
 TEST_F(ServerTest, AStartThatFailsLeavesNoWindowOpen) {
   Configure(DefaultIni());
-  EXPECT_RAISES(Run("runningmutex=" + std::string(300, 'x')), error_number::kOwn, _);
+  EXPECT_RAISES(Run("runningmutex=" + test::ImpossibleMutexName()), error_number::kOwn, _);
   EXPECT_THAT(ui_.calls, ElementsAre("open windows", "show main window", "unload main window"));
 }
 

@@ -5,19 +5,21 @@
 #include <optional>
 #include <string>
 
+#include "support/TestSystem.h"
+
 namespace ods::test {
 
 class EnvironmentValue {
  public:
   EnvironmentValue(const char* name, const std::string& value) : name_(name) {
     if (const char* before = std::getenv(name)) before_ = before;
-    setenv(name, value.c_str(), 1);
+    SetEnvironment(name, value);
   }
   ~EnvironmentValue() {
     if (before_) {
-      setenv(name_, before_->c_str(), 1);
+      SetEnvironment(name_, *before_);
     } else {
-      unsetenv(name_);
+      UnsetEnvironment(name_);
     }
   }
   EnvironmentValue(const EnvironmentValue&) = delete;

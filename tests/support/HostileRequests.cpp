@@ -573,8 +573,8 @@ Names Draft::ElementsOf(std::string_view type) {
 }
 
 std::string Draft::Type() {
-  constexpr std::string_view kUnknown[] = {"Status", "ping", "TABLEDATA", "TableData ", "", "Nonsense", "Halt"};
-  if (dice_.OneIn(40)) return dice_.OneIn(2) ? Hostile() : std::string(dice_.Pick(kUnknown));
+  constexpr std::string_view kUnknownTypes[] = {"Status", "ping", "TABLEDATA", "TableData ", "", "Nonsense", "Halt"};
+  if (dice_.OneIn(40)) return dice_.OneIn(2) ? Hostile() : std::string(dice_.Pick(kUnknownTypes));
   return std::string(dice_.Percent(65) ? "TableData" : dice_.Pick(kTypes));
 }
 

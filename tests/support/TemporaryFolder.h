@@ -4,20 +4,26 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <random>
 #include <string>
 #include <system_error>
+
+#include "common/Files.h"
 
 namespace ods::test {
 
 class TemporaryFolder {
  public:
   TemporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ods-test-XXXXXX").string();
-    path_ = mkdtemp(pattern.data());
+    std::random_device random;
+    do {
+      path_ = std::filesystem::temp_directory_path() / ("ods-test-" + std::to_string(random()));
+    } while (!std::filesystem::create_directory(path_));
+    std::filesystem::permissions(path_, std::filesystem::perms::owner_all);
   }
   ~TemporaryFolder() {
     if (const char* keep = std::getenv("ODS_TEST_KEEP"); keep != nullptr && *keep != '\0') {
-      std::cerr << "Kept " << path_.string() << '\n';
+      std::cerr << "Kept " << Path() << '\n';
       return;
     }
     std::error_code ignored;
@@ -28,7 +34,7 @@ class TemporaryFolder {
   TemporaryFolder(TemporaryFolder&&) = delete;
   TemporaryFolder& operator=(TemporaryFolder&&) = delete;
 
-  [[nodiscard]] std::string Path() const { return path_.string(); }
+  [[nodiscard]] std::string Path() const { return TextOf(path_); }
 
  private:
   std::filesystem::path path_;

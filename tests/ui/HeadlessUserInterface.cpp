@@ -4,10 +4,10 @@
 #include <memory>
 #include <string>
 
-#include "common/Files.h"
 #include "doubles/FakeSession.h"
 #include "log/Log.h"
 #include "log/Trace.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 
 namespace ods {

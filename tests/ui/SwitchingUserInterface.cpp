@@ -6,10 +6,10 @@
 #include <string>
 #include <utility>
 
-#include "common/Files.h"
 #include "doubles/FakeServerView.h"
 #include "doubles/RecordingUserInterface.h"
 #include "log/Log.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/System.h"
 #include "support/TemporaryFolder.h"
 

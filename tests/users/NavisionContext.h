@@ -9,6 +9,7 @@
 #include "common/Conversions.h"
 #include "doubles/FakeSession.h"
 #include "platform/ado/Ado.h"
+#include "support/TestSystem.h"
 
 namespace ods::test {
 
@@ -38,7 +39,7 @@ class NavisionDatabase {
     fake.context.LoadXML(kNavisionContext);
     fake.StartLog();
     fake.session.connection = CreateOdbcConnection();
-    fake.session.connection->Open("Driver=SQLite3;Database=" + fake.folder.Path() + "/navision.db");
+    fake.session.connection->Open("Driver=SQLite3;Database=" + test::DriverPath(fake.folder.Path()) + "/navision.db");
     for (const char* statement : {
              R"(CREATE TABLE "User" ("User ID" VARCHAR(20) PRIMARY KEY, "Password" VARCHAR(20), "Name" VARCHAR(30)))",
              R"(CREATE TABLE "Member Of" ("User ID" VARCHAR(20), "Role ID" VARCHAR(20)))",

@@ -4,11 +4,11 @@
 #pragma once
 
 #include <cstdint>
-#include <sql.h>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "OdbcApi.h"
 #include "common/Error.h"
 
 namespace ods::odbc {

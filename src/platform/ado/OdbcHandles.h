@@ -6,12 +6,10 @@
 
 #include <functional>
 #include <memory>
-#include <sql.h>
-#include <sqlext.h>
-#include <sqlucode.h>
 #include <string>
 #include <utility>
 
+#include "OdbcApi.h"
 #include "platform/ado/OdbcDiagnostics.h"
 
 namespace ods::odbc {

@@ -237,7 +237,8 @@ std::span<const CellView> OdbcRecordSet::Cells() {
 Value OdbcRecordSet::ReadCell(const Column& column) {
   if (!column.bound) return FormatOf(column.kind).size > 0 ? ReadFixed(column) : ReadPieces(column, std::nullopt);
   if (blockSize_ > 1) {
-    statement_->Check(SQLSetPos(statement_->Get(), row_ + 1, SQL_POSITION, SQL_LOCK_NO_CHANGE));
+    statement_->Check(
+        SQLSetPos(statement_->Get(), static_cast<SQLSETPOSIROW>(row_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE));
   }
   const SQLLEN indicator = column.indicators.Elements()[row_];
   if (indicator == kNotWritten) return ReadPieces(column, 0);

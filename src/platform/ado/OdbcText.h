@@ -7,12 +7,11 @@
 
 #include <cstddef>
 #include <span>
-#include <sql.h>
-#include <sqlext.h>
-#include <sqlucode.h>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "OdbcApi.h"
 
 namespace ods::odbc {
 

@@ -6,11 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <sql.h>
-#include <sqlext.h>
-#include <sqlucode.h>
 #include <string>
 
+#include "OdbcApi.h"
 #include "common/Value.h"
 #include "platform/ado/Rows.h"
 

@@ -1,22 +1,19 @@
 #include "platform/queue/Queue.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <deque>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <system_error>
 #include <utility>
 
 #include "common/Error.h"
+#include "common/Files.h"
 #include "common/PercentCode.h"
 #include "platform/queue/MessageProblems.h"
+#include "platform/queue/OutgoingFile.h"
 #include "platform/queue/QueueFolders.h"
 #include "platform/queue/WaitingMessages.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/System.h"
 
 namespace ods {
 
@@ -65,6 +62,7 @@ struct TakenMessage {
   std::shared_ptr<const QueueFolders> folder;
   /// Its lock says that somebody alive has the message.
   FileHandle file{};
+  std::uint64_t size = 0;  ///< when it was looked at last
   bool hasTries = false;
   bool answered = false;
 };
@@ -107,12 +105,12 @@ class FolderQueue final : public Queue {
   bool TakeHeld();
   Claim TakeNext(const std::string& fileName);
   Claim Take(const std::string& fileName);
-  Claim TakeUnopened(const std::string& fileName, int failure);
+  Claim TakeUnopened(const std::string& fileName, const std::error_code& failure);
   Claim TakeLocked(const std::string& fileName, FileHandle file, const FileFacts& facts);
   Claim TakeAbandoned(const std::string& fileName);
-  bool GiveUp(const FileHandle& from, const std::string& fileName, const std::string& problem);
+  bool GiveUp(const Folder& from, const std::string& fileName, const std::string& problem);
   Claim Reject(const std::string& fileName, const std::string& problem);
-  [[nodiscard]] int SendFile(const std::string& fileName) const;
+  [[nodiscard]] std::error_code SendFile(const std::string& fileName) const;
 
   const bool synced_;
   std::string path_;
@@ -138,7 +136,7 @@ FolderQueue::~FolderQueue() {
 
 void FolderQueue::Create() {
   if (path_.empty()) RaiseOwn("The queue has no folder.");
-  path_ = std::filesystem::absolute(path_).string();
+  path_ = TextOf(std::filesystem::absolute(PathOf(path_)));
   OpenFolders();
   if (synced_ || folder_->WantsSync()) folder_->Sync();
   folder_->RemoveStaleParts();
@@ -217,34 +215,51 @@ Claim FolderQueue::TakeNext(const std::string& fileName) {
 }
 
 Claim FolderQueue::Take(const std::string& fileName) {
-  FileHandle file = OpenForReading(folder_->New(), fileName);
-  if (!file) return TakeUnopened(fileName, errno);
-  const FileFacts facts = FactsOf(file);
+  OpenedFile opened = folder_->New().OpenForReading(fileName);
+  if (!opened) return TakeUnopened(fileName, opened.failure);
+  const FileFacts facts = FactsOf(opened.file);
   if (!facts.plain) return Reject(fileName, "is not a plain file.");
-  if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno == EWOULDBLOCK) return Claim::kBusy;  // another server is taking it, or putting it back
-    RaiseSystemError("Unable to lock a message in the queue folder \"" + path_ + "\"", errno);
+  if (const auto failure = TryLock(opened.file)) {
+    if (failure == std::errc::operation_would_block) return Claim::kBusy;  // another server takes it, or puts it back
+    RaiseSystemError("Unable to lock a message in the queue folder \"" + path_ + "\"", failure);
   }
-  const auto named = FactsOf(folder_->New(), fileName);
+  const auto named = folder_->New().FactsOf(fileName);
   if (!named || !named->IsSameFile(facts)) return named ? Claim::kBusy : Claim::kGone;
-  return TakeLocked(fileName, std::move(file), facts);
+  return TakeLocked(fileName, std::move(opened.file), facts);
 }
 
-Claim FolderQueue::TakeUnopened(const std::string& fileName, int failure) {
-  switch (failure) {
-    case ENOENT:
+/// What an opening that failed means for the message.
+enum class Unopened { kUnreadable, kGone, kBusy, kNotPlain, kLackOfMeans };
+
+Unopened MeaningOf(const std::error_code& failure) {
+  static constexpr std::pair<std::errc, Unopened> kMeanings[] = {
+      {std::errc::no_such_file_or_directory, Unopened::kGone},
+      {std::errc::device_or_resource_busy, Unopened::kBusy},
+      {std::errc::too_many_symbolic_link_levels, Unopened::kNotPlain},  // a link
+      {std::errc::no_such_device_or_address, Unopened::kNotPlain},      // a socket
+      {std::errc::no_such_device, Unopened::kNotPlain},
+      {std::errc::too_many_files_open, Unopened::kLackOfMeans},
+      {std::errc::too_many_files_open_in_system, Unopened::kLackOfMeans},
+      {std::errc::not_enough_memory, Unopened::kLackOfMeans}};
+  const auto* const found =
+      std::ranges::find_if(kMeanings, [&failure](const auto& meaning) { return failure == meaning.first; });
+  return found != std::end(kMeanings) ? found->second : Unopened::kUnreadable;
+}
+
+Claim FolderQueue::TakeUnopened(const std::string& fileName, const std::error_code& failure) {
+  switch (MeaningOf(failure)) {
+    case Unopened::kGone:
       return Claim::kGone;
-    case ELOOP:
-    case ENXIO:
-    case ENODEV:
+    case Unopened::kBusy:
+      return Claim::kBusy;
+    case Unopened::kNotPlain:
       return Reject(fileName, "is not a plain file.");
-    case EMFILE:
-    case ENFILE:
-    case ENOMEM:
+    case Unopened::kLackOfMeans:
       RaiseSystemError("Unable to open a message in the queue folder \"" + path_ + "\"", failure);
-    default:
-      return Reject(fileName, "cannot be read: " + SystemErrorText(failure));
+    case Unopened::kUnreadable:
+      break;
   }
+  return Reject(fileName, "cannot be read: " + failure.message());
 }
 
 Claim FolderQueue::TakeLocked(const std::string& fileName, FileHandle file, const FileFacts& facts) {
@@ -259,20 +274,24 @@ Claim FolderQueue::TakeLocked(const std::string& fileName, FileHandle file, cons
   }
   std::string id = IdOf(fileName);
   if (!MessageFileName(id)) return Reject(fileName, "");
-  int failure = MoveFile(folder_->New(), fileName, folder_->Cur(), fileName);
-  if (failure == EEXIST) {
-    const auto named = FactsOf(folder_->Cur(), fileName);
+  std::error_code failure = folder_->New().Move(fileName, folder_->Cur(), fileName);
+  if (failure == std::errc::file_exists) {
+    const auto named = folder_->Cur().FactsOf(fileName);
     if (!named || !named->IsSameFile(facts)) return TakeAbandoned(fileName);
     // Where files are moved by a second name, a server that died can leave both: this message is the one in `cur`.
-    failure = unlinkat(folder_->New().Get(), fileName.c_str(), 0) == 0 ? 0 : errno;
+    failure = folder_->New().Remove(fileName);
   }
-  if (failure == ENOENT) return folder_->HasAllParts() ? Claim::kGone : Claim::kFoldersGone;
-  if (failure != 0) RaiseSystemError("Unable to take a message in the queue folder \"" + path_ + "\"", failure);
+  if (failure == std::errc::no_such_file_or_directory) {
+    return folder_->HasAllParts() ? Claim::kGone : Claim::kFoldersGone;
+  }
+  if (failure == std::errc::device_or_resource_busy) return Claim::kBusy;
+  if (failure) RaiseSystemError("Unable to take a message in the queue folder \"" + path_ + "\"", failure);
   taken_ = TakenMessage{.id = std::move(id),
                         .problem = "",
                         .fileName = fileName,
                         .folder = folder_,
                         .file = std::move(file),
+                        .size = facts.size,
                         .hasTries = tries > 0};
   return Claim::kTaken;
 }
@@ -301,7 +320,7 @@ Claim FolderQueue::TakeAbandoned(const std::string& fileName) {
 
 /// Moves a message that cannot be handled to `failed`. The poll returns it all the same, so that its sender is told;
 /// false when no answer could carry its id, or when it could not be moved.
-bool FolderQueue::GiveUp(const FileHandle& from, const std::string& fileName, const std::string& problem) {
+bool FolderQueue::GiveUp(const Folder& from, const std::string& fileName, const std::string& problem) {
   std::string id = IdOf(fileName);
   if (!folder_->MoveToFailed(from, fileName) || !MessageFileName(id)) return false;
   std::string text = ShownMessage(id) + " " + problem;
@@ -319,8 +338,9 @@ void FolderQueue::RemoveTaken() {
   package_.reset();
   if (taken_ && taken_->problem.empty()) {
     const std::string& name = taken_->fileName;
-    if (unlinkat(taken_->folder->Cur().Get(), name.c_str(), 0) != 0 && errno != ENOENT) {
-      RaiseSystemError("Unable to remove an answered message from the queue folder \"" + path_ + "\"", errno);
+    const std::error_code failure = taken_->folder->Cur().Remove(name);
+    if (failure && failure != std::errc::no_such_file_or_directory) {
+      RaiseSystemError("Unable to remove an answered message from the queue folder \"" + path_ + "\"", failure);
     }
     if (taken_->hasTries) taken_->folder->ForgetTries(name);
     if (waiting_) waiting_->Forget(name);
@@ -331,7 +351,7 @@ void FolderQueue::RemoveTaken() {
 std::string FolderQueue::Package() const {
   if (!taken_) RaiseOwn("The queue has no message: none was polled.");
   if (!taken_->problem.empty()) RaiseOwn(taken_->problem);
-  if (!package_) package_ = ReadWhole(taken_->file, kMaxMessageBytes, ShownMessage(taken_->id));
+  if (!package_) package_ = ReadWhole(taken_->file, taken_->size, kMaxMessageBytes, ShownMessage(taken_->id));
   return *package_;
 }
 
@@ -345,7 +365,7 @@ void FolderQueue::PutBack() {
   TakenMessage message = *std::exchange(taken_, std::nullopt);
   const std::string& name = message.fileName;
   const bool lies = message.problem.empty() && message.folder == folder_ && waiting_;
-  if (lies && MoveFile(folder_->Cur(), name, folder_->New(), name) == 0) {
+  if (lies && !folder_->Cur().Move(name, folder_->New(), name)) {
     waiting_->Postpone(name);
     return;
   }
@@ -354,76 +374,29 @@ void FolderQueue::PutBack() {
   held_.push_back(std::move(message));
 }
 
-/// A file in `tmp` that is removed unless it was sent.
-class OutgoingFile {
- public:
-  explicit OutgoingFile(const FileHandle& tmp)
-      : tmp_(tmp),
-        name_(std::to_string(CurrentProcessId()) + "." + RandomNamePart()),
-        file_(
-            openat(tmp.Get(), name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR)),
-        failure_(file_ ? 0 : errno) {}
-  ~OutgoingFile() {
-    if (failure_ == 0 && !sent_) unlinkat(tmp_.Get(), name_.c_str(), 0);
-  }
-  OutgoingFile(const OutgoingFile&) = delete;
-  OutgoingFile& operator=(const OutgoingFile&) = delete;
-  OutgoingFile(OutgoingFile&&) = delete;
-  OutgoingFile& operator=(OutgoingFile&&) = delete;
-
-  /// Gives the system's error number, 0 when the message waits in `folder` as `fileName`.
-  /// @param synced the text is on the disk before anybody sees it, and its name before this returns
-  int FillAndSend(std::string_view text, const FileHandle& folder, const std::string& fileName, bool synced) {
-    if (!file_) return failure_;
-    QueueFolders::Share(file_, folder);
-    if (const int failure = Fill(text, synced); failure != 0) return failure;
-    const int failure = MoveFile(tmp_, name_, folder, fileName);
-    sent_ = failure == 0;
-    return sent_ && synced ? Sync(folder) : failure;
-  }
-  /// Gives the system's error number, 0 when all of the text was written.
-  int Fill(std::string_view text, bool synced) {
-    if (!file_) return failure_;
-    if (const int failure = WriteAll(file_.Get(), text); failure != 0) return failure;
-    if (const int failure = synced ? Sync(file_) : 0; failure != 0) return failure;
-    return file_.Close();
-  }
-
- private:
-  static int Sync(const FileHandle& file) { return fsync(file.Get()) == 0 ? 0 : errno; }
-
-  const FileHandle& tmp_;
-  std::string name_;
-  FileHandle file_;
-  int failure_;  ///< why there is no file
-  bool sent_ = false;
-};
-
-/// True for the failures that a smaller message, or room made by others, can mend.
-bool IsLackOfRoom(int failure) { return failure == ENOSPC || failure == EDQUOT || failure == EFBIG; }
-
 void FolderQueue::Send(const std::string& id) {
   const std::string fileName = RequireFileName(id);
   RequireFolders();
-  int failure = SendFile(fileName);
-  if (failure == ENOENT) {  // one of the folders was cleared away in between
+  std::error_code failure = SendFile(fileName);
+  if (failure == std::errc::no_such_file_or_directory) {  // one of the folders was cleared away in between
     OpenFolders();
     failure = SendFile(fileName);
   }
-  if (failure == EEXIST) throw Error(error_number::kFileExists, ShownMessage(id) + " is waiting already.");
-  if (failure == 0) return;
+  if (failure == std::errc::file_exists)
+    throw Error(error_number::kFileExists, ShownMessage(id) + " is waiting already.");
+  if (!failure) return;
   throw Error(IsLackOfRoom(failure) ? error_number::kDiskFull : error_number::kOwn,
-              ShownMessage(id) + " cannot be sent to the queue folder \"" + path_ + "\": " + SystemErrorText(failure));
+              ShownMessage(id) + " cannot be sent to the queue folder \"" + path_ + "\": " + failure.message());
 }
 
-int FolderQueue::SendFile(const std::string& fileName) const {
+std::error_code FolderQueue::SendFile(const std::string& fileName) const {
   return OutgoingFile(folder_->Tmp()).FillAndSend(outgoing_, folder_->New(), fileName, synced_ || folder_->WantsSync());
 }
 
 bool FolderQueue::CanSend() {
   try {
     RequireFolders();
-    return OutgoingFile(folder_->Tmp()).Fill("x", false) == 0;
+    return !OutgoingFile(folder_->Tmp()).Fill("x", false);
   } catch (const Error&) {
     return false;
   }

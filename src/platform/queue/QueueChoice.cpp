@@ -1,14 +1,13 @@
 #include "platform/queue/QueueChoice.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <functional>
-#include <system_error>
 #include <utility>
 
 #include "common/Error.h"
 #include "common/Text.h"
 #include "platform/queue/Broker.h"
+#include "platform/system/FileFacts.h"
 
 namespace ods {
 
@@ -30,7 +29,9 @@ QueueAddress ParseFileUri(const std::string& text) {
   if (rest.find('#') != std::string_view::npos || !path || !known) {
     Refuse(text, "it is no URI of a folder; the only option is \"?sync=1\".");
   }
-  return {.synced = query == "?sync=1", .folder = *path};
+  // On Windows what begins with a drive is the path behind the slash.
+  const bool hasDrive = PathOf(path->substr(1)).has_root_name();
+  return {.synced = query == "?sync=1", .folder = hasDrive ? path->substr(1) : *path};
 }
 
 /// A queue that knows only with its address what it is.
@@ -104,8 +105,10 @@ bool IsSameQueue(const QueueAddress& one, const QueueAddress& other) {
     return one.broker->hosts == other.broker->hosts && one.broker->vhost == other.broker->vhost &&
            one.broker->queue == other.broker->queue;
   }
-  std::error_code unknown;
-  return !one.broker && !other.broker && std::filesystem::equivalent(one.folder, other.folder, unknown);
+  if (one.broker || other.broker) return false;
+  const auto facts = FactsOf(one.folder);
+  const auto otherFacts = FactsOf(other.folder);
+  return facts && otherFacts && facts->IsSameFile(*otherFacts);
 }
 
 std::shared_ptr<Queue> CreateQueue() { return std::make_shared<ChosenQueue>(); }

@@ -1,17 +1,13 @@
 #include "platform/queue/QueueFolders.h"
 
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <chrono>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 #include "common/Error.h"
+#include "common/Files.h"
 #include "platform/system/Folders.h"
 
 namespace ods {
@@ -19,33 +15,25 @@ namespace ods {
 namespace {
 
 constexpr std::string_view kMessageEnd = ".xml";
-constexpr mode_t kPrivateFile = S_IRUSR | S_IWUSR;
 constexpr std::int64_t kStaleSeconds = std::int64_t{36} * 3600;
 
-void RequireMade(int failure, const std::string& shownPath) {
-  if (failure == 0 || failure == EEXIST) return;
-  RaiseSystemError("Unable to create the queue folder \"" + shownPath + "\"", failure);
-}
-
-FileHandle OpenFolder(int parent, const std::string& name, int extraFlags, const std::string& shownPath) {
-  FileHandle folder(openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | extraFlags));
-  if (!folder) RaiseSystemError("Unable to open the queue folder \"" + shownPath + "\"", errno);
-  return folder;
-}
-
-FileHandle OpenRoot(const std::string& path) {
+Folder OpenRoot(const std::string& path) {
   if (path.empty()) throw Error(error_number::kOwn, "The queue has no folder.");
   std::filesystem::path level;
-  for (const auto& part : std::filesystem::path(path)) {
+  for (const auto& part : PathOf(path)) {
     level /= part;
     // The root and what is there already need no right to create.
     std::error_code ignored;
-    if (!std::filesystem::exists(level, ignored)) RequireMade(MakePrivateFolder(level.string()), level.string());
+    if (std::filesystem::exists(level, ignored)) continue;
+    const std::error_code failure = MakePrivateFolder(TextOf(level));
+    if (failure && failure != std::errc::file_exists) {
+      RaiseSystemError("Unable to create the queue folder \"" + TextOf(level) + "\"", failure);
+    }
   }
-  return OpenFolder(AT_FDCWD, path, 0, path);
+  Folder folder(path, Folder::Link::kFollowed);
+  if (!folder) RaiseSystemError("Unable to open the queue folder \"" + path + "\"", folder.Failure());
+  return folder;
 }
-
-bool IsShared(const FileFacts& folder) { return (folder.mode & S_ISGID) != 0; }
 
 std::string TriesName(const std::string& name) { return name.substr(0, name.size() - kMessageEnd.size()) + ".tries"; }
 
@@ -56,23 +44,16 @@ bool IsMessageName(std::string_view name) { return name.ends_with(kMessageEnd) &
 QueueFolders::QueueFolders(std::string path)
     : path_(std::move(path)),
       root_(OpenRoot(path_)),
-      rootFacts_(FactsOf(root_)),
-      wantsSync_(FactsOf(root_, "sync").has_value()),
+      rootFacts_(root_.Facts()),
+      wantsSync_(root_.FactsOf("sync").has_value()),
       tmp_(OpenPart("tmp")),
       new_(OpenPart("new")),
       cur_(OpenPart("cur")),
       failed_(OpenPart("failed")) {}
 
 QueueFolders::Part QueueFolders::OpenPart(const std::string& name) const {
-  const std::string shownPath = path_ + "/" + name;
-  const int failure = MakePrivateFolder(root_, name);
-  RequireMade(failure, shownPath);
-  FileHandle folder = OpenFolder(root_.Get(), name, O_NOFOLLOW, shownPath);
-  if (failure == 0 && IsShared(rootFacts_) &&
-      fchmod(folder.Get(), S_ISGID | S_IRWXU | (rootFacts_.mode & S_IRWXG)) != 0) {
-    RaiseSystemError("Unable to share the queue folder \"" + shownPath + "\"", errno);
-  }
-  const FileFacts facts = FactsOf(folder);
+  Folder folder = root_.OpenOrMake(name);
+  const FileFacts facts = folder.Facts();
   return {std::move(folder), facts};
 }
 
@@ -86,44 +67,37 @@ bool QueueFolders::StillThere() const {
 }
 
 void QueueFolders::Sync() const {
-  if (fsync(root_.Get()) != 0) RaiseSystemError("Unable to sync the queue folder \"" + path_ + "\"", errno);
+  if (const auto failure = root_.Sync()) RaiseSystemError("Unable to sync the queue folder \"" + path_ + "\"", failure);
 }
 
 bool QueueFolders::HasAllParts() const {
   const auto has = [this](const char* name, const Part& part) {
-    const auto named = FactsOf(root_, name);
+    const auto named = root_.FactsOf(name);
     return named && named->IsSameFile(part.facts);
   };
   return has("new", new_) && has("cur", cur_) && has("tmp", tmp_) && has("failed", failed_);
 }
 
-void QueueFolders::Share(const FileHandle& file, const FileHandle& folder) {
-  const FileFacts rights = FactsOf(folder);
-  if (!IsShared(rights)) return;
-  // The group first: its rights must never be those of another one.
-  if (FactsOf(file).group != rights.group && fchown(file.Get(), static_cast<uid_t>(-1), rights.group) != 0) return;
-  (void)fchmod(file.Get(), kPrivateFile | (rights.mode & (S_IRGRP | S_IWGRP)));
-}
-
 int QueueFolders::Tries(const std::string& name) const {
-  const FileHandle file = OpenForReading(Cur(), TriesName(name));
-  if (!file) return 0;
+  const OpenedFile opened = Cur().OpenForReading(TriesName(name));
+  if (!opened) return 0;
   std::array<char, 8> text{};
-  const ssize_t length = read(file.Get(), text.data(), text.size());
+  std::size_t length = 0;
+  if (ReadSome(opened.file, text.data(), text.size(), length)) return 0;
   int tries = 0;
-  if (length > 0) std::from_chars(text.data(), text.data() + length, tries);
+  std::from_chars(text.data(), text.data() + length, tries);
   return tries;
 }
 
-void QueueFolders::ForgetTries(const std::string& name) const { unlinkat(Cur().Get(), TriesName(name).c_str(), 0); }
+void QueueFolders::ForgetTries(const std::string& name) const { (void)Cur().Remove(TriesName(name)); }
 
 void QueueFolders::PutBackAbandoned() const {
-  ForEachName(Cur(), [this](const std::string& name) {
+  Cur().ForEachName([this](const std::string& name) {
     if (IsMessageName(name)) {
       PutBack(name);
     } else if (name.ends_with(".tries")) {
       const std::string message = name.substr(0, name.size() - std::string_view(".tries").size()) + ".xml";
-      if (!FactsOf(New(), message) && !FactsOf(Cur(), message)) unlinkat(Cur().Get(), name.c_str(), 0);
+      if (!New().FactsOf(message) && !Cur().FactsOf(message)) (void)Cur().Remove(name);
     }
   });
 }
@@ -132,46 +106,44 @@ int QueueFolders::CountTry(const std::string& name) const {
   const int tries = Tries(name) + 1;
   // Always a new file: what stands under the name may be a pipe, or a second name of somebody else's file.
   ForgetTries(name);
-  const FileHandle file(
-      openat(Cur().Get(), TriesName(name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kPrivateFile));
-  if (!file || WriteAll(file.Get(), std::to_string(tries)) != 0) return 0;
-  Share(file, Cur());
+  const OpenedFile opened = Cur().CreateNew(TriesName(name));
+  if (!opened || WriteAll(opened.file, std::to_string(tries))) return 0;
+  Cur().Share(opened.file);
   return tries;
 }
 
 FileHandle QueueFolders::LockAbandoned(const std::string& name) const {
-  FileHandle message = OpenForReading(Cur(), name);
-  if (!message || flock(message.Get(), LOCK_EX | LOCK_NB) != 0) return {};  // somebody alive has it
-  const auto named = FactsOf(Cur(), name);
-  return named && named->IsSameFile(FactsOf(message)) ? std::move(message) : FileHandle();
+  OpenedFile message = Cur().OpenForReading(name);
+  if (!message || TryLock(message.file)) return {};  // somebody alive has it
+  const auto named = Cur().FactsOf(name);
+  return named && named->IsSameFile(FactsOf(message.file)) ? std::move(message.file) : FileHandle();
 }
 
 void QueueFolders::PutBack(const std::string& name) const {
   const FileHandle message = LockAbandoned(name);
   // Never over a waiting message of its name: whoever takes that one next takes this one before it. And never without
   // the count, or a deadly message would come back for ever.
-  if (!message || FactsOf(New(), name) || CountTry(name) == 0) return;
-  (void)MoveFile(Cur(), name, New(), name);  // one of its name that came this very instant: another time
+  if (!message || New().FactsOf(name) || CountTry(name) == 0) return;
+  (void)Cur().Move(name, New(), name);  // one of its name that came this very instant: another time
 }
 
 void QueueFolders::RemoveStaleParts() const {
   const std::int64_t now =
       std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count();
-  ForEachName(Tmp(), [this, now](const std::string& name) {
-    const auto facts = FactsOf(Tmp(), name);
-    if (facts && !facts->folder && facts->modified.seconds < now - kStaleSeconds)
-      unlinkat(Tmp().Get(), name.c_str(), 0);
+  Tmp().ForEachName([this, now](const std::string& name) {
+    const auto facts = Tmp().FactsOf(name);
+    if (facts && !facts->folder && facts->modified.seconds < now - kStaleSeconds) (void)Tmp().Remove(name);
   });
 }
 
-bool QueueFolders::MoveToFailed(const FileHandle& from, const std::string& name) const {
+bool QueueFolders::MoveToFailed(const Folder& from, const std::string& name) const {
   constexpr int kNumberedNames = 100;  // then a random name, so that a flood of one id does not try for ever
-  int failure = MoveFile(from, name, Failed(), name);
-  for (int number = 1; failure == EEXIST && number <= kNumberedNames; ++number) {
-    failure = MoveFile(from, name, Failed(), name + "." + std::to_string(number));
+  std::error_code failure = from.Move(name, Failed(), name);
+  for (int number = 1; failure == std::errc::file_exists && number <= kNumberedNames; ++number) {
+    failure = from.Move(name, Failed(), name + "." + std::to_string(number));
   }
-  if (failure == EEXIST) failure = MoveFile(from, name, Failed(), name + "." + RandomNamePart());
-  return failure == 0;
+  if (failure == std::errc::file_exists) failure = from.Move(name, Failed(), name + "." + RandomNamePart());
+  return !failure;
 }
 
 }  // namespace ods

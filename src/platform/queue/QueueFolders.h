@@ -1,15 +1,16 @@
 // The folders of one queue on disk, and the moves of message files between them.
 //
-// Everything happens relative to descriptors of the folders and never through a link, so nobody can lead the queue
-// elsewhere by exchanging a folder or a file while it works.
+// Everything happens in the open folders and never through a link (`Folder`), so nobody can lead the queue elsewhere by
+// exchanging a folder or a file while it works.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "platform/queue/Folder.h"
+#include "platform/system/FileFacts.h"
 #include "platform/system/FileHandle.h"
-#include "platform/system/FolderFiles.h"
 
 namespace ods {
 
@@ -19,13 +20,12 @@ namespace ods {
 /// The four folders.
 class QueueFolders {
  public:
-  /// Opens the folders, making the missing ones (and missing parents) with mode 0700. Where the queue's folder was
-  /// prepared with the set-group-id bit, folders made in it get its group, that bit and its group's rights. Raises
-  /// error 1000 naming the folder.
+  /// Opens the folders, making the missing ones (and missing parents) for this user alone (mode 0700). Where the
+  /// queue's folder was prepared with the set-group-id bit, folders made in it get its group, that bit and its group's
+  /// rights. Raises error 1000 naming the folder.
   explicit QueueFolders(std::string path);
 
   [[nodiscard]] const std::string& Path() const { return path_; }
-  [[nodiscard]] std::string NewPath() const { return path_ + "/new"; }
   /// False when the path names another folder by now, or none, or when one of the four is gone or exchanged. One look
   /// at the queue's folder, unless that changed lately.
   [[nodiscard]] bool StillThere() const;
@@ -36,14 +36,10 @@ class QueueFolders {
   /// The same as `StillThere` of the four only.
   [[nodiscard]] bool HasAllParts() const;
 
-  [[nodiscard]] const FileHandle& Tmp() const { return tmp_.handle; }
-  [[nodiscard]] const FileHandle& New() const { return new_.handle; }
-  [[nodiscard]] const FileHandle& Cur() const { return cur_.handle; }
-  [[nodiscard]] const FileHandle& Failed() const { return failed_.handle; }
-
-  /// Gives a file that is to lie in `folder` that folder's group and its group's right to read and to write, when the
-  /// folder was prepared with the set-group-id bit; else, and where the system refuses, the file stays as it is.
-  static void Share(const FileHandle& file, const FileHandle& folder);
+  [[nodiscard]] const Folder& Tmp() const { return tmp_.folder; }
+  [[nodiscard]] const Folder& New() const { return new_.folder; }
+  [[nodiscard]] const Folder& Cur() const { return cur_.folder; }
+  [[nodiscard]] const Folder& Failed() const { return failed_.folder; }
 
   /// How many servers ended over a message by now, and one more; 0 when that cannot be noted.
   [[nodiscard]] int Tries(const std::string& name) const;
@@ -56,11 +52,11 @@ class QueueFolders {
   /// Removes what senders that died left in `tmp` more than 36 hours ago.
   void RemoveStaleParts() const;
   /// Moves a message to `failed` under a free name. False when it is not there any more, or cannot be moved.
-  [[nodiscard]] bool MoveToFailed(const FileHandle& from, const std::string& name) const;
+  [[nodiscard]] bool MoveToFailed(const Folder& from, const std::string& name) const;
 
  private:
   struct Part {
-    FileHandle handle;
+    Folder folder;
     FileFacts facts;
   };
 
@@ -68,7 +64,7 @@ class QueueFolders {
   void PutBack(const std::string& name) const;
 
   std::string path_;
-  FileHandle root_;
+  Folder root_;
   FileFacts rootFacts_;
   bool wantsSync_;
   Part tmp_;

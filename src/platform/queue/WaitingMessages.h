@@ -1,4 +1,4 @@
-// The names of the waiting messages in order of arrival, kept up to date by the kernel's events.
+// The names of the waiting messages in order of arrival, kept up to date by the system's events.
 //
 // The folder is read once; after that a poll costs the same however many messages wait. A message that could not be
 // answered now is left out for a while, so that it holds up no other one.
@@ -11,8 +11,9 @@
 #include <unordered_map>
 #include <utility>
 
+#include "platform/queue/FolderWatch.h"
 #include "platform/queue/QueueFolders.h"
-#include "platform/system/FileHandle.h"
+#include "platform/system/FileFacts.h"
 
 namespace ods {
 
@@ -30,7 +31,7 @@ class WaitingMessages {
   [[nodiscard]] bool Update();
   /// Reads the folder anew.
   void ReadFolder();
-  /// Waits until something happens. False when a signal came first.
+  /// Waits until something happens. False when a signal, or the request to stop, came first.
   [[nodiscard]] bool Wait(int milliseconds) const;
 
   /// The messages in their order, without those that are left out.
@@ -53,7 +54,7 @@ class WaitingMessages {
   void AddThoseDue();
 
   const QueueFolders& folder_;
-  FileHandle events_;
+  FolderWatch watch_;
   Entries entries_;
   std::unordered_map<std::string_view, Entries::iterator> byName_;  // the keys lie in `entries_`
   std::unordered_map<std::string, Pause> pauses_;

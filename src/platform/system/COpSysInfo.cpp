@@ -1,27 +1,13 @@
 #include "platform/system/COpSysInfo.h"
 
 #include <charconv>
-#include <sys/utsname.h>
 #include <utility>
 
-#include "common/Attempt.h"
-#include "common/Files.h"
 #include "common/Text.h"
 
 namespace ods {
 
 namespace {
-
-/// Where the distribution describes itself: the first place is the administrator's (os-release(5)).
-constexpr const char* kReleaseFiles[] = {"/etc/os-release", "/usr/lib/os-release"};
-
-std::string ReleaseText() {
-  std::string text;
-  for (const char* file : kReleaseFiles) {
-    if (!Attempt([&] { text = ReadFileText(file); })) break;
-  }
-  return text;
-}
 
 /// The value of a shell assignment: in single quotes as it stands, in double quotes with "\" before the characters that
 /// mean something to the shell, or bare.
@@ -58,18 +44,7 @@ std::int32_t TakeNumber(std::string_view& text) {
   return error == std::errc() && number >= 0 ? number : 0;
 }
 
-utsname SystemNames() {
-  utsname names{};
-  (void)uname(&names);
-  return names;
-}
-
 }  // namespace
-
-COpSysInfo::COpSysInfo() {
-  const utsname names = SystemNames();
-  *this = COpSysInfo(names.sysname, names.release, names.machine, ReleaseText());
-}
 
 COpSysInfo::COpSysInfo(std::string name, std::string version, std::string machine, std::string_view osRelease)
     : name_(std::move(name)),
@@ -81,6 +56,11 @@ COpSysInfo::COpSysInfo(std::string name, std::string version, std::string machin
   if (!numbers.starts_with('.')) return;
   numbers.remove_prefix(1);
   minor_ = TakeNumber(numbers);
+}
+
+bool COpSysInfo::NeedsElevation() const {
+  constexpr std::int32_t kFirstWithElevation = 6;
+  return name_ == kWindowsName && major_ >= kFirstWithElevation;
 }
 
 std::string COpSysInfo::Description() const {

@@ -3,16 +3,13 @@
 
 #include <string>
 #include <string_view>
-
-#include "platform/system/FileHandle.h"
+#include <system_error>
 
 namespace ods {
 
-/// Makes a folder that only its owner may enter (mode 0700), whatever the file mode creation mask. Gives the system's
-/// error number, 0 when it was made, EEXIST when there is something of that name.
-[[nodiscard]] int MakePrivateFolder(const std::string& path);
-/// The same in an open folder.
-[[nodiscard]] int MakePrivateFolder(const FileHandle& parent, const std::string& name);
+/// Makes a folder that only its owner may enter: POSIX mode 0700, whatever the file mode creation mask; on Windows an
+/// access list of its own, which lets in this user and the system. file_exists when there is something of that name.
+[[nodiscard]] std::error_code MakePrivateFolder(const std::string& path);
 
 /// Makes every missing folder of `path` as a private one. On failure raises error 1000 whose text ends with the step:
 /// "Check if '" + folder + "' exists.", "Create folder '" + folder + "'.".

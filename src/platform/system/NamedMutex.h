@@ -1,13 +1,15 @@
 // Named mutexes: how a server and its controller see each other live.
 //
-// A mutex is a lock on the file <lock folder>/<name, percent-encoded>.lock: its holders keep a shared flock, and the
-// name exists while an exclusive one is refused. The kernel drops the lock when the holder dies; flock(1) takes part
-// too.
+// POSIX systems have none. There a mutex is a lock on the file <lock folder>/<name, percent-encoded>.lock: its holders
+// keep a shared flock, and the name exists while an exclusive one is refused. The kernel drops the lock when the holder
+// dies; flock(1) takes part too.
+//
+// On Windows it is the system's own. A name without "\\" is made and looked for in the session and, besides, as
+// "Global\\" + name, so that sessions see each other's; a name with a prefix is taken as it is.
 #pragma once
 
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace ods {
 
@@ -34,11 +36,5 @@ class NamedMutex {
 /// True while some process holds the mutex, or when access to it is denied; false for an empty name. Raises error 1000
 /// for any other failure. Two processes that test a free name in the same instant may see each other.
 [[nodiscard]] bool MutexExists(const std::string& name);
-
-/// The lock folder of this machine: /run/lock/odbc-data-server, or /tmp/odbc-data-server-locks where that cannot be
-/// made.
-[[nodiscard]] std::string LockFolder();
-/// The first of the folders that is there or can be made, writable by all users. Raises error 1000 when none can.
-[[nodiscard]] std::string FirstLockFolder(const std::vector<std::string>& candidates);
 
 }  // namespace ods

@@ -13,6 +13,11 @@
 namespace ods {
 
 [[nodiscard]] std::uint32_t CurrentProcessId();
+/// The arguments of `main` in UTF-8, without the program's name.
+[[nodiscard]] std::vector<std::string> ProgramArguments(int argc, const char* const* argv);
+/// The command line as it was written, in UTF-8 and without the program's name; nothing where the system hands on
+/// arguments alone.
+[[nodiscard]] std::optional<std::string> RawCommandLine();
 /// The name of the user that the process runs as, "" when the system does not know it.
 [[nodiscard]] std::string CurrentUserName();
 [[nodiscard]] std::string ComputerName();
@@ -21,10 +26,10 @@ namespace ods {
 /// An environment variable, "" when it is not set.
 [[nodiscard]] std::string EnvironmentVariable(const char* name);
 /// True when the environment names a display to show windows on: DISPLAY, WAYLAND_DISPLAY, or a platform of the
-/// windows' library, QT_QPA_PLATFORM.
+/// windows' library, QT_QPA_PLATFORM. Windows always has one.
 [[nodiscard]] bool HasDisplay();
 /// The home folder of the user that the process runs as: what the environment variable HOME says, else the system's
-/// list of users; "" when neither does.
+/// list of users; on Windows USERPROFILE. "" when nobody says.
 [[nodiscard]] std::string HomeFolder();
 /// True when the process may make files in a folder that exists.
 [[nodiscard]] bool IsWritableFolder(const std::string& path);
@@ -47,7 +52,7 @@ void GiveBackFreeMemory();
 /// another thread may still be using them.
 [[noreturn]] void EndProcessNow(int status);
 
-/// Sleeps; a signal ends the sleep early.
+/// Sleeps; a signal, or a request to stop, ends the sleep early.
 void SleepMilliseconds(int milliseconds);
 
 /// A new random GUID (RFC 9562, version 4) in the form of `FormatGuid`. Raises error 1000 "Error generating guid.
@@ -56,14 +61,15 @@ void SleepMilliseconds(int milliseconds);
 /// The sixteen bytes of a GUID, in the order of its text, as 8-4-4-4-12 upper-case hexadecimal digits without braces.
 [[nodiscard]] std::string FormatGuid(const std::uint8_t (&bytes)[16]);
 
-/// Appends to a file, creating it with mode 0600, and returns its size in bytes afterwards. Raises error 1000
-/// "Unable to get file handle in function PreLog" when the process has no handle left, else error 1000 naming the path.
+/// Appends to a file, creating it for this user alone (as `MakePrivateFolder` a folder; POSIX: mode 0600), and returns
+/// its size in bytes afterwards. Raises error 1000 "Unable to get file handle in function PreLog" when the process has
+/// no handle left, else error 1000 naming the path.
 std::uint64_t AppendToPrivateFile(const std::string& path, std::string_view text);
 /// True when a file can be opened for appending.
 [[nodiscard]] bool CanAppendTo(const std::string& path);
 /// Starts another program, on its own: it is nobody's child here, has a session of its own, and takes all signals
-/// again, also those that `StopSignals` holds back and `TakeFailuresInsteadOfSignals` ignores. False when it cannot be
-/// executed.
+/// again, also those that `StopSignals` holds back and `TakeFailuresInsteadOfSignals` ignores. Where Windows wants an
+/// administrator to run it, the user is asked. False when it cannot be executed.
 [[nodiscard]] bool StartProgram(const std::string& path, const std::vector<std::string>& arguments);
 
 /// A program that runs on its own, and of which somebody wants to know whether it failed.
@@ -86,10 +92,14 @@ class WatchedProgram {
 [[nodiscard]] std::unique_ptr<WatchedProgram> StartWatchedProgram(const std::string& path,
                                                                   const std::vector<std::string>& arguments);
 
-/// From here on a pipe without a reader and a file that may not grow do not end the process: the writing fails.
+/// From here on a pipe without a reader and a file that may not grow do not end the process, and a medium that is
+/// missing does not have Windows show a box: the call fails.
 void TakeFailuresInsteadOfSignals();
 
-/// Watches for a stop from outside: SIGTERM and SIGINT are held back and seen here. One per process.
+/// Watches for a stop from outside. One per process.
+///
+/// SIGTERM and SIGINT are held back and seen here. On Windows a stop is Ctrl+C, Ctrl+Break, the end of the console or
+/// of the user's session, and the named event "odbc-data-server-stop-" + process id, which anybody who may sets.
 class StopSignals {
  public:
   StopSignals();

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "common/Error.h"
-#include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/ReadFile.h"
 #include "platform/system/ReplaceFile.h"
 #include "platform/xml/Characters.h"
 

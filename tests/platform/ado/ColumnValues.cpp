@@ -17,6 +17,7 @@
 #include "support/EnvironmentValue.h"
 #include "support/GatheredRows.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSystem.h"
 
 namespace ods {
 namespace {
@@ -332,7 +333,7 @@ class SqliteColumnValues : public ColumnValues {
  protected:
   void SetUp() override {
     ASSERT_EQ(sqlite3_open((folder_.Path() + "/values.db").c_str(), &client_), SQLITE_OK);
-    connection_->Open("Driver=SQLite3;Database=" + folder_.Path() + "/values.db");
+    connection_->Open("Driver=SQLite3;Database=" + test::DriverPath(folder_.Path()) + "/values.db");
   }
   void TearDown() override { sqlite3_close(client_); }
   void RunInClient(const std::string& script) override {

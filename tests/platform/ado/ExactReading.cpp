@@ -7,6 +7,7 @@
 #include "platform/ado/AdoTestSupport.h"
 #include "platform/ado/OdbcTypes.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSystem.h"
 
 namespace ods {
 namespace {
@@ -91,7 +92,7 @@ void Compare(Connection& connection, const std::string& table, const std::vector
 TEST(ExactReading, OfSqlite) {
   const test::TemporaryFolder folder;
   const auto connection = CreateOdbcConnection();
-  connection->Open("Driver=SQLite3;Database=" + folder.Path() + "/e.db");
+  connection->Open("Driver=SQLite3;Database=" + test::DriverPath(folder.Path()) + "/e.db");
   EXPECT_FALSE(connection->HasSchemas());
   Compare(*connection, "t",
           {{"date", "'2020-02-29'", "2020-02-29", "date", 0},

@@ -12,6 +12,7 @@
 #include "support/GatheredRows.h"
 #include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSystem.h"
 
 namespace ods {
 namespace {
@@ -28,7 +29,7 @@ class SqliteTest : public ::testing::Test {
   }
   [[nodiscard]] std::string Path(const std::string& file) const { return (folder_ / file).string(); }
   [[nodiscard]] std::string ConnectionString(const std::string& file) const {
-    return "Driver=SQLite3;Database=" + Path(file);
+    return "Driver=SQLite3;Database=" + test::DriverPath(Path(file));
   }
   void Run(const std::string& sql) { (void)connection_->OpenRecordSet(sql, 0); }
   std::vector<Row> Read(const std::string& sql, std::int32_t maxRecords = 0) {

@@ -1,3 +1,5 @@
+// What the queue does on POSIX systems: files' rights, links, devices, signals, children that die, folders that are
+// cleared away while they are open. What it does everywhere stands in QueueRules.cpp.
 #include "platform/queue/Queue.h"
 
 #include <algorithm>
@@ -17,13 +19,16 @@
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
+#include "platform/system/posix/Child.h"
 #include "support/MountedFolder.h"
 #include "support/RaisedErrors.h"
+#include "support/TestSystem.h"
 
 namespace ods {
 namespace {
 
 using test::RaisedText;
+using test::SetTime;
 using testing::Child;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -56,18 +61,6 @@ std::vector<std::string> NamesIn(const std::string& folder) {
   for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
   std::sort(names.begin(), names.end());
   return names;
-}
-
-void SetTime(const std::string& path, std::int64_t seconds, long nanoseconds) {
-  const timespec times[2] = {{.tv_sec = seconds, .tv_nsec = nanoseconds}, {.tv_sec = seconds, .tv_nsec = nanoseconds}};
-  ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
-}
-
-/// Answers one message as the server does, and gives its id.
-std::string AnswerOne(Queue& queue) {
-  std::string id = queue.Poll("", 0);
-  if (!id.empty()) queue.Answered();
-  return id;
 }
 
 /// A server that takes the next message and dies over it.
@@ -122,15 +115,6 @@ TEST_F(QueueTest, ASubfolderThatIsALinkIsRefused) {
   EXPECT_RAISES(Open(folder_), 1000, "Unable to open the queue folder \"" + folder_ + "/new\": Not a directory");
 }
 
-TEST_F(QueueTest, NeedsToBeCreatedBeforeUse) {
-  const auto queue = CreateFolderQueue();
-  queue->SetFolder(folder_);
-  EXPECT_EQ(queue->TypeName(), "IHalvikQueue");
-  EXPECT_RAISES(queue->Poll("", 0), 1000, "The queue is not open: its folder was not created.");
-  EXPECT_RAISES(queue->Send("a"), 1000, "The queue is not open: its folder was not created.");
-  EXPECT_RAISES(queue->Package(), 1000, "The queue has no message: none was polled.");
-}
-
 TEST_F(QueueTest, CarriesAMessageFromSenderToServer) {
   const std::string text = "<XML><Type>Ping</Type></XML>\n\xC3\xA4";
   Send(folder_, "id-1", text);
@@ -148,20 +132,6 @@ TEST_F(QueueTest, CarriesAMessageFromSenderToServer) {
   EXPECT_EQ(queue->Poll("", 0), "");
   EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty()) << "the next poll removes it";
   EXPECT_RAISES(queue->Package(), 1000, "The queue has no message: none was polled.");
-}
-
-TEST_F(QueueTest, AnEmptyMessageIsAMessage) {
-  Send(folder_, "empty", "");
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "empty");
-  EXPECT_EQ(queue->Package(), "");
-}
-
-TEST_F(QueueTest, SendNeverOverwritesAWaitingMessage) {
-  Send(folder_, "a b", "first");
-  EXPECT_RAISES(Send(folder_, "a b", "second"), 58, "The message \"a%20b\" is waiting already.");
-  EXPECT_EQ(ReadText(New("a%20b.xml")), "first");
-  EXPECT_THAT(NamesIn(folder_ + "/tmp"), IsEmpty());
 }
 
 TEST_F(QueueTest, SendLeavesNothingBehindWhenItFails) {
@@ -198,130 +168,6 @@ TEST_F(QueueTest, SendNamesTheFolderThatCannotBeWritten) {
             "1000 The message \"id\" cannot be sent to the queue folder \"" + folder_ + "\": Permission denied");
 }
 
-TEST(MessageFileName, EncodesAnyId) {
-  const std::map<std::string, std::string> names = {
-      {"0A1B2C3D-0001-00FF-8A9B-00C0FFEE0123", "0A1B2C3D-0001-00FF-8A9B-00C0FFEE0123.xml"},
-      {"../../etc/passwd", "%2E.%2F..%2Fetc%2Fpasswd.xml"},
-      {".", "%2E.xml"},
-      {"..", "%2E..xml"},
-      {"a.b", "a.b.xml"},
-      {std::string("a\0b", 3), "a%00b.xml"},
-      {"gr\xC3\xBC\xC3\x9F", "gr%C3%BC%C3%9F.xml"},
-      {"50%", "50%25.xml"},
-      {"a\nb\\c", "a%0Ab%5Cc.xml"},
-      {std::string(200, 'x'), std::string(200, 'x') + ".xml"},
-  };
-  for (const auto& [id, name] : names) EXPECT_EQ(MessageFileName(id), name);
-}
-
-TEST(MessageFileName, RefusesEmptyAndTooLongIds) {
-  EXPECT_EQ(MessageFileName(""), std::nullopt);
-  EXPECT_EQ(MessageFileName(std::string(201, 'x')), std::nullopt);
-  EXPECT_EQ(MessageFileName(std::string(250, 'x')), std::nullopt);
-  EXPECT_EQ(MessageFileName(std::string(66, ' ') + "xxx"), std::nullopt) << "198 + 3 bytes encoded";
-  EXPECT_NE(MessageFileName(std::string(66, ' ') + "xx"), std::nullopt);
-}
-
-TEST_F(QueueTest, CarriesAnyId) {
-  const std::vector<std::string> ids = {"../../etc/passwd",
-                                        ".",
-                                        "..",
-                                        std::string("a\0b", 3),
-                                        "gr\xC3\xBC\xC3\x9F",
-                                        std::string(200, 'x'),
-                                        "50%",
-                                        "a%41b",
-                                        "\xFF\xFE"};
-  for (const std::string& id : ids) {
-    Send(folder_, id, "text");
-    const auto queue = Open(folder_);
-    EXPECT_EQ(queue->Poll("", 0), id);
-    EXPECT_EQ(queue->Package(), "text");
-    queue->Answered();
-  }
-  EXPECT_THAT(NamesIn(base_.Path()), ElementsAre("queue")) << "nothing was written outside";
-}
-
-TEST_F(QueueTest, RefusesIdsThatCannotBeNames) {
-  EXPECT_RAISES(Send(folder_, "", "x"), 1000, "A message id has 1 to 200 bytes when percent-encoded, this one 0.");
-  EXPECT_RAISES(Send(folder_, std::string(250, 'x'), "x"), 1000,
-                "A message id has 1 to 200 bytes when percent-encoded, this one 250.");
-  const auto queue = Open(folder_);
-  EXPECT_RAISES(queue->Poll(std::string(250, 'x'), 0), 1000,
-                "A message id has 1 to 200 bytes when percent-encoded, this one 250.");
-}
-
-TEST_F(QueueTest, OtherNamesAreLeftAlone) {
-  const auto queue = Open(folder_);
-  for (const char* name : {"readme.txt", ".hidden.xml", ".xml", "a.XML", "a.xml~"}) WriteText(New(name), "x");
-  EXPECT_EQ(queue->Poll("", 0), "");
-  EXPECT_EQ(Open(folder_)->Poll("", 0), "");
-  EXPECT_THAT(NamesIn(folder_ + "/new"), ElementsAre(".hidden.xml", ".xml", "a.XML", "a.xml~", "readme.txt"));
-}
-
-TEST_F(QueueTest, ANameThatIsNotTheCanonicalEncodingIsAnsweredAllTheSame) {
-  Open(folder_);
-  WriteText(New("a b%2g%41.xml"), "text");
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "a b%2gA");
-  EXPECT_EQ(queue->Package(), "text");
-}
-
-TEST_F(QueueTest, AnIdThatNoAnswerCanCarryGoesToFailedUnanswered) {
-  Open(folder_);
-  const std::string name = std::string(210, 'x') + ".xml";
-  WriteText(New(name), "text");
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "");
-  EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre(name));
-}
-
-TEST_F(QueueTest, MessagesComeInOrderOfTheirTimesThenNames) {
-  for (const char* id : {"late", "b", "a", "early", "nano"}) Send(folder_, id, id);
-  SetTime(New("late.xml"), 2000, 0);
-  SetTime(New("b.xml"), 1000, 7);
-  SetTime(New("a.xml"), 1000, 7);
-  SetTime(New("nano.xml"), 1000, 6);
-  SetTime(New("early.xml"), -5, 999999999);  // before 1970
-  const auto queue = Open(folder_);
-  std::vector<std::string> ids;
-  for (std::string id = queue->Poll("", 0); !id.empty(); id = queue->Poll("", 0)) ids.push_back(id);
-  EXPECT_THAT(ids, ElementsAre("early", "nano", "a", "b", "late"));
-}
-
-TEST_F(QueueTest, ArrivalsWhileOthersWaitKeepTheOrder) {
-  Send(folder_, "first", "");
-  Send(folder_, "third", "");
-  SetTime(New("first.xml"), 1000, 0);
-  SetTime(New("third.xml"), 3000, 0);
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "first");
-  WriteText(folder_ + "/tmp/x", "");
-  SetTime(folder_ + "/tmp/x", 2000, 0);
-  std::filesystem::rename(folder_ + "/tmp/x", New("second.xml"));
-  EXPECT_EQ(queue->Poll("", 0), "second");
-  EXPECT_EQ(queue->Poll("", 0), "third");
-}
-
-TEST_F(QueueTest, AMessageCanBePolledByItsId) {
-  for (const char* id : {"a", "b", "c"}) Send(folder_, id, id);
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("b", 0), "b");
-  EXPECT_EQ(queue->Package(), "b");
-  EXPECT_EQ(queue->Poll("none", 0), "");
-  EXPECT_EQ(queue->Poll("", 0), "a");
-  EXPECT_EQ(queue->Poll("", 0), "c");
-  EXPECT_EQ(queue->Poll("", 0), "");
-}
-
-TEST_F(QueueTest, PollWaitsNoLongerThanAsked) {
-  const auto queue = Open(folder_);
-  const auto start = Clock::now();
-  EXPECT_EQ(queue->Poll("", 100), "");
-  EXPECT_GE(Clock::now() - start, milliseconds(100));
-  EXPECT_LT(Clock::now() - start, milliseconds(2000));
-}
-
 TEST_F(QueueTest, PollReturnsAtOnceWhenAMessageArrives) {
   const auto queue = Open(folder_);
   EXPECT_EQ(queue->Poll("", 0), "");
@@ -332,15 +178,6 @@ TEST_F(QueueTest, PollReturnsAtOnceWhenAMessageArrives) {
   const auto start = Clock::now();
   EXPECT_EQ(queue->Poll("", kLong), "hello");
   EXPECT_LT(Clock::now() - start, milliseconds(kLong / 2));
-}
-
-TEST_F(QueueTest, AMessageMayArriveByALink) {
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "");
-  WriteText(folder_ + "/tmp/part", "text");
-  std::filesystem::create_hard_link(folder_ + "/tmp/part", New("linked.xml"));
-  EXPECT_EQ(queue->Poll("", kLong), "linked");
-  EXPECT_EQ(queue->Package(), "text");
 }
 
 TEST_F(QueueTest, PollEndsEarlyWhenASignalComes) {
@@ -394,17 +231,6 @@ TEST_F(QueueTest, TwentyThousandMessagesAreTakenInOrder) {
   EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
 }
 
-TEST_F(QueueTest, NoArrivalIsLostWhenTheEventsOverflow) {
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "");
-  // More events (three a message) than the system keeps (max_queued_events, 16384 as a rule).
-  constexpr int kMessages = 12000;
-  for (int i = 0; i < kMessages; ++i) WriteText(New(std::to_string(i) + ".xml"), "");
-  int taken = 0;
-  while (!queue->Poll("", 0).empty()) ++taken;
-  EXPECT_EQ(taken, kMessages);
-}
-
 TEST_F(QueueTest, AFolderThatWasClearedAwayIsMadeAnew) {
   const auto queue = Open(folder_);
   EXPECT_EQ(queue->Poll("", 0), "");
@@ -439,29 +265,6 @@ TEST_F(QueueTest, AMessageTakenInAFolderMovedAwayIsRemovedThere) {
   EXPECT_EQ(queue->Poll("", 0), "a");
   EXPECT_EQ(queue->Package(), "new");
   EXPECT_THAT(NamesIn(base_ / "moved/cur"), IsEmpty());
-}
-
-TEST_F(QueueTest, AMessageTooLargeGoesToFailed) {
-  Open(folder_);
-  WriteText(New("big.xml"), "");
-  ASSERT_EQ(truncate(New("big.xml").c_str(), 16777217), 0);
-  WriteText(New("fits.xml"), "");
-  ASSERT_EQ(truncate(New("fits.xml").c_str(), 16777216), 0);
-  SetTime(New("big.xml"), 1000, 0);
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "big");
-  EXPECT_RAISES(queue->Package(), 1000, "The message \"big\" is larger than 16777216 bytes.");
-  EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("big.xml"));
-  EXPECT_EQ(queue->Poll("", 0), "fits");
-  EXPECT_EQ(queue->Package().size(), 16777216U);
-}
-
-TEST_F(QueueTest, AMessageThatGrowsAfterItWasTakenIsNotReadBeyondTheLimit) {
-  Send(folder_, "grows", "x");
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "grows");
-  ASSERT_EQ(truncate((folder_ + "/cur/grows.xml").c_str(), 16777217), 0);
-  EXPECT_RAISES(queue->Package(), 1000, "The message \"grows\" is larger than 16777216 bytes.");
 }
 
 TEST_F(QueueTest, WhatIsNoPlainFileGoesToFailed) {
@@ -499,19 +302,6 @@ TEST_F(QueueTest, AMessageThatMayNotBeReadGoesToFailed) {
   EXPECT_EQ(server.Line(), "locked");
   EXPECT_EQ(server.Line(), "1000 The message \"locked\" cannot be read: Permission denied");
   EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("locked.xml"));
-}
-
-TEST_F(QueueTest, FailedMessagesOfOneNameAreAllKept) {
-  const auto queue = Open(folder_);
-  for (int i = 0; i < 105; ++i) {
-    std::filesystem::create_directory(New("x.xml"));
-    ASSERT_EQ(queue->Poll("", 0), "x");
-  }
-  const auto names = NamesIn(folder_ + "/failed");
-  EXPECT_EQ(names.size(), 105U);
-  for (const char* name : {"x.xml", "x.xml.1", "x.xml.2", "x.xml.100"}) {
-    EXPECT_THAT(names, ::testing::Contains(name));
-  }
 }
 
 TEST_F(QueueTest, AMessageOfADeadServerIsPutBack) {
@@ -596,30 +386,6 @@ TEST_F(QueueTest, FilesArePrivateWhateverTheMaskIs) {
   EXPECT_EQ(ModeOf(New("a.xml")), 0600U);
 }
 
-TEST_F(QueueTest, AnAnsweredMessageIsRemovedWithTheQueue) {
-  Send(folder_, "a", "");
-  EXPECT_EQ(AnswerOne(*Open(folder_)), "a");
-  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
-  EXPECT_THAT(NamesIn(folder_ + "/new"), IsEmpty());
-}
-
-TEST_F(QueueTest, AnUnansweredMessageStaysTakenUntilTheNextCreate) {
-  Send(folder_, "a", "");
-  EXPECT_EQ(Open(folder_)->Poll("", 0), "a");
-  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("a.xml"));
-  EXPECT_EQ(AnswerOne(*Open(folder_)), "a");
-  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
-}
-
-TEST_F(QueueTest, AMessageInHandIsNotPutBackByASecondQueueObject) {
-  Send(folder_, "a", "");
-  const auto first = Open(folder_);
-  EXPECT_EQ(first->Poll("", 0), "a");
-  const auto second = Open(folder_);
-  EXPECT_EQ(second->Poll("", 0), "");
-  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("a.xml"));
-}
-
 TEST_F(QueueTest, AMessageIsNotPutBackOverAWaitingOne) {
   Send(folder_, "a", "old");
   DieOverAMessage(folder_);
@@ -649,17 +415,6 @@ TEST_F(QueueTest, AMessageInFrontOfAWaitingOneIsGivenUpToo) {
   EXPECT_EQ(queue->Package(), "new");
 }
 
-TEST_F(QueueTest, AMessageOfAnIdInHandWaitsForItsTurn) {
-  Send(folder_, "a", "first");
-  const auto first = Open(folder_);
-  EXPECT_EQ(first->Poll("", 0), "a");
-  Send(folder_, "a", "second");
-  const auto second = Open(folder_);
-  EXPECT_EQ(second->Poll("", 0), "");
-  EXPECT_EQ(first->Poll("", 0), "a");
-  EXPECT_EQ(first->Package(), "second");
-}
-
 TEST_F(QueueTest, AMessageLockedByAnotherServerIsPassedOver) {
   Send(folder_, "a", "");
   Send(folder_, "b", "");
@@ -684,21 +439,6 @@ TEST_F(QueueTest, AnswerThatCannotBeClearedAwayIsNotTakenForWaiting) {
                 "Unable to remove an answered message from the queue folder \"" + folder_ + "\": Is a directory");
   std::filesystem::remove(folder_ + "/cur/a.xml");
   EXPECT_EQ(queue->Poll("", 0), "");
-}
-
-TEST_F(QueueTest, CreateClearsWhatSendersLeftLongAgo) {
-  Open(folder_);
-  constexpr std::int64_t kHour = 3600;
-  const std::int64_t now = std::time(nullptr);
-  for (const char* name : {"/tmp/old", "/tmp/recent"}) WriteText(folder_ + name, "x");
-  std::filesystem::create_directory(folder_ + "/tmp/folder");
-  SetTime(folder_ + "/tmp/old", now - 36 * kHour - 60, 0);
-  SetTime(folder_ + "/tmp/recent", now - 36 * kHour + 60, 0);
-  SetTime(folder_ + "/tmp/folder", now - 37 * kHour, 0);
-  WriteText(folder_ + "/cur/gone.tries", "2");
-  Open(folder_);
-  EXPECT_THAT(NamesIn(folder_ + "/tmp"), ElementsAre("folder", "recent"));
-  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty()) << "a count without its message";
 }
 
 TEST_F(QueueTest, EachMessageGoesToOneOfSeveralServers) {
@@ -855,115 +595,6 @@ TEST_F(QueueTest, AFileUnderTwoNamesIsFoundWhilePolling) {
   std::filesystem::rename(folder_ + "/tmp/part", New("a.xml"));
   EXPECT_EQ(queue->Poll("", 0), "a");
   queue->Answered();
-  EXPECT_EQ(queue->Poll("", 0), "");
-}
-
-// Messages that are given back
-
-TEST_F(QueueTest, AMessagePutBackWaitsBehindTheOthers) {
-  for (const char* id : {"a", "b"}) Send(folder_, id, id);
-  SetTime(New("a.xml"), 1000, 0);
-  const auto queue = Open(folder_);
-  const auto start = Clock::now();
-  EXPECT_EQ(queue->Poll("", 0), "a");
-  queue->PutBack();
-  EXPECT_EQ(RaisedText([&] { (void)queue->Package(); }), "1000 The queue has no message: none was polled.");
-  EXPECT_THAT(NamesIn(folder_ + "/new"), ElementsAre("a.xml", "b.xml"));
-  EXPECT_THAT(NamesIn(folder_ + "/cur"), IsEmpty());
-  EXPECT_EQ(queue->Poll("", 0), "b");
-  EXPECT_EQ(queue->Poll("", kLong), "a");
-  EXPECT_EQ(queue->Package(), "a");
-  EXPECT_GE(Clock::now() - start, milliseconds(100));
-  EXPECT_THAT(NamesIn(folder_ + "/cur"), ElementsAre("a.xml")) << "and nothing that counts tries";
-}
-
-TEST_F(QueueTest, EachTimeAMessageIsPutBackItWaitsLonger) {
-  Send(folder_, "a", "");
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "a");
-  for (const int wait : {100, 200, 400}) {
-    const auto start = Clock::now();
-    queue->PutBack();
-    EXPECT_EQ(queue->Poll("", kLong), "a");
-    EXPECT_GE(Clock::now() - start, milliseconds(wait));
-  }
-  queue->Answered();
-  EXPECT_EQ(queue->Poll("", 0), "");
-  // A later message of the same id has nothing to do with it.
-  Send(folder_, "a", "");
-  EXPECT_EQ(queue->Poll("", 0), "a");
-  queue->PutBack();
-  const auto start = Clock::now();
-  EXPECT_EQ(queue->Poll("", kLong), "a");
-  EXPECT_LT(Clock::now() - start, milliseconds(700));
-}
-
-TEST_F(QueueTest, WhatWasPutBackOftenIsNeverGivenUp) {
-  Send(folder_, "a", "text");
-  for (int i = 0; i < 5; ++i) {
-    const auto queue = Open(folder_);
-    ASSERT_EQ(queue->Poll("", 0), "a");
-    queue->PutBack();
-  }
-  EXPECT_EQ(Open(folder_)->Poll("", 0), "a");
-}
-
-TEST_F(QueueTest, AMessagePutBackMayBeTakenByAnotherServer) {
-  Send(folder_, "a", "text");
-  const auto first = Open(folder_);
-  const auto second = Open(folder_);
-  EXPECT_EQ(first->Poll("", 0), "a");
-  first->PutBack();
-  EXPECT_EQ(second->Poll("", 0), "a");
-  EXPECT_EQ(first->Poll("", 300), "");
-  second->Answered();
-  EXPECT_EQ(second->Poll("", 0), "");
-  EXPECT_EQ(first->Poll("", 0), "");
-}
-
-TEST_F(QueueTest, HundredsPutBackAreEachGivenAgainOnce) {
-  constexpr int kMessages = 300;
-  std::vector<std::string> sent;
-  for (int i = 0; i < kMessages; ++i) sent.push_back(std::to_string(1000 + i));
-  for (const std::string& id : sent) Send(folder_, id, id);
-  const auto queue = Open(folder_);
-  for (const std::string& id : sent) {
-    ASSERT_EQ(queue->Poll("", 0), id);
-    queue->PutBack();
-  }
-  std::vector<std::string> taken;
-  for (std::size_t i = 0; i < sent.size(); ++i) {
-    taken.push_back(queue->Poll("", kLong));
-    EXPECT_EQ(queue->Package(), taken.back());
-  }
-  EXPECT_EQ(queue->Poll("", 0), "");
-  EXPECT_THAT(taken, ::testing::UnorderedElementsAreArray(sent));
-  for (const char* name : {"/new", "/cur", "/failed"}) EXPECT_THAT(NamesIn(folder_ + name), IsEmpty()) << name;
-}
-
-TEST_F(QueueTest, AFailedMessageCanBePutBackToo) {
-  Open(folder_);
-  std::filesystem::create_directory(New("folder.xml"));
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "folder");
-  queue->PutBack();
-  EXPECT_EQ(queue->Poll("", 0), "");
-  EXPECT_EQ(queue->Poll("", kLong), "folder");
-  EXPECT_EQ(RaisedText([&] { (void)queue->Package(); }), "1000 The message \"folder\" is not a plain file.");
-  EXPECT_THAT(NamesIn(folder_ + "/failed"), ElementsAre("folder.xml"));
-}
-
-TEST_F(QueueTest, AMessageIsNotPutBackOverALaterOneOfItsName) {
-  Send(folder_, "a", "first");
-  const auto queue = Open(folder_);
-  EXPECT_EQ(queue->Poll("", 0), "a");
-  Arrive("a.xml", "second");
-  queue->PutBack();
-  EXPECT_EQ(queue->Poll("", kLong), "a");
-  EXPECT_EQ(queue->Package(), "first");
-  queue->Answered();
-  EXPECT_EQ(queue->Poll("", kLong), "a");
-  EXPECT_EQ(queue->Package(), "second");
   EXPECT_EQ(queue->Poll("", 0), "");
 }
 
@@ -1143,13 +774,6 @@ TEST_F(QueueTest, WithoutTheBitAllStaysPrivate) {
 
 class AnswerFolderTest : public QueueTest {};
 
-TEST_F(AnswerFolderTest, ReadsAndRemovesTheAnswerThatIsThere) {
-  Send(folder_, "a b", "answer");
-  Send(folder_, "other", "not mine");
-  EXPECT_EQ(AnswerFolder(folder_).Receive("a b", milliseconds(0)), "answer");
-  EXPECT_THAT(NamesIn(folder_ + "/new"), ElementsAre("other.xml"));
-}
-
 TEST_F(AnswerFolderTest, ReturnsAtOnceWhenTheAnswerComes) {
   Open(folder_);
   Child server([this](int) {
@@ -1161,13 +785,6 @@ TEST_F(AnswerFolderTest, ReturnsAtOnceWhenTheAnswerComes) {
   const auto start = Clock::now();
   EXPECT_EQ(AnswerFolder(folder_).Receive("mine", milliseconds(kLong)), "answer");
   EXPECT_LT(Clock::now() - start, milliseconds(kLong / 2));
-}
-
-TEST_F(AnswerFolderTest, GivesUpAfterTheTimeout) {
-  Open(folder_);
-  const auto start = Clock::now();
-  EXPECT_EQ(AnswerFolder(folder_).Receive("none", milliseconds(100)), std::nullopt);
-  EXPECT_GE(Clock::now() - start, milliseconds(100));
 }
 
 TEST_F(AnswerFolderTest, WaitsForAFolderThatIsNotThereYet) {
@@ -1188,13 +805,6 @@ TEST_F(AnswerFolderTest, FindsTheAnswerInAFolderMadeAnew) {
     Send(folder_, "mine", "answer");
   });
   EXPECT_EQ(AnswerFolder(folder_).Receive("mine", milliseconds(kLong)), "answer");
-}
-
-TEST_F(AnswerFolderTest, AnAnswerMayBeLargerThanARequest) {
-  Send(folder_, "big", std::string(kMaxMessageBytes + 1, 'x'));
-  const auto answer = AnswerFolder(folder_).Receive("big", milliseconds(0));
-  ASSERT_TRUE(answer);
-  EXPECT_EQ(answer->size(), kMaxMessageBytes + 1);
 }
 
 TEST_F(AnswerFolderTest, NamesWhatCannotBeRead) {

@@ -1,42 +1,14 @@
 #include "platform/system/COpSysInfo.h"
 
-#include <array>
-#include <cstdio>
 #include <gtest/gtest.h>
-#include <memory>
 
 namespace ods {
 namespace {
-
-/// What a shell command prints, without the line break at its end.
-std::string Printed(const char* command) {
-  struct Closer {
-    void operator()(std::FILE* file) const { (void)::pclose(file); }
-  };
-  const std::unique_ptr<std::FILE, Closer> pipe(::popen(command, "r"));
-  std::string text;
-  std::array<char, 256> part{};
-  while (pipe && std::fgets(part.data(), part.size(), pipe.get()) != nullptr) text += part.data();
-  if (text.ends_with('\n')) text.pop_back();
-  return text;
-}
 
 COpSysInfo WithVersion(const char* version) { return {"Linux", version, "x86_64", ""}; }
 
 std::string DistributionOf(std::string_view osRelease) {
   return COpSysInfo("Linux", "6.1.0", "x86_64", osRelease).Distribution();
-}
-
-TEST(COpSysInfo, SaysWhatTheShellSaysOfThisComputer) {
-  const COpSysInfo info;
-  EXPECT_EQ(info.Name(), Printed("uname -s"));
-  EXPECT_EQ(info.Version(), Printed("uname -r"));
-  EXPECT_EQ(info.Machine(), Printed("uname -m"));
-  EXPECT_EQ(std::to_string(info.MajorVersion()), Printed("uname -r | cut -d. -f1"));
-  EXPECT_EQ(std::to_string(info.MinorVersion()), Printed("uname -r | cut -d. -f2 | sed 's/[^0-9].*//'"));
-  EXPECT_EQ(info.Distribution(),
-            Printed("for f in /etc/os-release /usr/lib/os-release; do [ -r $f ] && . $f && break; done; "
-                    "printf %s \"$PRETTY_NAME\""));
 }
 
 TEST(COpSysInfo, TakesTheNumbersOffTheVersion) {
@@ -72,6 +44,17 @@ TEST(COpSysInfo, TheDistributionMayBeUntold) {
   }
   EXPECT_EQ(DistributionOf("PRETTY_NAME=\"never closed"), "never closed");
   EXPECT_EQ(DistributionOf("PRETTY_NAME=\"\\"), "\\");
+}
+
+TEST(COpSysInfo, WindowsNeedsElevationFromVersionSixOn) {
+  const auto needs = [](const char* name, const char* version) {
+    return COpSysInfo(name, version, "x86_64", "").NeedsElevation();
+  };
+  EXPECT_TRUE(needs("Windows", "6.0.6001"));
+  EXPECT_TRUE(needs("Windows", "10.0.19045"));
+  EXPECT_FALSE(needs("Windows", "5.2.3790"));
+  EXPECT_FALSE(needs("Windows", ""));
+  EXPECT_FALSE(needs("Linux", "6.1.0"));
 }
 
 TEST(COpSysInfo, DescribesAllThatIsTold) {

@@ -1,12 +1,11 @@
 #include "platform/system/DefaultFolders.h"
 
-#include <filesystem>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
 
-#include "platform/system/System.h"
-#include "support/OdbcFolder.h"
-#include "support/PlainUser.h"
+#include "common/Files.h"
+#include "support/EnvironmentValue.h"
 #include "support/TemporaryFolder.h"
 
 namespace ods {
@@ -14,100 +13,44 @@ namespace {
 
 using Environment = test::EnvironmentValue;
 
+/// A path of a test with the system's separators.
+std::string Native(std::string path) {
+  std::ranges::replace(path, '/', kPathSeparator);
+  return path;
+}
+
 TEST(Folders, TheFolderOfAFileEndsBeforeTheLastSeparator) {
-  EXPECT_EQ(FolderOf("/opt/server/bin/program"), "/opt/server/bin");
-  EXPECT_EQ(FolderOf("/program"), "");
+  EXPECT_EQ(FolderOf(Native("/opt/server/bin/program")), Native("/opt/server/bin"));
+  EXPECT_EQ(FolderOf(Native("/program")), "");
   EXPECT_EQ(FolderOf("program"), "");
 }
 
 TEST(Folders, DataLiesBesideTheProgramAndLogsInIt) {
   const test::TemporaryFolder server;
-  EXPECT_EQ(FindDefaultFolders(server.Path()).data, server.Path() + "/Data");
+  EXPECT_EQ(FindDefaultFolders(server.Path()).data, server.Path() + Native("/Data"));
   EXPECT_EQ(FindDefaultFolders(server.Path()).config, "") << "in the data folder";
-  EXPECT_EQ(FindDefaultFolders(server.Path()).temp, server.Path() + "/Temp");
-  EXPECT_EQ(LogFolder("/data"), "/data/Logs");
+  EXPECT_EQ(FindDefaultFolders(server.Path()).temp, server.Path() + Native("/Temp"));
+  EXPECT_EQ(LogFolder(Native("/data")), Native("/data/Logs"));
 }
 
 TEST(Folders, TheTemporaryFolderFollowsTempThenTmp) {
-  const Environment temp("TEMP", "/t1");
-  const Environment tmp("TMP", "/t2");
-  EXPECT_EQ(TempFolder({"", "", "/opt/Temp"}), "/t1/Korvanta");
+  const Environment temp("TEMP", Native("/t1"));
+  const Environment tmp("TMP", Native("/t2"));
+  EXPECT_EQ(TempFolder({"", "", Native("/opt/Temp")}), Native("/t1/Korvanta"));
   const Environment noTemp("TEMP", "");
-  EXPECT_EQ(TempFolder({"", "", "/opt/Temp"}), "/t2/Korvanta");
+  EXPECT_EQ(TempFolder({"", "", Native("/opt/Temp")}), Native("/t2/Korvanta"));
 }
 
 TEST(Folders, WithNeitherVariableQueuesLieBesideTheProgram) {
   const Environment temp("TEMP", "");
   const Environment tmp("TMP", "");
-  EXPECT_EQ(TempFolder({"", "", "/opt/Temp"}), "/opt/Temp");
-  EXPECT_EQ(QueueFolder({"", "", "/opt/Temp"}, "7"), "/opt/Temp/7/Queue");
+  EXPECT_EQ(TempFolder({"", "", Native("/opt/Temp")}), Native("/opt/Temp"));
+  EXPECT_EQ(QueueFolder({"", "", Native("/opt/Temp")}, "7"), Native("/opt/Temp/7/Queue"));
 }
 
 TEST(Folders, EveryInstanceHasItsOwnQueues) {
-  const Environment temp("TEMP", "/t1");
-  EXPECT_EQ(QueueFolder({"", "", "/opt/Temp"}, "sales"), "/t1/Korvanta/sales/Queue");
-}
-
-/// A folder of programs that a plain user can only read, and that user's home.
-class InstalledForEverybody : public ::testing::Test {
- protected:
-  InstalledForEverybody() {
-    namespace fs = std::filesystem;
-    fs::permissions(folder_.Path(), fs::perms(0755));
-    fs::create_directory(programs_);
-    fs::permissions(programs_, fs::perms(0555));
-  }
-  void Prepare(const std::string& name) const {
-    std::filesystem::permissions(programs_, std::filesystem::perms(0755));
-    std::filesystem::create_directory(programs_ + "/" + name);
-    std::filesystem::permissions(programs_ + "/" + name, std::filesystem::perms(0777));
-    std::filesystem::permissions(programs_, std::filesystem::perms(0555));
-  }
-  [[nodiscard]] DefaultFolders Found() const {
-    const test::PlainUser user;
-    return FindDefaultFolders(programs_);
-  }
-
-  test::TemporaryFolder folder_;
-  std::string programs_ = folder_.Path() + "/bin";
-  Environment home_{"HOME", "/home/ann"};
-  Environment data_{"XDG_DATA_HOME", ""};
-  Environment config_{"XDG_CONFIG_HOME", ""};
-};
-
-TEST_F(InstalledForEverybody, AUserHasFoldersOfHisOwn) {
-  EXPECT_EQ(Found().data, "/home/ann/.local/share/Korvanta");
-  EXPECT_EQ(Found().config, "/home/ann/.config/Korvanta");
-  EXPECT_EQ(Found().temp, "/home/ann/.local/share/Korvanta/Temp");
-}
-
-TEST_F(InstalledForEverybody, TheEnvironmentSaysWhereTheyAre) {
-  const Environment data("XDG_DATA_HOME", "/srv/ann");
-  const Environment config("XDG_CONFIG_HOME", "/etc/ann");
-  EXPECT_EQ(Found().data, "/srv/ann/Korvanta");
-  EXPECT_EQ(Found().config, "/etc/ann/Korvanta");
-}
-
-TEST_F(InstalledForEverybody, ARelativePathInTheEnvironmentCountsAsNone) {
-  const Environment data("XDG_DATA_HOME", "ann");
-  const Environment config("XDG_CONFIG_HOME", "./ann");
-  EXPECT_EQ(Found().data, "/home/ann/.local/share/Korvanta");
-  EXPECT_EQ(Found().config, "/home/ann/.config/Korvanta");
-}
-
-TEST_F(InstalledForEverybody, WithoutAHomeInTheEnvironmentTheSystemKnowsIt) {
-  const Environment home("HOME", "");
-  const test::PlainUser user;
-  EXPECT_EQ(FindDefaultFolders(programs_).data, HomeFolder() + "/.local/share/Korvanta");
-}
-
-TEST_F(InstalledForEverybody, FoldersThatWerePreparedBesideTheProgramCount) {
-  Prepare("Data");
-  EXPECT_EQ(Found().data, programs_ + "/Data");
-  EXPECT_EQ(Found().config, "") << "in the data folder";
-  EXPECT_EQ(Found().temp, "/home/ann/.local/share/Korvanta/Temp");
-  Prepare("Temp");
-  EXPECT_EQ(Found().temp, programs_ + "/Temp");
+  const Environment temp("TEMP", Native("/t1"));
+  EXPECT_EQ(QueueFolder({"", "", Native("/opt/Temp")}, "sales"), Native("/t1/Korvanta/sales/Queue"));
 }
 
 }  // namespace

@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 
 #include "common/Error.h"
-#include "common/Files.h"
 #include "common/Text.h"
+#include "platform/system/ReadFile.h"
 #include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 
@@ -304,6 +304,11 @@ TEST_F(XmlFileTest, SavingReplacesTheFile) {
   XmlDocument("<a>long content</a>").Save(path);
   XmlDocument("<b/>").Save(path);
   EXPECT_EQ(ReadFileText(path), "<b/>");
+}
+
+TEST_F(XmlFileTest, ASavedFileHasThePrivateMode) {
+  const std::string path = folder_ + "/a.xml";
+  XmlDocument("<a/>").Save(path);
   struct stat status {};
   ASSERT_EQ(::stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);

@@ -1,0 +1,21 @@
+# The ZIP of the programs for Windows: `cpack --preset windows`, or scripts/windows.sh.
+math(EXPR ODS_WIDTH "8 * ${CMAKE_SIZEOF_VOID_P}")
+configure_file(${PROJECT_SOURCE_DIR}/packaging/windows/README.txt.in ${PROJECT_BINARY_DIR}/README.txt @ONLY NEWLINE_STYLE CRLF)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME programs)
+install(TARGETS odbc-data-server odbc-data-client RUNTIME DESTINATION .)
+install(FILES ${PROJECT_BINARY_DIR}/README.txt DESTINATION .)
+install(DIRECTORY packaging/windows/config DESTINATION .)
+install(FILES samples/users.xml samples/views.xml DESTINATION config/examples)
+install(FILES LICENSE DESTINATION licences RENAME odbc-data-server.txt)
+# Where the libraries were built by scripts/windows-libraries.sh their terms lie beside them.
+if(ods_sysroot)
+  install(DIRECTORY ${ods_sysroot}/licences/ DESTINATION licences)
+endif()
+
+set(CPACK_GENERATOR ZIP)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PACKAGE_FILE_NAME odbc-data-server-${PROJECT_VERSION}-windows-${CMAKE_SYSTEM_PROCESSOR})
+set(CPACK_COMPONENTS_ALL programs)
+set(CPACK_ARCHIVE_COMPONENT_INSTALL OFF)
+include(CPack)

@@ -1,0 +1,20 @@
+# What the toolchain files of both Windows widths share. `ODS_WINDOWS_TRIPLE` names the compiler's target.
+# The libraries that the system does not have come from a sysroot of this project (scripts/windows-libraries.sh).
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_C_COMPILER ${ODS_WINDOWS_TRIPLE}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${ODS_WINDOWS_TRIPLE}-g++-posix)
+set(CMAKE_RC_COMPILER ${ODS_WINDOWS_TRIPLE}-windres)
+if(DEFINED ENV{ODS_WINDOWS_SYSROOT})
+  set(ods_sysroot $ENV{ODS_WINDOWS_SYSROOT})
+else()
+  get_filename_component(ods_sysroot ${CMAKE_CURRENT_LIST_DIR}/../../build/windows-sysroot ABSOLUTE)
+endif()
+set(ods_sysroot ${ods_sysroot}/${CMAKE_SYSTEM_PROCESSOR})
+set(CMAKE_FIND_ROOT_PATH /usr/${ODS_WINDOWS_TRIPLE} ${ods_sysroot})
+set(CMAKE_PREFIX_PATH ${ods_sysroot})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# One file that runs anywhere: libstdc++, libgcc and winpthread are linked in.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -static)

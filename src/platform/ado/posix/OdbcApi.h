@@ -1,0 +1,6 @@
+// The driver manager's headers.
+#pragma once
+
+#include <sql.h>
+#include <sqlext.h>
+#include <sqlucode.h>
