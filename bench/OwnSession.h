@@ -14,6 +14,7 @@ namespace ods::bench {
 class OwnSession {
  public:
   OwnSession(const std::string& connection, bool exact) : tracer_(ui_) {
+    PrepareForDrivers();
     components_.Register("ADODB.Connection", CreateOdbcConnection);
     state_.ui = &ui_;
     state_.tracer = &tracer_;

@@ -86,7 +86,7 @@ void Log::Trim(const std::string& path) const {
   const std::string content = ReadFileText(path);
   // Somebody may have emptied the file in between.
   if (content.size() <= static_cast<std::size_t>(maxsize)) return;
-  WriteFileAtomically(path, NewestPart(content, maxsize));
+  OverwriteFile(path, NewestPart(content, maxsize));
 }
 
 }  // namespace ods

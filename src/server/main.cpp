@@ -22,6 +22,7 @@ void Tell(const std::exception& error) { std::cerr << "odbc-data-server: " << er
 
 int RunServer(const std::vector<std::string>& arguments) {
   ods::TakeFailuresInsteadOfSignals();
+  ods::PrepareForDrivers();
   ods::StopSignals stopSignals;
   ods::SwitchingUserInterface ui;
   ods::Tracer tracer(ui);

@@ -13,6 +13,7 @@
 #include "common/ComponentRegistry.h"
 #include "common/Conversions.h"
 #include "common/Error.h"
+#include "common/TextPieces.h"
 #include "common/ToldOnce.h"
 #include "database/Response.h"
 #include "platform/ado/Ado.h"
@@ -79,10 +80,10 @@ class Loop {
   [[nodiscard]] std::optional<std::string> Poll();
   void AnswerMessage(const std::string& id);
   [[nodiscard]] std::string ReceiveAndDispatch(XmlDocument& response);
-  [[nodiscard]] std::string StampedText(XmlDocument& response);
+  [[nodiscard]] TextPieces StampedText(XmlDocument& response);
   [[nodiscard]] std::string ErrorDocumentText(const Error& error) const;
-  [[nodiscard]] bool SendAnswer(const std::string& id, std::string text);
-  [[nodiscard]] std::optional<Error> Send(const std::string& id, std::string text);
+  [[nodiscard]] bool SendAnswer(const std::string& id, TextPieces text);
+  [[nodiscard]] std::optional<Error> Send(const std::string& id, TextPieces text);
   void TraceSendFailure(const std::string& id, const Error& failure);
 
   const LoopContext& context_;
@@ -451,15 +452,15 @@ std::string Loop::ReceiveAndDispatch(XmlDocument& response) {
 }
 
 /// The text of the response with the id of this server in it. One that is too large becomes an error document.
-std::string Loop::StampedText(XmlDocument& response) {
+TextPieces Loop::StampedText(XmlDocument& response) {
   if (process_.ServerSessionId.empty()) process_.ServerSessionId = NewGuidText();
-  std::string text;
+  TextPieces text;
   const auto failure = Attempt([&] {
     StampResponse(response, process_.ServerSessionId);
-    text = response.Xml();
-    RequireResponseBytes(text.size());
+    text = response.TakeXml();
+    RequireResponseBytes(text.Size());
   });
-  return failure ? ErrorDocumentText(*failure) : text;
+  return failure ? ErrorDocumentText(*failure) : std::move(text);
 }
 
 /// The text of an error document with the id of this server in it.
@@ -472,8 +473,8 @@ std::string Loop::ErrorDocumentText(const Error& error) const {
 
 /// Sends the answer, or an error document where there is no room for the answer. False when it could not be sent: the
 /// message waits again then, and is answered anew after others had their turn.
-bool Loop::SendAnswer(const std::string& id, std::string text) {
-  const std::size_t size = text.size();
+bool Loop::SendAnswer(const std::string& id, TextPieces text) {
+  const std::size_t size = text.Size();
   auto failure = Send(id, std::move(text));
   if (failure && failure->Number() == error_number::kDiskFull) {
     const std::string smaller =
@@ -497,7 +498,7 @@ bool Loop::SendAnswer(const std::string& id, std::string text) {
   return true;
 }
 
-std::optional<Error> Loop::Send(const std::string& id, std::string text) {
+std::optional<Error> Loop::Send(const std::string& id, TextPieces text) {
   auto failure = Attempt([&] {
     if (incoming_->Reply(text)) return;
     outgoing_->SetPackage(std::move(text));

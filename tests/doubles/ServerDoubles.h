@@ -96,15 +96,15 @@ class FakeQueue final : public Queue {
       throw Error(error_number::kOwn, "The message \"" + current_ + "\" is too large.");
     return found->second;
   }
-  [[nodiscard]] bool Reply(const std::string& text) override {
+  [[nodiscard]] bool Reply(const TextPieces& text) override {
     const auto receiver = script_.receivers.find(current_);
     if (receiver == script_.receivers.end()) return false;
     script_.events.push_back("reply to " + current_);
     if (receiver->second) throw Error(*receiver->second);
-    script_.sent.push_back({current_, text});
+    script_.sent.push_back({current_, text.Joined()});
     return true;
   }
-  void SetPackage(std::string text) override { package_ = std::move(text); }
+  void SetPackage(TextPieces text) override { package_ = text.Joined(); }
   void Send(const std::string& id) override {
     script_.events.push_back("send " + id + " to " + folder_);
     RaiseNext(script_.sendFailures);

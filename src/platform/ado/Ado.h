@@ -185,6 +185,10 @@ class MemoryRecordSet final : public RecordSet {
 /// limits raises the error of a time-out (0x80040E31) with a text that names the limit.
 [[nodiscard]] std::shared_ptr<Connection> CreateOdbcConnection();
 
+/// Prepares the process for drivers, before it has threads: psqlodbc takes the encoding of its clients from the
+/// environment, and then gives text as UTF-8 without a conversion (variable PGCLIENTENCODING, unless it is set).
+void PrepareForDrivers();
+
 /// True while a call of a driver that was given up has not come back: its thread must not see the end of the process's
 /// static objects.
 [[nodiscard]] bool DriverCallsAreStuck();

@@ -10,6 +10,7 @@
 #include "platform/ado/OdbcDatabase.h"
 #include "platform/ado/OdbcReader.h"
 #include "platform/ado/OdbcStream.h"
+#include "platform/system/System.h"
 
 namespace ods {
 
@@ -118,6 +119,8 @@ std::shared_ptr<RecordSet> OdbcConnection::OpenSchema(Schema schema, const std::
 }  // namespace
 
 std::shared_ptr<Connection> CreateOdbcConnection() { return std::make_shared<OdbcConnection>(); }
+
+void PrepareForDrivers() { SetEnvironmentDefault("PGCLIENTENCODING", "UTF8"); }
 
 bool DriverCallsAreStuck() { return odbc::StuckDriverThreads() > 0; }
 

@@ -83,8 +83,8 @@ class AmqpQueue final : public Queue {
   void Create() override;
   std::string Poll(const std::string& id, int waitMilliseconds) override;
   [[nodiscard]] std::string Package() const override;
-  [[nodiscard]] bool Reply(const std::string& text) override;
-  void SetPackage(std::string text) override { outgoing_ = std::move(text); }
+  [[nodiscard]] bool Reply(const TextPieces& text) override;
+  void SetPackage(TextPieces text) override { outgoing_ = text.Joined(); }
   void Send(const std::string& id) override;
   [[nodiscard]] bool CanSend() override { return Link().Connection() != 0; }
   void Answered() override;
@@ -168,7 +168,7 @@ AmqpPublication AmqpQueue::AnswerTo(const std::string& id, const std::string& qu
   return {.queue = queue, .correlationId = id, .expiration = expiration, .body = std::move(text)};
 }
 
-bool AmqpQueue::Reply(const std::string& text) {
+bool AmqpQueue::Reply(const TextPieces& text) {
   if (!taken_) return false;
   const std::string& to = taken_->delivery.message.replyTo;
   // Answers among the requests, or among what failed, would be taken for what they are not.
@@ -176,7 +176,7 @@ bool AmqpQueue::Reply(const std::string& text) {
   if (taken_->delivery.connection != Link().Connection()) {
     RaiseOwn("The connection that the request came by is lost: the broker gives the request to a server again.");
   }
-  const AmqpOutcome outcome = Link().Publish(AnswerTo(taken_->id, to, text), giveUp_);
+  const AmqpOutcome outcome = Link().Publish(AnswerTo(taken_->id, to, text.Joined()), giveUp_);
   if (outcome == AmqpOutcome::kConfirmed) return true;
   // A queue may refuse because it has just been made; but no client holds up the others with one that always does.
   if (outcome == AmqpOutcome::kRefused && taken_->putBack < kMostRefusals) {

@@ -16,7 +16,7 @@ OutgoingFile::~OutgoingFile() {
   (void)tmp_.Remove(name_);
 }
 
-std::error_code OutgoingFile::FillAndSend(std::string_view text, const Folder& folder, const std::string& fileName,
+std::error_code OutgoingFile::FillAndSend(const TextPieces& text, const Folder& folder, const std::string& fileName,
                                           bool synced) {
   if (!opened_) return opened_.failure;
   folder.Share(opened_.file);
@@ -26,9 +26,12 @@ std::error_code OutgoingFile::FillAndSend(std::string_view text, const Folder& f
   return synced ? folder.Sync() : std::error_code();
 }
 
-std::error_code OutgoingFile::Fill(std::string_view text, bool synced) {
+std::error_code OutgoingFile::Fill(const TextPieces& text, bool synced) {
   if (!opened_) return opened_.failure;
-  if (const auto failure = WriteAll(opened_.file, text)) return failure;
+  for (const std::string_view piece : text.Pieces()) {
+    if (piece.empty()) continue;
+    if (const auto failure = WriteAll(opened_.file, piece)) return failure;
+  }
   if (const auto failure = synced ? SyncFile(opened_.file) : std::error_code()) return failure;
   return opened_.file.Close();
 }

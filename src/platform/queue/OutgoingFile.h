@@ -4,9 +4,9 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <system_error>
 
+#include "common/TextPieces.h"
 #include "platform/queue/Folder.h"
 #include "platform/system/FileHandle.h"
 
@@ -25,10 +25,10 @@ class OutgoingFile {
 
   /// No error when the message waits in `folder` as `fileName`; `file_exists` when one of that name does.
   /// @param synced the text is on the disk before anybody sees it, and its name before this returns
-  [[nodiscard]] std::error_code FillAndSend(std::string_view text, const Folder& folder, const std::string& fileName,
+  [[nodiscard]] std::error_code FillAndSend(const TextPieces& text, const Folder& folder, const std::string& fileName,
                                             bool synced);
   /// No error when all of the text was written.
-  [[nodiscard]] std::error_code Fill(std::string_view text, bool synced);
+  [[nodiscard]] std::error_code Fill(const TextPieces& text, bool synced);
 
  private:
   const Folder& tmp_;

@@ -91,7 +91,7 @@ class FolderQueue final : public Queue {
   void Create() override;
   std::string Poll(const std::string& id, int waitMilliseconds) override;
   [[nodiscard]] std::string Package() const override;
-  void SetPackage(std::string text) override { outgoing_ = std::move(text); }
+  void SetPackage(TextPieces text) override { outgoing_ = std::move(text); }
   void Send(const std::string& id) override;
   [[nodiscard]] bool CanSend() override;
   void Answered() override;
@@ -123,7 +123,7 @@ class FolderQueue final : public Queue {
   std::deque<TakenMessage> held_;
   Clock::time_point nextHeld_;
   mutable std::optional<std::string> package_;
-  std::string outgoing_;
+  TextPieces outgoing_;
 };
 
 FolderQueue::~FolderQueue() {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "common/Object.h"
+#include "common/TextPieces.h"
 
 namespace ods {
 
@@ -39,9 +40,9 @@ class Queue : public Object {
   /// Sends `text` to the receiver that the message taken names for its answer. False when it names none: the answer
   /// then goes to the outgoing queue. Raises error 53 when that receiver is not there or does not take it, and error
   /// 1000 when it could not be sent now.
-  [[nodiscard]] virtual bool Reply([[maybe_unused]] const std::string& text) { return false; }
+  [[nodiscard]] virtual bool Reply([[maybe_unused]] const TextPieces& text) { return false; }
   /// The text of the next message to send.
-  virtual void SetPackage(std::string text) = 0;
+  virtual void SetPackage(TextPieces text) = 0;
   /// Sends the text as the message `id`. Raises error 58 when a message of that id is waiting, error 61 when there is
   /// no room for it (full file system, quota, limit of a file's size), error 1000 naming what is wrong for an id that
   /// cannot be a name and for a folder that cannot be written.

@@ -46,8 +46,8 @@ class ChosenQueue final : public Queue {
   void Create() override { Chosen().Create(); }
   std::string Poll(const std::string& id, int waitMilliseconds) override { return Chosen().Poll(id, waitMilliseconds); }
   [[nodiscard]] std::string Package() const override { return Chosen().Package(); }
-  [[nodiscard]] bool Reply(const std::string& text) override { return Chosen().Reply(text); }
-  void SetPackage(std::string text) override { Chosen().SetPackage(std::move(text)); }
+  [[nodiscard]] bool Reply(const TextPieces& text) override { return Chosen().Reply(text); }
+  void SetPackage(TextPieces text) override { Chosen().SetPackage(std::move(text)); }
   void Send(const std::string& id) override { Chosen().Send(id); }
   [[nodiscard]] bool CanSend() override { return Chosen().CanSend(); }
   void Answered() override { Chosen().Answered(); }

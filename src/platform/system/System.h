@@ -25,6 +25,8 @@ namespace ods {
 [[nodiscard]] std::string ExecutablePath();
 /// An environment variable, "" when it is not set.
 [[nodiscard]] std::string EnvironmentVariable(const char* name);
+/// Gives an environment variable of this process a value unless it has one. To be called before there are threads.
+void SetEnvironmentDefault(const char* name, const char* value);
 /// True when the environment names a display to show windows on: DISPLAY, WAYLAND_DISPLAY, or a platform of the
 /// windows' library, QT_QPA_PLATFORM. Windows always has one.
 [[nodiscard]] bool HasDisplay();

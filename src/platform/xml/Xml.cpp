@@ -238,15 +238,28 @@ void XmlDocument::SetMarkup(XmlNode element, TextBuffer markup) {
   markup_ = std::move(markup);
 }
 
-std::string XmlDocument::Xml() const {
+std::string XmlDocument::TreeXml() const {
   StringWriter writer;
   document_->save(writer, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
-  std::string text = writer.Take();
+  return writer.Take();
+}
+
+std::string XmlDocument::Xml() const {
+  std::string text = TreeXml();
   if (markup_) {
     const std::size_t place = text.find(kMarkupPlaceText);
     if (place != std::string::npos) text.replace(place, kMarkupPlaceText.size(), markup_->View());
   }
   return text;
+}
+
+TextPieces XmlDocument::TakeXml() {
+  std::string text = TreeXml();
+  const std::size_t place = markup_ ? text.find(kMarkupPlaceText) : std::string::npos;
+  if (place == std::string::npos) return text;
+  std::string after = text.substr(place + kMarkupPlaceText.size());
+  text.resize(place);
+  return {std::move(text), std::move(*markup_), std::move(after)};
 }
 
 XmlNode XmlDocument::DocumentElement() const& { return XmlNode(document_->document_element()); }

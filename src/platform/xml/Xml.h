@@ -17,6 +17,7 @@
 
 #include "common/Object.h"
 #include "common/TextBuffer.h"
+#include "common/TextPieces.h"
 
 namespace ods {
 
@@ -81,6 +82,8 @@ class XmlDocument {
   void SetMarkup(XmlNode element, TextBuffer markup);
   /// The document as text: no declaration, no indentation, a carriage return as a character reference.
   [[nodiscard]] std::string Xml() const;
+  /// The same, with the markup taken out of the document: it is not copied.
+  [[nodiscard]] TextPieces TakeXml();
 
   /// Nodes end with their document: so they are not had from one that ends with the expression.
   [[nodiscard]] XmlNode DocumentElement() const&;
@@ -94,6 +97,9 @@ class XmlDocument {
   std::vector<XmlNode> SelectNodes(const char* xpath) const&& = delete;
 
  private:
+  /// The text of the tree, with the place of the markup in it.
+  [[nodiscard]] std::string TreeXml() const;
+
   std::unique_ptr<pugi::xml_document> document_;
   std::optional<TextBuffer> markup_;  ///< of the element whose content is the place for it
 };

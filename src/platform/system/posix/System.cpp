@@ -100,6 +100,11 @@ std::string EnvironmentVariable(const char* name) {
   return value != nullptr ? value : "";
 }
 
+void SetEnvironmentDefault(const char* name, const char* value) {
+  constexpr int kOnlyWhereUnset = 0;
+  setenv(name, value, kOnlyWhereUnset);
+}
+
 bool HasDisplay() {
   constexpr auto kVariables = std::to_array<const char*>({"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"});
   return std::ranges::any_of(kVariables, [](const char* name) { return !EnvironmentVariable(name).empty(); });

@@ -138,6 +138,10 @@ void WriteFileAtomically(const std::string& path, std::string_view text) {
   RaiseWhenFailed(path, MakeNew(WidePath(path), text, 0));
 }
 
+void OverwriteFile(const std::string& path, std::string_view text) {
+  RaiseWhenFailed(path, WriteInPlace(WidePath(path), text));
+}
+
 void ReplaceFile(const std::string& path, std::string_view text, unsigned newFileMode) {
   RaiseWhenFailed(path, Replace(WidePath(path), text, newFileMode));
 }

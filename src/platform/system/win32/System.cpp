@@ -113,6 +113,11 @@ std::string EnvironmentVariable(const char* name) {
   return GrowingText([&](wchar_t* text, DWORD size) { return GetEnvironmentVariableW(wide.c_str(), text, size); });
 }
 
+void SetEnvironmentDefault(const char* name, const char* value) {
+  // Through the C library, which hands it to the system too: a driver may ask either.
+  if (EnvironmentVariable(name).empty()) _wputenv_s(ToWide(name).c_str(), ToWide(value).c_str());
+}
+
 bool HasDisplay() { return true; }
 
 std::string HomeFolder() { return EnvironmentVariable("USERPROFILE"); }
