@@ -47,7 +47,7 @@ TEST(WindowsFolders, PathsOfEveryLengthReachTheirFiles) {
   const test::TemporaryFolder root;
   std::string path = root.Path();
   for (int i = 0; i < 5; ++i) path = PathIn(path, std::string(70, static_cast<char>('a' + i)));
-  ASSERT_NO_THROW(std::filesystem::create_directories(std::filesystem::path(WidePath(path)));
+  ASSERT_NO_THROW(std::filesystem::create_directories(std::filesystem::path(WidePath(path))));
   const Folder folder(path, Folder::Link::kFollowed);
   ASSERT_TRUE(folder) << folder.Failure().message();
   EXPECT_TRUE(folder.CreateNew("message"));
