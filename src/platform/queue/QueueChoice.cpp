@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "common/Error.h"
+#include "common/Files.h"
 #include "common/Text.h"
 #include "platform/queue/Broker.h"
 #include "platform/system/FileFacts.h"

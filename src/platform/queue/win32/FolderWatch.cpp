@@ -10,8 +10,7 @@ namespace ods {
 
 namespace {
 
-constexpr DWORD kWatched =
-    FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_DIR_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE;
+constexpr DWORD kWatched = FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_DIR_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE;
 /// Folders on other machines take no more.
 constexpr DWORD kBufferBytes = 64 * 1024;
 

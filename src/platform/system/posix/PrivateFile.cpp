@@ -8,8 +8,8 @@
 #include <unistd.h>
 
 #include "common/Error.h"
-#include "platform/system/FileHandle.h"
 #include "platform/system/FileFacts.h"
+#include "platform/system/FileHandle.h"
 
 namespace ods {
 
