@@ -2,7 +2,6 @@
 #include "platform/queue/Folder.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

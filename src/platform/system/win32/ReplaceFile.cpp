@@ -1,7 +1,5 @@
 #include "platform/system/ReplaceFile.h"
 
-#include <optional>
-
 #include "platform/system/FileFacts.h"
 #include "platform/system/win32/Win32.h"
 

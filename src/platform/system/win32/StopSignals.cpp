@@ -1,4 +1,3 @@
-#include <string>
 #include <thread>
 
 #include "platform/system/System.h"
@@ -37,9 +36,7 @@ LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM first, LPARAM secon
 /// A window that nobody sees: the end of a session is told to processes without a console by a message.
 class SessionWindow {
  public:
-  SessionWindow() : thread_([this] { Run(); }) {
-    WaitForSingleObject(AsHandle(created_), INFINITE);
-  }
+  SessionWindow() : thread_([this] { Run(); }) { WaitForSingleObject(AsHandle(created_), INFINITE); }
   ~SessionWindow() {
     SetEvent(AsHandle(ended_));
     if (window_ != nullptr) PostMessageW(window_, WM_CLOSE, 0, 0);

@@ -1,7 +1,6 @@
 #include "platform/system/Folders.h"
 
 #include <cerrno>
-#include <filesystem>
 #include <gtest/gtest.h>
 
 #include "platform/system/TestFolder.h"

@@ -1,6 +1,5 @@
 #include "platform/system/ReadFile.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 

@@ -6,8 +6,6 @@
 #include <gmock/gmock.h>
 #include <optional>
 #include <pwd.h>
-#include <regex>
-#include <set>
 #include <sys/resource.h>
 #include <sys/time.h>
 

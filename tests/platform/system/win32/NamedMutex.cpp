@@ -40,9 +40,7 @@ TEST(WindowsMutex, AnotherSessionsIsSeen) {
 
 TEST(WindowsMutex, OneThatNobodyMayOpenExists) {
   PSECURITY_DESCRIPTOR made = nullptr;
-  ASSERT_NE(
-      ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P", SDDL_REVISION_1, &made, nullptr),
-      0);
+  ASSERT_NE(ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P", SDDL_REVISION_1, &made, nullptr), 0);
   const LocalMemory<void> owned(made);
   SECURITY_ATTRIBUTES nobody{.nLength = sizeof nobody, .lpSecurityDescriptor = made, .bInheritHandle = FALSE};
   const std::string name = UnusedName();
