@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <thread>
+#include <vector>
 
 #include "common/Text.h"
 #include "e2e/Sample.h"
@@ -35,9 +36,10 @@ TEST(Lifecycle, StopsInGoodOrderWhenAskedTo) {
   (void)client.Ask(kPing);
   EXPECT_EQ(server.Stop(), 0);
   const std::string log = folders.LogText();
-  for (const std::string& entry : {"'Starting " + TextOf(fs::path(ODS_SERVER_PROGRAM).filename()) + " version 1.0.0.0'",
-                                   "'Mode: run'", "'Enter main loop'", "'In main loop'", "'Start Polling'",
-                                   "'Exit main loop'", "'Signal that data server is stopped'", "'Stop'"}) {
+  for (const std::string& entry :
+       std::vector<std::string>{"'Starting " + TextOf(fs::path(ODS_SERVER_PROGRAM).filename()) + " version 1.0.0.0'",
+                                "'Mode: run'", "'Enter main loop'", "'In main loop'", "'Start Polling'",
+                                "'Exit main loop'", "'Signal that data server is stopped'", "'Stop'"}) {
     EXPECT_NE(log.find(entry), std::string::npos) << entry << "\n" << log;
   }
 }
