@@ -17,7 +17,7 @@ constexpr amqp_channel_t kChannel = 1;
 
 amqp_bytes_t BytesOf(const std::string& text) { return {text.size(), const_cast<char*>(text.data())}; }
 
-std::string TextOf(const amqp_bytes_t& bytes) {
+std::string Characters(const amqp_bytes_t& bytes) {
   return bytes.len == 0 ? std::string() : std::string(static_cast<const char*>(bytes.bytes), bytes.len);
 }
 
@@ -57,7 +57,7 @@ RawBroker::~RawBroker() { amqp_destroy_connection(connection_); }
 std::string RawBroker::MakeReplyQueue(const amqp_table_t& arguments) const {
   const auto* made = amqp_queue_declare(connection_, kChannel, amqp_empty_bytes, 0, 0, 1, 1, arguments);
   Require(amqp_get_rpc_reply(connection_), "declare");
-  return TextOf(made->queue);
+  return Characters(made->queue);
 }
 
 void RawBroker::Publish(const std::string& queue, const std::string& body,
@@ -82,9 +82,9 @@ std::optional<RawBroker::Message> RawBroker::Get(const std::string& queue, doubl
   Require(amqp_read_message(connection_, kChannel, &message, 0), "read");
   const amqp_basic_properties_t& properties = message.properties;
   const auto text = [&properties](amqp_flags_t flag, const amqp_bytes_t& field) {
-    return (properties._flags & flag) != 0 ? TextOf(field) : std::string();
+    return (properties._flags & flag) != 0 ? Characters(field) : std::string();
   };
-  Message got{.body = TextOf(message.body),
+  Message got{.body = Characters(message.body),
               .correlationId = text(AMQP_BASIC_CORRELATION_ID_FLAG, properties.correlation_id),
               .contentType = text(AMQP_BASIC_CONTENT_TYPE_FLAG, properties.content_type),
               .expiration = text(AMQP_BASIC_EXPIRATION_FLAG, properties.expiration),
