@@ -24,7 +24,7 @@ struct ExactCell {
   bool plain = false;      ///< the name of a column alone
   ReadStyle style = ReadStyle::kDriver;
   std::int32_t adoType = ado_type::kEmpty;
-  std::string field;  ///< the column that it is of, for errors
+  std::string field;  ///< the column that it is of
 };
 
 /// What an exact page is made of.

@@ -38,6 +38,8 @@ class PageSink final : public RowSink {
  public:
   explicit PageSink(PagePlan plan) : plan_(std::move(plan)), records_(plan_.reverse) {}
 
+  /// @param factor that of the process; 0 while it is not known
+  void SetDecimalFactor(double factor) { plan_.rules.decimalFactor = factor; }
   void Begin(const std::vector<Field>& fields) override;
   /// Raises `FieldError`, and error 1000 for a page that is too large.
   bool Take(std::span<const CellView> row) override;

@@ -27,7 +27,7 @@
 #include "tabledata/ExactRanges.h"
 #include "tabledata/NameList.h"
 #include "tabledata/Navigation.h"
-#include "tabledata/modDecimalFactor.h"
+#include "tabledata/OpenPage.h"
 
 namespace ods {
 namespace {
@@ -282,16 +282,7 @@ void ExactRequest::ReadRange(const OrderRange& range, std::size_t limit, std::ui
       BuildSelect(session_, table_, top, {.where = where, .orderBy = range.orderBy, .fields = fieldList_}, fieldsFixed);
   step_ = "Execute SQL: " + sql;
   page->Expect(limit, stepOver, fieldsFixed);
-  std::unique_ptr<RowStream> rows;
-  if (DecimalFactorIsSettled(session_)) {
-    page->SetDecimalFactor(session_.process->decimalFactor);
-    rows = StreamSQL(session_, sql, top, page, {.exact = true});
-  } else {
-    auto read = ExecuteSQL(session_, sql, top, {.exact = true});
-    SettleDecimalFactor(session_);
-    page->SetDecimalFactor(session_.process->decimalFactor);
-    rows = StreamOf(std::move(read), page);
-  }
+  const auto rows = OpenPage(session_, sql, top, page, {.exact = true});
   step_ = "Read the records";
   rows->ReadToEnd();
 }

@@ -14,15 +14,14 @@
 #include "common/Hex.h"
 #include "common/Text.h"
 #include "database/Response.h"
-#include "database/modODBC.h"
 #include "database/modSelect.h"
 #include "sqlformat/modSafeFilter.h"
 #include "sqlformat/modSafeVal.h"
 #include "tabledata/ExactPosition.h"
 #include "tabledata/NameList.h"
 #include "tabledata/Navigation.h"
+#include "tabledata/OpenPage.h"
 #include "tabledata/PageSink.h"
-#include "tabledata/modDecimalFactor.h"
 #include "tabledata/modKeyCondition.h"
 
 namespace ods {
@@ -56,8 +55,6 @@ class TableDataRequest {
   [[nodiscard]] std::string OrderBy(bool reverse) const;
   [[nodiscard]] static std::string Where(const std::string& filter, const std::string& keyCondition);
   [[nodiscard]] PagePlan Plan(bool reverse, bool fieldsFixed) const;
-  [[nodiscard]] std::unique_ptr<RowStream> Open(const std::string& sql, std::int32_t limit, PagePlan plan,
-                                                std::shared_ptr<PageSink>& page);
   void ReadRows(RowStream& rows);
   void WritePage(XmlDocument& response, PageSink& page);
   [[nodiscard]] std::string MakePosition(const std::vector<Value>& values) const;
@@ -221,25 +218,7 @@ PagePlan TableDataRequest::Plan(bool reverse, bool fieldsFixed) const {
           .byName = fieldsFixed,
           .size = static_cast<std::size_t>(std::max(pageSize_, 0)),
           .reverse = reverse,
-          .rules = {.decimalFactor = session_.process->decimalFactor,
-                    .spellsDateFormulas = session_.navisionOnSqlServer == "1",
-                    .ui = session_.process->ui}};
-}
-
-/// Runs the statement of a page. While the decimal factor is not known its rows are read on this thread, since finding
-/// it out takes a statement behind the page's.
-std::unique_ptr<RowStream> TableDataRequest::Open(const std::string& sql, std::int32_t limit, PagePlan plan,
-                                                  std::shared_ptr<PageSink>& page) {
-  if (DecimalFactorIsSettled(session_)) {
-    plan.rules.decimalFactor = session_.process->decimalFactor;
-    page = std::make_shared<PageSink>(std::move(plan));
-    return StreamSQL(session_, sql, limit, page);
-  }
-  auto rows = ExecuteSQL(session_, sql, limit);
-  SettleDecimalFactor(session_);
-  plan.rules.decimalFactor = session_.process->decimalFactor;
-  page = std::make_shared<PageSink>(std::move(plan));
-  return StreamOf(std::move(rows), page);
+          .rules = {.spellsDateFormulas = session_.navisionOnSqlServer == "1", .ui = session_.process->ui}};
 }
 
 void TableDataRequest::ReadRows(RowStream& rows) {
@@ -266,8 +245,8 @@ std::shared_ptr<PageSink> TableDataRequest::NavigateOnce() {
   const std::string sql =
       BuildSelect(session_, table_, limit, {.where = where, .orderBy = orderBy, .fields = fieldList_}, fieldsFixed);
   step_ = "Execute SQL: " + sql;
-  std::shared_ptr<PageSink> page;
-  const auto rows = Open(sql, limit, Plan(navigation.reverse, fieldsFixed), page);
+  auto page = std::make_shared<PageSink>(Plan(navigation.reverse, fieldsFixed));
+  const auto rows = OpenPage(session_, sql, limit, page);
   ReadRows(*rows);
   return page;
 }
