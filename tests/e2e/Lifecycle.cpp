@@ -97,6 +97,24 @@ TEST(Lifecycle, ARequestThatKillsTheServerThreeTimesIsGivenUpWithAnAnswer) {
   EXPECT_EQ(server.Stop(), 0);
 }
 
+TEST(Lifecycle, TwoServersOnOneQueueAnswerEveryRequestThoughOneIsKilled) {
+  constexpr int kRequests = 90;
+  const ServerFolders folders;
+  folders.Configure(OwnDatabase(folders));
+  ServerProcess killed(folders);
+  ServerProcess other(folders);
+  QueueClient client(folders);
+  std::vector<std::string> ids;
+  for (int i = 0; i < kRequests; ++i) {
+    ids.push_back(client.Send(kPing));
+    if (i == kRequests / 2) killed.Kill();
+  }
+  for (const std::string& id : ids) EXPECT_NE(client.Receive(id).find("<Ping>OK</Ping>"), std::string::npos);
+  EXPECT_EQ(other.Stop(), 0);
+  EXPECT_TRUE(fs::is_empty(folders.Requests() + "/new"));
+  EXPECT_TRUE(fs::is_empty(folders.Requests() + "/failed"));
+}
+
 TEST(Lifecycle, WithoutADatabaseEveryRequestIsCodeOneThousand) {
   const ServerFolders folders;
   folders.Configure("Driver=No such driver");

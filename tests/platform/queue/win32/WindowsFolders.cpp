@@ -1,10 +1,12 @@
 // What the queue's folders are on Windows alone.
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <system_error>
 
 #include "common/Files.h"
 #include "platform/queue/Folder.h"
+#include "platform/queue/Queue.h"
 #include "platform/queue/QueueChoice.h"
 #include "platform/system/win32/Win32.h"
 #include "support/TemporaryFolder.h"
@@ -41,6 +43,21 @@ TEST(WindowsFolders, AFileThatSomebodyKeepsToHimselfIsBusy) {
   }
   EXPECT_FALSE(folder.Move("message", folder, "other"));
   EXPECT_FALSE(folder.Remove("other"));
+}
+
+TEST(WindowsFolders, NoArrivalIsLostWhenTheNamesAreMoreThanAreTold) {
+  const test::TemporaryFolder root;
+  const auto queue = CreateFolderQueue();
+  queue->SetFolder(root.Path());
+  queue->Create();
+  EXPECT_EQ(queue->Poll("", 0), "");
+  constexpr int kMessages = 600;  // three hundred names of this length fill what the system tells at once
+  for (int i = 0; i < kMessages; ++i) {
+    std::ofstream(PathOf(root.Path() + "/new/" + std::string(100, 'x') + std::to_string(i) + ".xml")) << i;
+  }
+  int taken = 0;
+  while (!queue->Poll("", 1000).empty()) ++taken;
+  EXPECT_EQ(taken, kMessages);
 }
 
 TEST(WindowsFolders, PathsOfEveryLengthReachTheirFiles) {
