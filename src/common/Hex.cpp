@@ -75,8 +75,8 @@ std::optional<std::string> TextOfHex(std::string_view digits) {
   int all = 0;  // negative once one of them was
   const char* digit = digits.data();
   for (char& byte : text) {
-    const int high = kDigitValues[static_cast<std::uint8_t>(*digit++)];
-    const int low = kDigitValues[static_cast<std::uint8_t>(*digit++)];
+    const int high = HexDigitValue(*digit++);
+    const int low = HexDigitValue(*digit++);
     all |= high | low;
     byte = static_cast<char>(high * 16 + low);
   }

@@ -295,7 +295,7 @@ std::shared_ptr<ExactPageSink> ExactRequest::NavigateOnce() {
   const std::vector<OrderRange> ranges = Ranges(start_, navigation.reverse);
   // One row more than the page has tells whether there are more.
   const std::size_t wanted = pageSize_ + 1;
-  const auto page = std::make_shared<ExactPageSink>(Plan(navigation.reverse));
+  auto page = std::make_shared<ExactPageSink>(Plan(navigation.reverse));
   std::uint32_t stepOver = start_.stepOver;
   for (const OrderRange& range : ranges) {
     const bool alone = &range == &ranges.front() && start_.equalRows == EqualRows::kAlone;

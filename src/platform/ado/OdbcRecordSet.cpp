@@ -129,7 +129,7 @@ void OdbcRecordSet::PlanFetching() {
 }
 
 std::size_t OdbcRecordSet::RowsPerBlock() const {
-  std::size_t rowBytes = 0;
+  std::size_t rowBytes = 1;  // no block is too large for a byte
   for (const Column& column : columns_) rowBytes += column.cellBytes + sizeof(SQLLEN);
   return std::min(std::clamp<std::size_t>(kMostBlockBytes / rowBytes, 1, kMostRowsPerBlock), recordsLeft_);
 }
