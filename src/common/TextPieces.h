@@ -14,8 +14,9 @@ namespace ods {
 class TextPieces {
  public:
   TextPieces() = default;
-  TextPieces(std::string text) : before_(std::move(text)) {}  // NOLINT(google-explicit-constructor): a text is one piece
-  TextPieces(const char* text) : before_(text) {}             // NOLINT(google-explicit-constructor): likewise
+  TextPieces(std::string text)
+      : before_(std::move(text)) {}                // NOLINT(google-explicit-constructor): a text is one piece
+  TextPieces(const char* text) : before_(text) {}  // NOLINT(google-explicit-constructor): likewise
   TextPieces(std::string before, TextBuffer middle, std::string after)
       : before_(std::move(before)), middle_(std::move(middle)), after_(std::move(after)) {}
 

@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <span>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "exact/ExactTable.h"

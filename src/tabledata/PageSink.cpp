@@ -1,7 +1,6 @@
 #include "tabledata/PageSink.h"
 
 #include <string_view>
-#include <utility>
 
 #include "platform/ado/Ado.h"
 

@@ -45,7 +45,7 @@ constexpr std::array<Room, 14> kRooms{{
     {"exact", "common platform/ado database"},
     {"sqlformat", "common platform/xml database exact"},
     {"catalogue", "common database exact"},
-    {"tabledata", "common platform/xml database exact sqlformat catalogue"},
+    {"tabledata", "common platform/ado platform/xml database exact sqlformat catalogue"},
     {"users", "common platform/system platform/xml database exact"},
     {"ui", "common platform/system platform/ado log"},
     {"server",

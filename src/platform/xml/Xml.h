@@ -76,9 +76,9 @@ class XmlDocument {
   /// Writes the document to a file as `ReplaceFile` does, a new one with mode 0600: in one step where that leaves the
   /// file to its owner. Raises error 1000 naming the path.
   void Save(const std::string& path) const;
-  /// Gives an element without content one that is markup already. It is no part of the tree: it stands in the text of the
-  /// document alone, as it is. One element of a document can have such a content, and loses it when the document loads
-  /// anew.
+  /// Gives an element without content one that is markup already. It is no part of the tree: it stands in the text of
+  /// the document alone, as it is. One element of a document can have such a content, and loses it when the document
+  /// loads anew.
   void SetMarkup(XmlNode element, TextBuffer markup);
   /// The document as text: no declaration, no indentation, a carriage return as a character reference.
   [[nodiscard]] std::string Xml() const;

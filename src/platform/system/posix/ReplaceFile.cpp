@@ -172,9 +172,7 @@ void WriteFileAtomically(const std::string& path, std::string_view text) {
   RaiseWhenFailed(path, MakeNew(path, text, kPrivate));
 }
 
-void OverwriteFile(const std::string& path, std::string_view text) {
-  RaiseWhenFailed(path, WriteInPlace(path, text));
-}
+void OverwriteFile(const std::string& path, std::string_view text) { RaiseWhenFailed(path, WriteInPlace(path, text)); }
 
 void ReplaceFile(const std::string& path, std::string_view text, unsigned newFileMode) {
   RaiseWhenFailed(path, Replace(path, text, newFileMode));
