@@ -22,7 +22,13 @@ std::string Characters(const amqp_bytes_t& bytes) {
 }
 
 void Require(const amqp_rpc_reply_t& reply, const char* what) {
-  if (reply.reply_type != AMQP_RESPONSE_NORMAL) throw std::runtime_error(std::string("raw broker: ") + what);
+  if (reply.reply_type == AMQP_RESPONSE_NORMAL) return;
+  std::string why;
+  if (reply.reply_type == AMQP_RESPONSE_LIBRARY_EXCEPTION) why = amqp_error_string2(reply.library_error);
+  if (reply.reply_type == AMQP_RESPONSE_SERVER_EXCEPTION && reply.reply.id == AMQP_CHANNEL_CLOSE_METHOD) {
+    why = Characters(static_cast<const amqp_channel_close_t*>(reply.reply.decoded)->reply_text);
+  }
+  throw std::runtime_error(std::string("raw broker: ") + what + ": " + why);
 }
 
 }  // namespace
