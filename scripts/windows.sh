@@ -64,6 +64,9 @@ step "Compiling for 32 bits" build_preset windows-32
 programs=$ODS_ROOT/build/windows/bin
 say "Making a Wine prefix"
 wineboot --init >"$folder/wineboot.log" 2>&1 || { cat -- "$folder/wineboot.log"; die "Wine does not run here"; }
+# One server of Wine for all programs: one that ends with its last program may end while the next one calls it.
+wineserver --wait
+wineserver --persistent
 "$ODS_ROOT/scripts/make-sample-database.sh" "$folder/sample.db" "$ODS_ROOT/build/release/bin/odbc-sample-data"
 use_own_driver_list "$folder/odbc"
 export ODS_TEST_SQLITE_SAMPLE=$folder/sample.db
