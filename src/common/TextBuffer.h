@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -42,7 +43,7 @@ class TextBuffer {
 
   /// Copies `text` to `to`, and gives the end of the copy.
   static char* Put(char* to, std::string_view text) {
-    std::memcpy(to, text.data(), text.size());
+    std::char_traits<char>::copy(to, text.data(), text.size());  // none of nothing
     return to + text.size();
   }
 
