@@ -123,12 +123,12 @@ std::size_t LongestStatement(const std::shared_ptr<Session>& session, const Prod
 bool GivesUtf8(const std::shared_ptr<Session>& session) {
   const std::string text = "Zo\xC3\xAB \xC3\x98 \xE2\x82\xAC \xF0\x9F\x98\x80";
   try {
-    auto statement = std::make_unique<Statement>(session);
-    statement->Execute("SELECT '" + text + "'");
     std::array<char, 64> given{};
     SQLLEN length = 0;
-    statement->Check(SQLBindCol(statement->Get(), 1, SQL_C_CHAR, given.data(), given.size(), &length));
-    statement->Check(SQLFetch(statement->Get()));
+    const Statement statement(session);  // freed first, since the driver holds pointers to what is above
+    statement.Execute("SELECT '" + text + "'");
+    statement.Check(SQLBindCol(statement.Get(), 1, SQL_C_CHAR, given.data(), given.size(), &length));
+    statement.Check(SQLFetch(statement.Get()));
     return length == static_cast<SQLLEN>(text.size()) && text == given.data();
   } catch (const Error&) {
     return false;

@@ -44,10 +44,10 @@ struct OdbcReader::Rows : ThreadRows {
 
 OdbcReader::OdbcReader(std::shared_ptr<DriverThread> thread, std::shared_ptr<OdbcDatabase> database,
                        const std::string& sql, std::int32_t maxRecords, ReadForm form, CallLimit limit)
-    : thread_(std::move(thread)), limit_(std::move(limit)) {
+    : thread_(std::move(thread)) {
   auto rows = std::make_shared<Rows>();
   rows->database = std::move(database);
-  rows->limit = limit_;
+  rows->limit = std::move(limit);
   rows_ = RunOnThread(*thread_, std::move(rows), {.sql = sql, .maxRecords = maxRecords, .form = form});
   fields_ = rows_->source->Fields();
   atEnd_ = rows_->count == 0;
@@ -57,7 +57,7 @@ OdbcReader::~OdbcReader() { ReleaseOnThread(*thread_, std::move(rows_)); }
 
 void OdbcReader::Read() {
   try {
-    thread_->Run([rows = rows_] { rows->TakeNext(); }, limit_, rows_->canceller);
+    thread_->Run([rows = rows_] { rows->TakeNext(); }, rows_->limit, rows_->canceller);
   } catch (...) {
     // The thread may still be at the rows.
     if (thread_->IsStuck()) atEnd_ = true;

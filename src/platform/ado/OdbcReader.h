@@ -44,7 +44,6 @@ class OdbcReader final : public RecordSet {
 
   std::shared_ptr<DriverThread> thread_;
   std::shared_ptr<Rows> rows_;
-  CallLimit limit_;
   std::vector<Field> fields_;
   std::size_t row_ = 0;  ///< the current one of those that were read
   bool atEnd_ = false;

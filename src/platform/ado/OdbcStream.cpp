@@ -58,10 +58,10 @@ struct OdbcStream::Rows : ThreadRows {
 OdbcStream::OdbcStream(std::shared_ptr<DriverThread> thread, std::shared_ptr<OdbcDatabase> database,
                        const std::string& sql, std::int32_t maxRecords, ReadForm form, CallLimit limit,
                        std::shared_ptr<RowSink> sink)
-    : thread_(std::move(thread)), limit_(std::move(limit)) {
+    : thread_(std::move(thread)) {
   auto rows = std::make_shared<Rows>();
   rows->database = std::move(database);
-  rows->limit = limit_;
+  rows->limit = std::move(limit);
   rows->sink = std::move(sink);
   rows_ = RunOnThread(*thread_, std::move(rows),
                       {.sql = sql, .maxRecords = maxRecords, .form = form, .rows = OdbcRecordSet::Rows::kAsCells});
@@ -73,7 +73,7 @@ void OdbcStream::ReadToEnd() {
   while (true) {
     if (rows_->failure) std::rethrow_exception(std::exchange(rows_->failure, nullptr));
     if (rows_->AtEnd()) return;
-    thread_->Run([rows = rows_] { rows->TakeNext(); }, limit_, rows_->canceller);
+    thread_->Run([rows = rows_] { rows->TakeNext(); }, rows_->limit, rows_->canceller);
   }
 }
 

@@ -34,7 +34,6 @@ class OdbcStream final : public RowStream {
 
   std::shared_ptr<DriverThread> thread_;
   std::shared_ptr<Rows> rows_;
-  CallLimit limit_;
 };
 
 }  // namespace ods::odbc

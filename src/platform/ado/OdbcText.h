@@ -19,7 +19,7 @@ namespace ods::odbc {
 [[nodiscard]] std::vector<SQLWCHAR> ToUtf16(std::string_view text);
 /// UTF-16 as UTF-8. A surrogate without its partner becomes U+FFFD.
 [[nodiscard]] std::string ToUtf8(std::span<const SQLWCHAR> text);
-/// Appends it.
+/// The same, appended to `result`.
 void AppendUtf8(std::string& result, std::span<const SQLWCHAR> text);
 /// Bytes that a driver without wide functions gave, which hands on whatever the database holds: what is no UTF-8
 /// becomes U+FFFD.

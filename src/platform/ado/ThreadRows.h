@@ -18,7 +18,7 @@
 
 namespace ods::odbc {
 
-/// What the thread works on. Between two calls it is the reader's.
+/// What the thread works on. Between two calls it is the reader's; database, canceller and limit stay as they are.
 struct ThreadRows {
   std::shared_ptr<OdbcDatabase> database;
   std::shared_ptr<Canceller> canceller = std::make_shared<Canceller>();
