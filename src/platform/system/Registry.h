@@ -1,4 +1,4 @@
-// The registry's ODBC keys, which here are the driver manager's ini files.
+// The registry's ODBC keys: on Windows the system's own, elsewhere the driver manager's ini files.
 //
 // A path is root, "\", key: "HKEY_LOCAL_MACHINE\SOFTWARE\ODBC\ODBC.INI\Sales". Roots have a full and a short name
 // ("HKEY_CLASSES_ROOT" "HKCR", "HKEY_CURRENT_USER" "HKCU", "HKEY_LOCAL_MACHINE" "HKLM", "HKEY_USERS" "HKUR"); roots,
@@ -7,8 +7,8 @@
 //   HKLM\Software\ODBC\ODBCINST.INI   installed drivers of the machine     HKCU\Software\ODBC\ODBCINST.INI  of the user
 //   HKLM\Software\ODBC\ODBC.INI       data sources of the machine          HKCU\Software\ODBC\ODBC.INI      of the user
 //
-// Each is a file (OdbcFiles.h), its sub-keys are the sections, their values the lines. An ini file holds text alone: a
-// number is written in decimal, bytes as hexadecimal digits, and everything is read as text.
+// Where they are ini files, each is a file (OdbcFiles.h), its sub-keys are the sections, their values the lines. An ini
+// file holds text alone: a number is written in decimal, bytes as hexadecimal digits, and everything is read as text.
 //
 // The files are read and written here, not by the driver manager's installer library: that hands out values up to 20
 // seconds old, makes files and sections that are missing, cuts values at some 990 bytes, and drops all comments when it

@@ -17,6 +17,7 @@
 #include "platform/system/FileHandle.h"
 #include "platform/system/IniText.h"
 #include "platform/system/OdbcFiles.h"
+#include "platform/system/RegistryPath.h"
 #include "platform/system/ReplaceFile.h"
 #include "platform/system/System.h"
 
@@ -119,18 +120,6 @@ std::shared_ptr<Dictionary> ValuesOf(const ComponentRegistry& components, const 
   return values;
 }
 
-/// A path split into the key and what follows the last "\".
-struct SplitPath {
-  std::string_view key;
-  std::string_view last;
-};
-
-SplitPath SplitAtLast(std::string_view path) {
-  const std::size_t end = path.rfind('\\');
-  if (end == std::string_view::npos) return {path, {}};
-  return {path.substr(0, end), path.substr(end + 1)};
-}
-
 /// The text that an ini file holds for a value.
 std::string IniText(const Value& value) { return value.Is<Bytes>() ? BytesToHex(value) : SafeStr(value); }
 
@@ -174,7 +163,7 @@ std::shared_ptr<Dictionary> RegReadKey(const ComponentRegistry& components, std:
 }
 
 Value RegRead(std::string_view path) {
-  const SplitPath parts = SplitAtLast(path);
+  const RegistryPath parts = SplitAtLast(path);
   const std::optional<Location> location = Locate(parts.key);
   if (!location || location->section.empty()) return Null{};
   const std::optional<std::string> text = ReadIniFile(location->path);
@@ -186,7 +175,7 @@ Value RegRead(std::string_view path) {
 }
 
 bool RegWrite(std::string_view path, const Value& value) {
-  const SplitPath parts = SplitAtLast(path);
+  const RegistryPath parts = SplitAtLast(path);
   const std::optional<Location> location = Locate(parts.key);
   if (!location) return false;
   if (parts.last.empty()) return CreateKey(*location);

@@ -10,6 +10,7 @@
 
 #include "common/Conversions.h"
 #include "common/Text.h"
+#include "platform/system/RegistryPath.h"
 #include "platform/system/win32/Win32.h"
 
 namespace ods {
@@ -83,18 +84,6 @@ Key Open(std::string_view path, REGSAM access) {
   return located ? Key(located->root, located->key, access) : Key();
 }
 
-/// A path split into the key and what follows the last "\".
-struct SplitPath {
-  std::string_view key;
-  std::string_view last;
-};
-
-SplitPath SplitAtLast(std::string_view path) {
-  const std::size_t end = path.rfind('\\');
-  if (end == std::string_view::npos) return {path, {}};
-  return {path.substr(0, end), path.substr(end + 1)};
-}
-
 std::string TextOfValue(const std::vector<BYTE>& data) {
   std::wstring text(data.size() / sizeof(wchar_t), L'\0');
   std::memcpy(text.data(), data.data(), text.size() * sizeof(wchar_t));
@@ -163,7 +152,7 @@ std::shared_ptr<Dictionary> RegReadKey(const ComponentRegistry& components, std:
 }
 
 Value RegRead(std::string_view path) {
-  const SplitPath parts = SplitAtLast(path);
+  const RegistryPath parts = SplitAtLast(path);
   const Key key = Open(parts.key, KEY_READ);
   if (!key) return Null{};
   const std::wstring name = ToWide(parts.last);
@@ -181,7 +170,7 @@ Value RegRead(std::string_view path) {
 }
 
 bool RegWrite(std::string_view path, const Value& value) {
-  const SplitPath parts = SplitAtLast(path);
+  const RegistryPath parts = SplitAtLast(path);
   if (parts.last.empty()) {
     const auto located = Locate(parts.key);
     return located && Key::Create(located->root, located->key);
