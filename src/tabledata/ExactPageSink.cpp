@@ -52,9 +52,8 @@ std::optional<ExactView> ViewExactCell(const ExactCell& cell, const CellView& vi
   const auto* const text = std::get_if<std::string_view>(&view);
   if (cell.style == ReadStyle::kQuoted) return text != nullptr ? ViewQuoted(*text) : std::nullopt;
   if (std::holds_alternative<Null>(view)) return ExactView{Kind::kNull, {}};
-  const bool isNumber = IsNumberType(cell.adoType);
-  if (isNumber && decimalFactor != 1) return std::nullopt;
-  if (text != nullptr && !isNumber) return ExactView{Kind::kText, *text};
+  if (cell.isNumber && decimalFactor != 1) return std::nullopt;
+  if (text != nullptr && !cell.isNumber) return ExactView{Kind::kText, *text};
   if (const auto* const number = std::get_if<std::int32_t>(&view)) return ViewInteger(*number, digits);
   if (const auto* const number = std::get_if<std::int64_t>(&view)) return ViewInteger(*number, digits);
   if (const auto* const decimal = std::get_if<DecimalDigits>(&view)) return ExactView{Kind::kNumber, decimal->digits};

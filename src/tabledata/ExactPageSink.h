@@ -16,13 +16,12 @@
 
 namespace ods {
 
-/// A cell of the select list.
+/// How a cell of the select list is read.
 struct ExactCell {
-  std::string expression;  ///< without an alias
-  bool plain = false;      ///< the name of a column alone
   ReadStyle style = ReadStyle::kDriver;
   std::int32_t adoType = ado_type::kEmpty;
-  std::string field;  ///< the column that it is of
+  std::string field;                      ///< the column that it is of
+  bool isNumber = IsNumberType(adoType);  ///< looked up once for all rows
 };
 
 /// What an exact page is made of.

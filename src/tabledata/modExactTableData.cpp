@@ -36,6 +36,13 @@ namespace {
 /// statement of their own, so that no client's count makes the database give rows that are not equal.
 constexpr std::uint32_t kMostSteppedOver = 1000;
 
+/// A cell of the select list.
+struct SelectedCell {
+  std::string expression;  ///< without an alias
+  bool plain = false;      ///< the name of a column alone
+  ExactCell read;
+};
+
 /// Where reading begins: behind a row or at one.
 struct Start {
   const ExactPosition* position = nullptr;  ///< nullptr for an end of the order
@@ -62,7 +69,7 @@ class ExactRequest {
   [[nodiscard]] std::optional<ExactPosition> ReadPosition(const char* field) const;
   void ReadPositions();
   void ReadFields();
-  [[nodiscard]] std::size_t AddCell(ExactCell cell);
+  [[nodiscard]] std::size_t AddCell(SelectedCell cell);
   void MakeFieldList();
   [[nodiscard]] Start StartOf(const Navigation& navigation) const;
   [[nodiscard]] std::vector<OrderRange> Ranges(const Start& start, bool reverse) const;
@@ -91,7 +98,7 @@ class ExactRequest {
   std::optional<ExactPosition> firstPosition_;
   std::optional<ExactPosition> lastPosition_;
   std::vector<const ExactColumn*> fields_;  ///< of the response
-  std::vector<ExactCell> cells_;            ///< of the select list: those of the fields first
+  std::vector<SelectedCell> cells_;         ///< of the select list: those of the fields first
   std::vector<std::size_t> termCells_;      ///< which cell has the value of each term of the order
   std::string fieldList_;
   Start start_;  ///< of the page that was read
@@ -178,9 +185,10 @@ void ExactRequest::ReadPositions() {
 }
 
 /// The index of the cell, which is added unless there is such a one.
-std::size_t ExactRequest::AddCell(ExactCell cell) {
-  const auto same = std::ranges::find_if(
-      cells_, [&](const ExactCell& each) { return each.expression == cell.expression && each.style == cell.style; });
+std::size_t ExactRequest::AddCell(SelectedCell cell) {
+  const auto same = std::ranges::find_if(cells_, [&](const SelectedCell& each) {
+    return each.expression == cell.expression && each.read.style == cell.read.style;
+  });
   if (same != cells_.end()) return static_cast<std::size_t>(same - cells_.begin());
   cells_.push_back(std::move(cell));
   return cells_.size() - 1;
@@ -200,18 +208,14 @@ void ExactRequest::ReadFields() {
     // A cell for each field, in order, whatever the others are.
     cells_.push_back({.expression = column.read,
                       .plain = column.plain,
-                      .style = column.readStyle,
-                      .adoType = column.adoType,
-                      .field = column.name});
+                      .read = {.style = column.readStyle, .adoType = column.adoType, .field = column.name}});
   }
   for (const DirectedTerm& each : order_.terms) {
     const OrderTerm& term = each.term;
     const ExactColumn* column = term.field.empty() ? nullptr : known_->Find(term.field);
     termCells_.push_back(AddCell({.expression = term.read,
                                   .plain = column != nullptr && column->plain && term.read == column->read,
-                                  .style = term.readStyle,
-                                  .adoType = term.adoType,
-                                  .field = term.field}));
+                                  .read = {.style = term.readStyle, .adoType = term.adoType, .field = term.field}}));
   }
   MakeFieldList();
 }
@@ -223,7 +227,7 @@ void ExactRequest::MakeFieldList() {
   const auto isTaken = [&](const ExactColumn& column) { return ToLower(column.name).starts_with(prefix); };
   while (std::ranges::any_of(known_->columns, isTaken)) prefix += 'x';
   for (std::size_t i = 0; i < cells_.size(); ++i) {
-    const ExactCell& cell = cells_[i];
+    const SelectedCell& cell = cells_[i];
     std::string text = cell.expression;
     if (!cell.plain) text += " AS " + QuoteIdentifier(session_, prefix + std::to_string(i));
     AppendToList(fieldList_, ",", text);
@@ -259,7 +263,7 @@ std::vector<OrderRange> ExactRequest::Ranges(const Start& start, bool reverse) c
 
 ExactPagePlan ExactRequest::Plan(bool reverse) const {
   ExactPagePlan plan;
-  plan.cells = cells_;
+  for (const SelectedCell& cell : cells_) plan.cells.push_back(cell.read);
   for (const ExactColumn* field : fields_) plan.fields.push_back(field->valueClass);
   plan.terms = termCells_;
   plan.unique = order_.unique;
