@@ -16,6 +16,7 @@
 #include <sys/un.h>
 
 #include "common/Error.h"
+#include "platform/queue/TwoServers.h"
 #include "platform/system/FileHandle.h"
 #include "platform/system/System.h"
 #include "platform/system/TestFolder.h"
@@ -28,6 +29,7 @@ namespace ods {
 namespace {
 
 using test::RaisedText;
+using test::SendToTwo;
 using test::SetTime;
 using testing::Child;
 using ::testing::ElementsAre;
@@ -457,16 +459,7 @@ TEST_F(QueueTest, EachMessageGoesToOneOfSeveralServers) {
   Child two(serve);
   ASSERT_EQ(one.Line(), "ready");
   ASSERT_EQ(two.Line(), "ready");
-  const auto sender = Open(folder_);
-  std::vector<std::string> sent;
-  for (int i = 0; i < kMessages; ++i) {
-    const std::string number = std::to_string(i);
-    sender->SetPackage("text" + number);
-    sender->Send("id" + number);
-    sent.push_back(std::string("id").append(number).append("=text").append(number));
-  }
-  sender->Send("stop1");
-  sender->Send("stop2");
+  const std::vector<std::string> sent = SendToTwo(*Open(folder_), kMessages);
   EXPECT_EQ(one.End(0), 0);
   EXPECT_EQ(two.End(0), 0);
   std::vector<std::string> taken;

@@ -11,6 +11,7 @@
 #include "common/Error.h"
 #include "common/Files.h"
 #include "platform/queue/Queue.h"
+#include "platform/queue/TwoServers.h"
 #include "support/RaisedErrors.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestSystem.h"
@@ -19,6 +20,7 @@ namespace ods {
 namespace {
 
 using test::RaisedText;
+using test::SendToTwo;
 using test::SetTime;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -514,16 +516,7 @@ TEST_F(QueueRules, EachMessageGoesToOneOfTwoServers) {
   std::vector<std::string> takenByOther;
   std::thread one(serve, std::ref(taken));
   std::thread other(serve, std::ref(takenByOther));
-  const auto sender = Open(folder_);
-  std::vector<std::string> sent;
-  for (int i = 0; i < kMessages; ++i) {
-    const std::string number = std::to_string(i);
-    sender->SetPackage("text" + number);
-    sender->Send("id" + number);
-    sent.push_back(std::string("id").append(number).append("=text").append(number));
-  }
-  sender->Send("stop1");
-  sender->Send("stop2");
+  const std::vector<std::string> sent = SendToTwo(*Open(folder_), kMessages);
   one.join();
   other.join();
   taken.insert(taken.end(), takenByOther.begin(), takenByOther.end());
